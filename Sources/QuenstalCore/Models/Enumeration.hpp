@@ -1,0 +1,72 @@
+#pragma once
+
+// Enumerations whose cases carry texts. Each one keeps its texts in a single table, one row a case in
+// declaration order, and everything else (raw value, lookup, list of cases) reads that table.
+
+#include <array>
+#include <cstddef>
+#include <optional>
+#include <string_view>
+
+namespace quenstal {
+
+/// Specialised beside each enumeration: `static constexpr std::array rows{…}` of a row type that has at least
+/// the members `value` and `rawValue`.
+template <typename E>
+struct EnumerationTable;
+
+template <typename E>
+concept Enumeration = requires(E)
+{
+    EnumerationTable<E>::rows;
+};
+
+/// True when row k of the table describes the case with the number k.
+template <Enumeration E>
+consteval bool rowsFollowDeclarationOrder()
+{
+    std::size_t expected = 0;
+    for (const auto& row : EnumerationTable<E>::rows) {
+        if (static_cast<std::size_t>(row.value) != expected++)
+            return false;
+    }
+    return true;
+}
+
+template <Enumeration E>
+constexpr const auto& rowOf(E value)
+{
+    static_assert(rowsFollowDeclarationOrder<E>());
+    return EnumerationTable<E>::rows[static_cast<std::size_t>(value)];
+}
+
+/// The text that stands for the case in JSON and in reports: its own name.
+template <Enumeration E>
+constexpr std::string_view rawValue(E value)
+{
+    return rowOf(value).rawValue;
+}
+
+/// The case with that raw value; none for any other text.
+template <Enumeration E>
+constexpr std::optional<E> fromRawValue(std::string_view text)
+{
+    for (const auto& row : EnumerationTable<E>::rows) {
+        if (row.rawValue == text)
+            return row.value;
+    }
+    return std::nullopt;
+}
+
+/// Every case, in declaration order.
+template <Enumeration E>
+constexpr auto allCases()
+{
+    constexpr const auto& rows = EnumerationTable<E>::rows;
+    std::array<E, rows.size()> cases{};
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        cases[i] = rows[i].value;
+    return cases;
+}
+
+} // namespace quenstal

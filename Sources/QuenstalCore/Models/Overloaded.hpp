@@ -1,0 +1,12 @@
+#pragma once
+
+namespace quenstal {
+
+/// One visitor out of several lambdas. Give every alternative an arm and no catch-all, so that a new case
+/// does not compile until it is handled.
+template <typename... Arms>
+struct Overloaded : Arms... {
+    using Arms::operator()...;
+};
+
+} // namespace quenstal

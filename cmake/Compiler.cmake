@@ -1,0 +1,36 @@
+# The language, the warnings and the instrumentation, for every target, in this one place.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+
+option(QUENSTAL_WERROR "Warnings stop the build" ON)
+option(QUENSTAL_COVERAGE "Count executed lines with gcov" OFF)
+option(QUENSTAL_FUZZERS "Build the fuzz targets (needs clang)" OFF)
+set(QUENSTAL_SANITIZERS "" CACHE STRING "Value of -fsanitize for every target")
+
+add_library(quenstal_options INTERFACE)
+target_compile_options(quenstal_options INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wold-style-cast
+    -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Wnull-dereference -Wformat=2
+    # A constructor's parameter may carry the name of the field it sets.
+    $<IF:$<CXX_COMPILER_ID:GNU>,-Wshadow=local,-Wshadow>
+    $<$<BOOL:${QUENSTAL_WERROR}>:-Werror>)
+
+if(QUENSTAL_SANITIZERS)
+    # The sanitizers' own instrumentation makes the flow analysis of this warning see ghosts.
+    target_compile_options(quenstal_options INTERFACE -Wno-null-dereference
+        -fsanitize=${QUENSTAL_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_link_options(quenstal_options INTERFACE -fsanitize=${QUENSTAL_SANITIZERS})
+endif()
+
+if(QUENSTAL_COVERAGE)
+    target_compile_options(quenstal_options INTERFACE --coverage -fprofile-update=atomic)
+    target_link_options(quenstal_options INTERFACE --coverage)
+endif()
+
+find_program(QUENSTAL_CCACHE ccache)
+if(QUENSTAL_CCACHE)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${QUENSTAL_CCACHE})
+endif()
