@@ -25,6 +25,11 @@ if(QUENSTAL_SANITIZERS)
     target_link_options(quenstal_options INTERFACE -fsanitize=${QUENSTAL_SANITIZERS})
 endif()
 
+if(QUENSTAL_FUZZERS)
+    # libFuzzer needs to see the branches of every room, not only of the fuzz target.
+    target_compile_options(quenstal_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+
 if(QUENSTAL_COVERAGE)
     target_compile_options(quenstal_options INTERFACE --coverage -fprofile-update=atomic)
     target_link_options(quenstal_options INTERFACE --coverage)

@@ -1,28 +1,53 @@
-# A suite is one entry of CTest with one label. Its output ends with a closing line
-# "N passed, N failed[, N skipped]", from which ./test makes the sum.
+# A suite is one entry of CTest. Its output ends with a closing line "N passed, N failed[, N skipped]", from which
+# ./test makes the sum. The target suites_LABEL builds what the suites with that label need. A tree for fuzzing has
+# no suites but the fuzz targets.
 
-find_package(GTest REQUIRED)
+if(NOT QUENSTAL_FUZZERS)
+    find_package(GTest REQUIRED)
+endif()
 
 # quenstal_suite(core_models LABEL core SOURCES A.cpp DEPENDS QuenstalCore)
 function(quenstal_suite name)
     cmake_parse_arguments(SUITE "" "LABEL;TIMEOUT" "SOURCES;DEPENDS" ${ARGN})
+    if(QUENSTAL_FUZZERS)
+        return()
+    endif()
     add_executable(${name} ${SUITE_SOURCES} ${PROJECT_SOURCE_DIR}/Tests/Support/SuiteMain.cpp)
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/Tests)
     target_link_libraries(${name} PRIVATE quenstal_options ${SUITE_DEPENDS} GTest::gmock)
+    quenstal_label_target("${SUITE_LABEL}" ${name})
     add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)
     quenstal_suite_properties(${name} "${SUITE_LABEL}" "${SUITE_TIMEOUT}")
 endfunction()
 
-# quenstal_script_suite(ground_includes LABEL core COMMAND python3 tools/check_includes.py)
+# quenstal_script_suite(ground_includes LABEL core COMMAND python3 tools/check_includes.py DEPENDS target)
+#
+# DEPENDS names the targets that must be built before the script can run.
 function(quenstal_script_suite name)
-    cmake_parse_arguments(SUITE "" "LABEL;TIMEOUT" "COMMAND" ${ARGN})
+    cmake_parse_arguments(SUITE "" "LABEL;TIMEOUT" "COMMAND;DEPENDS" ${ARGN})
+    if(QUENSTAL_FUZZERS)
+        return()
+    endif()
+    quenstal_label_target("${SUITE_LABEL}" ${SUITE_DEPENDS})
     add_test(NAME ${name} COMMAND ${SUITE_COMMAND} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
     quenstal_suite_properties(${name} "${SUITE_LABEL}" "${SUITE_TIMEOUT}")
 endfunction()
 
-function(quenstal_suite_properties name label timeout)
+function(quenstal_suite_properties name labels timeout)
     if(NOT timeout)
         set(timeout 120)
     endif()
-    set_tests_properties(${name} PROPERTIES LABELS "${label}" TIMEOUT ${timeout})
+    set_tests_properties(${name} PROPERTIES LABELS "${labels}" TIMEOUT ${timeout})
+endfunction()
+
+# Makes suites_LABEL, for each of the labels, build the targets too.
+function(quenstal_label_target labels)
+    foreach(label IN LISTS labels)
+        if(NOT TARGET suites_${label})
+            add_custom_target(suites_${label})
+        endif()
+        if(ARGN)
+            add_dependencies(suites_${label} ${ARGN})
+        endif()
+    endforeach()
 endfunction()

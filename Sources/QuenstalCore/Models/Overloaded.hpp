@@ -9,4 +9,8 @@ struct Overloaded : Arms... {
     using Arms::operator()...;
 };
 
+// clang 14 does not yet deduce aggregates without it.
+template <typename... Arms>
+Overloaded(Arms...) -> Overloaded<Arms...>;
+
 } // namespace quenstal

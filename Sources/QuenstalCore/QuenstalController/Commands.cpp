@@ -61,9 +61,10 @@ VolumeCommandResult QuenstalController::handle(const VolumeCommand& command)
     if (const auto refusal = refusalOf(refreshed.mode))
         return VolumeCommandResult::ignored(*refusal, appendDiagnostic(notControllableIssue()));
 
-    const auto [next, lastAudibleLevel] = reducer_.reduce(refreshed.volume, command, lastAudibleLevel_);
+    const auto reduction = reducer_.reduce(refreshed.volume, command, lastAudibleLevel_);
+    const VolumeSnapshot& next = reduction.next;
     // Before the write: the user's intent counts even when the write fails.
-    lastAudibleLevel_ = lastAudibleLevel;
+    lastAudibleLevel_ = reduction.lastAudibleLevel;
 
     const auto failure = failureOf([&] { apply(next, refreshed.mode); });
     if (!failure) {

@@ -23,11 +23,11 @@ QuenstalState QuenstalController::updateEQProfile(const std::function<EQEdit(con
     const AudioOutputDevice& device = *refreshed.outputDevice;
 
     // Saved in every mode, so that the profile is ready when software processing starts.
-    auto [profile, boostHintVisible] = transform(refreshed.audioProcessing.profile);
-    attempt([&] { eqProfileStore_->saveProfile(profile, outputKey(device)); });
+    EQEdit edit = transform(refreshed.audioProcessing.profile);
+    attempt([&] { eqProfileStore_->saveProfile(edit.profile, outputKey(device)); });
 
     refreshed.audioProcessing = audioProcessing(
-        std::move(profile), boostHintVisible, refreshed.outputDevice, refreshed.mode, refreshed.permissions);
+        std::move(edit.profile), edit.boostHintVisible, refreshed.outputDevice, refreshed.mode, refreshed.permissions);
     state_ = std::move(refreshed);
     if (state_.mode.is<ControlMode::SoftwareTap>())
         pushProfile(state_.audioProcessing.profile, *state_.outputDevice);
