@@ -2,15 +2,14 @@
 
 // What an audio callback is handed: identifiers, statuses, the stream's format, lists of buffers.
 
+#include "QuenstalPlatform/PlatformStatus.hpp"
+
 #include <cstdint>
 
 namespace quenstal {
 
 /// A device, a tap or the system itself; 0 is none.
 using AudioObjectID = std::uint32_t;
-
-/// 0 is success, anything else the platform's own number.
-using PlatformStatus = std::int32_t;
 
 /// Four characters read as one big-endian number: the names of properties and formats.
 using FourCharCode = std::uint32_t;
