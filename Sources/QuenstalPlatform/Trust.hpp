@@ -1,0 +1,22 @@
+#pragma once
+
+#include "QuenstalPlatform/Interface.hpp"
+
+#include <string>
+
+namespace quenstal {
+
+/// Whether the system lets this program see and swallow the volume keys. Main thread.
+class Trust : public Interface {
+public:
+    /// Asked on every refresh: cheap, and without side effects.
+    virtual bool isProcessTrusted() = 0;
+    /// The same answer; when it is no and `prompt` is set, the user is told what to allow and how. Does not wait for
+    /// the user.
+    virtual bool isProcessTrusted(bool prompt) = 0;
+    /// What keeps the keys from being captured and what the user can do about it, in a few sentences; empty when
+    /// nothing does. As cheap as the question itself.
+    virtual std::string advice() = 0;
+};
+
+} // namespace quenstal
