@@ -1,6 +1,8 @@
 # Fuzz targets exist in the preset `fuzz` only (clang, libFuzzer, address and undefined behaviour sanitizers).
 # As suites they make a short run that is the same every time; tools/run_fuzzer.py also runs them for longer.
 
+quenstal_label_target(fuzz)
+
 if(QUENSTAL_FUZZERS)
     include(CheckCXXSourceCompiles)
     set(CMAKE_REQUIRED_FLAGS -fsanitize=fuzzer)

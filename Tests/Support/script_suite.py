@@ -1,0 +1,13 @@
+"""Runs a module's unittest cases as a suite: failures in full, then the closing line."""
+
+import sys
+import unittest
+
+
+def run(module="__main__"):
+    cases = unittest.defaultTestLoader.loadTestsFromModule(sys.modules[module])
+    result = unittest.TextTestRunner(stream=sys.stdout, verbosity=0).run(cases)
+    failed = len(result.failures) + len(result.errors) + len(result.unexpectedSuccesses)
+    skipped = len(result.skipped)
+    print(f"{result.testsRun - failed - skipped} passed, {failed} failed, {skipped} skipped")
+    sys.exit(1 if failed or not result.testsRun else 0)

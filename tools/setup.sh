@@ -1,0 +1,113 @@
+#!/usr/bin/env bash
+# Shared by ./test, ./run and ./bench: packages, configuring, building. Sourced, never run.
+# All paths are absolute, so that the caller's working directory does not matter.
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+
+# packages_listed all|app: the names in tools/packages.txt, for everything or for the application alone.
+packages_listed() {
+    awk -v wanted="$1" '
+        /^# [a-z-]+:/ { left_out = wanted == "app" && $3 == "tests" && $4 ~ /^only/ }
+        /^[?a-z]/ && !left_out { print $1 }' "$root/tools/packages.txt"
+}
+
+packages_missing() {
+    local listed=("$@") installed
+    installed=$(dpkg-query -W -f='${db:Status-Status} ${Package}\n' "${listed[@]#\?}" 2>/dev/null || true)
+    local name
+    for name in "${listed[@]}"; do
+        grep -qxF "installed ${name#\?}" <<<"$installed" || printf '%s\n' "$name"
+    done
+}
+
+as_root() {
+    if [ "$(id -u)" = 0 ]; then "$@"; else sudo "$@"; fi
+}
+
+apt_install() {
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends \
+        -o DPkg::Lock::Timeout=300 "$@" >>"$root/build/install.log" 2>&1
+}
+
+# ensure_packages all|app: installs what is listed and missing. Asks dpkg first, so that it is quick when there is
+# nothing to do. Ends the script when something that is needed cannot be had.
+ensure_packages() {
+    local listed missing needed=() optional=() name
+    mkdir -p "$root/build"
+    if ! command -v dpkg-query >/dev/null; then
+        echo "No dpkg here: the packages in tools/packages.txt, or what they contain, must be there already."
+        return
+    fi
+    mapfile -t listed < <(packages_listed "$1")
+    mapfile -t missing < <(packages_missing "${listed[@]}")
+    for name in "${missing[@]}"; do
+        case $name in
+            \?*) grep -qsxF "${name#\?}" "$root/build/unavailable-packages" || optional+=("${name#\?}") ;;
+            *) needed+=("$name") ;;
+        esac
+    done
+    [ "${#needed[@]}" -gt 0 ] || [ "${#optional[@]}" -gt 0 ] || return 0
+    if [ "$(id -u)" != 0 ] && ! command -v sudo >/dev/null; then
+        echo "Missing, and neither root nor sudo to install them: ${needed[*]} ${optional[*]}"
+        [ "${#needed[@]}" = 0 ] || exit 1
+        return 0
+    fi
+
+    echo "Installing with apt: ${needed[*]} ${optional[*]}"
+    : >"$root/build/install.log"
+    # The lists of a machine without network may still do.
+    as_root apt-get update -qq >>"$root/build/install.log" 2>&1 || true
+    if [ "${#needed[@]}" -gt 0 ] && ! apt_install "${needed[@]}"; then
+        cat "$root/build/install.log"
+        echo "Could not install: ${needed[*]}"
+        exit 1
+    fi
+    for name in "${optional[@]}"; do
+        apt_install "$name" && continue
+        echo "Not available: $name. What needs it is skipped."
+        echo "$name" >>"$root/build/unavailable-packages"
+    done
+    touch "$root/build/packages-changed"
+}
+
+# configured PRESET: whether the build tree exists, belongs to this folder and saw the presets and packages of now.
+configured() {
+    local tree=$root/build/$1
+    [ -f "$tree/build.ninja" ] && [ -f "$tree/configured" ] || return 1
+    [ "$root/CMakePresets.json" -nt "$tree/configured" ] && return 1
+    [ "$root/build/packages-changed" -nt "$tree/configured" ] && return 1
+    grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$tree/CMakeCache.txt"
+}
+
+configure() {
+    configured "$1" && return
+    echo "Configuring build/$1"
+    local log=$root/build/configure-$1.log
+    mkdir -p "$root/build"
+    (cd "$root" && cmake --fresh --preset "$1") >"$log" 2>&1 || { cat "$log"; return 1; }
+    touch "$root/build/$1/configured"
+}
+
+# Ninja's own display on a terminal; elsewhere every tenth of the way, and all that is not progress.
+show_progress() {
+    if [ -t 1 ]; then
+        grep --line-buffered -v '^ninja: no work to do' || true
+    else
+        awk '/^ninja: no work to do/ { next }
+            /^\[[0-9]+\/[0-9]+\]/ {
+                split(substr($1, 2), step, /[\/\]]/)
+                tenth = int(10 * step[1] / step[2])
+                if (tenth > shown) { shown = tenth; print; fflush() }
+                next
+            }
+            { print; fflush() }'
+    fi
+}
+
+# build PRESET TARGET...
+build() {
+    local preset=$1
+    shift
+    configure "$preset"
+    cmake --build "$root/build/$preset" --parallel "$(nproc)" --target "$@" | show_progress
+}
