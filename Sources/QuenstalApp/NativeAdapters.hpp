@@ -1,0 +1,6 @@
+#pragma once
+
+// The core's ports over the platform's calls.
+
+#include "QuenstalApp/NativeAdapters/CoreGraphicsDisplayProvider.hpp"
+#include "QuenstalApp/NativeAdapters/NativeDDCVolumeController.hpp"

@@ -1,0 +1,39 @@
+#include "QuenstalApp/NativeAdapters/NativeDDCVolumeController.hpp"
+
+#include "QuenstalDDC/DDC.hpp"
+
+#include <cmath>
+
+namespace quenstal {
+namespace {
+
+constexpr std::uint32_t maximumWhenUnknown = 100;
+
+std::uint32_t usableMaximum(const QSDDCVolume& volume)
+{
+    return volume.maximum == 0 ? maximumWhenUnknown : volume.maximum;
+}
+
+} // namespace
+
+VolumeSnapshot NativeDDCVolumeController::readVolume(const DisplayControlTarget&)
+{
+    QSDDCVolume volume;
+    if (!QSDDCReadSpeakerVolume(buses_, &volume))
+        throw QuenstalError::unsupportedDevice();
+    const double level = static_cast<double>(volume.current) / usableMaximum(volume);
+    return VolumeSnapshot(level, volume.current == 0);
+}
+
+void NativeDDCVolumeController::setVolume(const VolumeSnapshot& snapshot, const DisplayControlTarget&)
+{
+    // A failed read leaves the record zero and does not stop the write, which reads again for itself.
+    QSDDCVolume present;
+    QSDDCReadSpeakerVolume(buses_, &present);
+    const double level = snapshot.isMuted ? 0 : VolumeSnapshot::clamp(snapshot.level);
+    const auto value = static_cast<std::uint32_t>(std::round(level * usableMaximum(present)));
+    if (!QSDDCSetSpeakerVolume(buses_, value))
+        throw QuenstalError::commandFailed("DDC/CI VCP 0x62 write failed.");
+}
+
+} // namespace quenstal
