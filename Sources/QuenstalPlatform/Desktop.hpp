@@ -40,8 +40,8 @@ struct StatusButtonAppearance {
 /// What the user did to the status item.
 class StatusItemHandler {
 public:
-    /// A click, a key press or a second start of the program. `at` is where, when the desktop knows. A desktop that
-    /// has no place for status items reports one activation at start, so that the program can be reached.
+    /// A click or a key press. `at` is where, when the desktop knows. A desktop that has no place for status items
+    /// reports one activation at start, so that the program can be reached.
     virtual void statusItemActivated(std::optional<Point> at) = 0;
     /// A middle click.
     virtual void statusItemSecondaryActivated() = 0;
@@ -213,10 +213,11 @@ public:
     virtual void terminate() = 0;
 };
 
-/// The computer and its screens come back. Main thread.
+/// The computer goes to sleep and comes back. Each task runs until it is cancelled. Main thread.
 class WakeNotifications : public Interface {
 public:
-    /// Until cancelled.
+    /// The computer waits a moment for the task to end.
+    [[nodiscard]] virtual Cancellation onWillSleep(RunLoop::Task task) = 0;
     [[nodiscard]] virtual Cancellation onDidWake(RunLoop::Task task) = 0;
     [[nodiscard]] virtual Cancellation onScreensDidWake(RunLoop::Task task) = 0;
 };

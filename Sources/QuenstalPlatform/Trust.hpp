@@ -1,6 +1,7 @@
 #pragma once
 
 #include "QuenstalPlatform/Interface.hpp"
+#include "QuenstalPlatform/RunLoop.hpp"
 
 #include <string>
 
@@ -17,6 +18,8 @@ public:
     /// What keeps the keys from being captured and what the user can do about it, in a few sentences; empty when
     /// nothing does. As cheap as the question itself.
     virtual std::string advice() = 0;
+    /// Runs the task on a later turn when the answer may have become another one, as far as the system tells.
+    [[nodiscard]] virtual Cancellation onMayHaveChanged(RunLoop::Task task) = 0;
 };
 
 } // namespace quenstal

@@ -1,0 +1,148 @@
+#pragma once
+
+#include "QuenstalApp/OwnedTasks.hpp"
+#include "QuenstalApp/StatusMenuController/GlassDialViewState.hpp"
+#include "QuenstalApp/StatusMenuController/PanelGeometry.hpp"
+#include "QuenstalApp/StatusMenuController/PanelViewHosting.hpp"
+#include "QuenstalApp/StatusMenuController/SetupGuidePreferences.hpp"
+#include "QuenstalCore/QuenstalController.hpp"
+#include "QuenstalPlatform/Desktop.hpp"
+#include "QuenstalPlatform/Preferences.hpp"
+#include "QuenstalPlatform/RunLoop.hpp"
+#include "QuenstalPlatform/Trust.hpp"
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace quenstal {
+
+/// Owns the status item and the panel that opens under it. Turns what the user does into calls of the controller, and
+/// keeps the status button and the panel in step with the controller's state. Main thread.
+class StatusMenuController final : private StatusItemHandler {
+public:
+    /// What it needs of the platform; all of it outlives the controller.
+    struct Platform {
+        RunLoop& runLoop;
+        Desktop& desktop;
+        Preferences& userDefaults;
+        Trust& trust;
+        PanelViewHosting& views;
+    };
+
+    static constexpr auto levelInterval = std::chrono::milliseconds(100);
+    static constexpr auto accessibilityRetryDelay = std::chrono::seconds(1);
+    static constexpr int accessibilityRetries = 30;
+    static constexpr auto firstRunRetryDelay = std::chrono::milliseconds(100);
+    static constexpr int firstRunAttempts = 12;
+    /// Trays report the click on their icon when the button is let go; by then its press has closed the panel.
+    static constexpr auto reopenGuard = std::chrono::milliseconds(400);
+
+    static constexpr std::string_view lastMediaKeyKey = "QuenstalLastMediaKey";
+    static constexpr std::string_view lastMediaKeyTimestampKey = "QuenstalLastMediaKeyTimestamp";
+
+    /// Shows the item at once, from the controller's stored state. The set-up guide opens by itself until the user has
+    /// finished it once.
+    StatusMenuController(const Platform& platform, std::shared_ptr<QuenstalController> controller);
+    ~StatusMenuController();
+    StatusMenuController(const StatusMenuController&) = delete;
+    StatusMenuController& operator=(const StatusMenuController&) = delete;
+
+    /// Called after the user switched the program on or off, with the new value.
+    std::function<void(bool isEnabled)> onEnabledChanged;
+    /// Called whenever the controller may hold another state.
+    std::function<void(const QuenstalState&)> onStateChanged;
+
+    /// Tells whether the key tap is running.
+    void updateMediaKeyCapture(bool isActive);
+    /// Notes a captured key, for the panel, the report and the preferences.
+    void recordMediaKeyCapture(MediaKeyRouter::Key key);
+    /// Shows what a captured key did, while the panel does not.
+    void showKeyFeedback(bool isApplied);
+
+    /// Refreshes on a later turn; any number of requests before it make one refresh.
+    void scheduleRefresh();
+    /// To be called after every operation on the controller that is not followed by a sync.
+    void stateDidChange();
+    /// Opens the panel, or brings the open one to the front.
+    void showPanel(std::optional<Point> activatedAt = std::nullopt);
+
+    const GlassDialViewState& viewState() const { return viewState_; }
+
+private:
+    using Screen = GlassDialViewState::Screen;
+
+    void statusItemActivated(std::optional<Point> at) override;
+    void statusItemSecondaryActivated() override;
+    void statusItemScrolled(int notches) override;
+
+    void configureActions();
+    void configureNavigationActions();
+    void configureEQActions();
+
+    void sync(const QuenstalState& state);
+    void refreshAndSync();
+    void refreshStatusButton(const GlassDialSnapshot& snapshot);
+    void endLeftSoftwareSession(const QuenstalState& state);
+
+    void setVolume(std::int64_t percent);
+    void toggleMute();
+    void toggleEnabled();
+    void resetEQ(bool confirm);
+    void performEQReset();
+    void copyDiagnostics();
+    std::string diagnosticsReport() const;
+    void openSoundSettings();
+
+    void requestAccessibility();
+    void scheduleAccessibilityRefreshRetries();
+    void retryAccessibility(int attempt);
+
+    void presentFirstRunSetupIfNeeded();
+    void tryFirstRunSetup(int attempt);
+    bool showPendingFirstRunSetupIfPossible();
+    void switchToSetupScreen();
+
+    void togglePanel(std::optional<Point> activatedAt);
+    void closePanel();
+    void openPanel(std::optional<Point> activatedAt);
+    Size currentWindowSize() const;
+    void updatePanelSize(bool force, bool preserveWindowFrame);
+    void positionPanel(std::optional<Point> activatedAt);
+    PanelGeometry::Placement panelPlacement(std::optional<Point> activatedAt);
+    void installOutsideClickMonitor();
+    void updateLevelTimer();
+
+    bool handleKeyDown(const KeyEvent& event);
+    bool handleDialKeyDown(const KeyEvent& event);
+    bool handleEqualizerKeyDown(const KeyEvent& event);
+    void stepVolume(GlassDialStepDirection direction, bool largeStep);
+
+    Platform platform_;
+    OwnedTasks tasks_;
+    std::unique_ptr<StatusItem> statusItem_;
+    std::shared_ptr<QuenstalController> controller_;
+    SetupGuidePreferences setupPreferences_;
+    GlassDialViewState viewState_;
+    std::unique_ptr<PanelWindow> panel_;
+    std::unique_ptr<Interface> hostingController_;
+    bool refreshScheduled_ = false;
+    Cancellation keyMonitor_;
+    Cancellation outsideClickMonitor_;
+    Cancellation levelTimer_;
+    bool firstRunSetupPending_ = false;
+    bool mediaKeyCaptureActive_ = false;
+    std::string lastMediaKeyCaptureDescription_ = noMediaKeyCapturedDescription;
+
+    Cancellation accessibilityRetry_;
+    Cancellation firstRunRetry_;
+    PanelGeometry::BarSide barSide_ = PanelGeometry::BarSide::top;
+    std::optional<RunLoop::SteadyTime> closedByOutsideClickAt_;
+    bool alertShown_ = false;
+    /// The output that software processing was last seen on.
+    std::optional<AudioOutputDevice> softwareOutput_;
+};
+
+} // namespace quenstal

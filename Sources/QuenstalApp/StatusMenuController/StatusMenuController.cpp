@@ -1,0 +1,116 @@
+#include "QuenstalApp/StatusMenuController.hpp"
+
+#include "QuenstalApp/StatusMenuController/QuenstalPanel.hpp"
+
+#include <utility>
+
+namespace quenstal {
+
+namespace {
+
+constexpr double symbolPointSize = 13;
+
+} // namespace
+
+StatusMenuController::StatusMenuController(const Platform& platform, std::shared_ptr<QuenstalController> controller)
+    : platform_(platform)
+    , tasks_(platform.runLoop)
+    , statusItem_(platform.desktop.createStatusItem(*this))
+    , controller_(std::move(controller))
+    , setupPreferences_(platform.userDefaults)
+    , viewState_(GlassDialSnapshot(controller_->state()), SetupGuideSnapshot(controller_->state()))
+    , panel_(platform.desktop.createPanel(QuenstalPanel::settings(currentWindowSize())))
+{
+    refreshStatusButton(viewState_.snapshot());
+    hostingController_ = platform_.views.host(*panel_, viewState_);
+    configureActions();
+    stateDidChange();
+    presentFirstRunSetupIfNeeded();
+}
+
+StatusMenuController::~StatusMenuController() = default;
+
+void StatusMenuController::sync(const QuenstalState& state)
+{
+    GlassDialSnapshot snapshot(state);
+    refreshStatusButton(snapshot);
+    viewState_.update(std::move(snapshot));
+    viewState_.updateSetupSnapshot(SetupGuideSnapshot(state));
+    viewState_.setCaptureAdvice(platform_.trust.advice());
+    updatePanelSize(false, true);
+    updateLevelTimer();
+    stateDidChange();
+}
+
+void StatusMenuController::refreshAndSync()
+{
+    sync(controller_->refresh());
+}
+
+void StatusMenuController::scheduleRefresh()
+{
+    if (refreshScheduled_)
+        return;
+    refreshScheduled_ = true;
+    tasks_.post([this] {
+        refreshScheduled_ = false;
+        refreshAndSync();
+    });
+}
+
+void StatusMenuController::stateDidChange()
+{
+    endLeftSoftwareSession(controller_->state());
+    if (onStateChanged)
+        onStateChanged(controller_->state());
+}
+
+/// Software gain left running under another path would multiply with that path's volume.
+void StatusMenuController::endLeftSoftwareSession(const QuenstalState& state)
+{
+    if (state.mode.is<ControlMode::SoftwareTap>()) {
+        softwareOutput_ = state.outputDevice;
+        return;
+    }
+    const bool sameOutput = softwareOutput_ && state.outputDevice && softwareOutput_->id == state.outputDevice->id;
+    if (sameOutput) {
+        controller_->shutdown();
+        softwareOutput_.reset();
+    }
+}
+
+void StatusMenuController::refreshStatusButton(const GlassDialSnapshot& snapshot)
+{
+    statusItem_->setAppearance({
+        .symbolName = snapshot.statusSymbolName,
+        .accessibilityDescription = "Quenstal",
+        .symbolPointSize = symbolPointSize,
+        .title = " " + snapshot.statusTitle,
+        .imagePosition = ImagePosition::imageLeading,
+        .tint = snapshot.isEnabled ? StatusTint::standard : StatusTint::secondaryLabel,
+    });
+}
+
+void StatusMenuController::statusItemActivated(std::optional<Point> at)
+{
+    const auto now = platform_.runLoop.steadyNow();
+    const bool closedByThisClick = closedByOutsideClickAt_ && now - *closedByOutsideClickAt_ < reopenGuard;
+    closedByOutsideClickAt_.reset();
+    if (!closedByThisClick)
+        togglePanel(at);
+}
+
+void StatusMenuController::statusItemSecondaryActivated()
+{
+    toggleMute();
+}
+
+void StatusMenuController::statusItemScrolled(int notches)
+{
+    const VolumeCommand step = notches > 0 ? VolumeCommand::stepUp() : VolumeCommand::stepDown();
+    for (int remaining = std::abs(notches); remaining > 0; --remaining)
+        controller_->handle(step);
+    sync(controller_->state());
+}
+
+} // namespace quenstal

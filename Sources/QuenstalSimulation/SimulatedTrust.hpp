@@ -1,0 +1,36 @@
+#pragma once
+
+#include "QuenstalPlatform/Trust.hpp"
+#include "QuenstalSimulation/Registry.hpp"
+
+#include <string>
+#include <utility>
+
+namespace quenstal {
+
+/// A system that grants and withdraws the capture of keys by hand. Not trusted at first.
+class SimulatedTrust final : public Trust {
+public:
+    bool isProcessTrusted() override { return isTrusted_; }
+    bool isProcessTrusted(bool prompt) override
+    {
+        prompts_ += prompt && !isTrusted_ ? 1 : 0;
+        return isTrusted_;
+    }
+    std::string advice() override { return isTrusted_ ? std::string() : advice_; }
+    [[nodiscard]] Cancellation onMayHaveChanged(RunLoop::Task task) override { return handlers_.add(std::move(task)); }
+
+    void setTrusted(bool isTrusted) { isTrusted_ = isTrusted; }
+    void setAdvice(std::string advice) { advice_ = std::move(advice); }
+    void tellOfChange() { handlers_.call(); }
+    /// How often the user was told what to allow.
+    int prompts() const { return prompts_; }
+
+private:
+    bool isTrusted_ = false;
+    std::string advice_ = "Allow Quenstal to capture the volume keys.";
+    int prompts_ = 0;
+    Registry<RunLoop::Task> handlers_;
+};
+
+} // namespace quenstal
