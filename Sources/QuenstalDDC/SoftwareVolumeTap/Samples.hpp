@@ -1,0 +1,85 @@
+#pragma once
+
+// The four sample formats: how a sample becomes a number around [−1, 1], and a result a sample.
+
+#include "QuenstalDDC/SoftwareVolumeTap/SessionRecord.hpp"
+
+#include <cmath>
+#include <cstring>
+
+namespace quenstal {
+
+struct Float32Samples {
+    using Sample = float;
+    static float decode(Sample sample) { return sample; }
+    static Sample encode(float result) { return result; }
+};
+
+struct Float64Samples {
+    using Sample = double;
+    static float decode(Sample sample) { return static_cast<float>(sample); }
+    static Sample encode(float result) { return static_cast<double>(result); }
+};
+
+struct Int16Samples {
+    using Sample = std::int16_t;
+    static float decode(Sample sample) { return static_cast<float>(sample) / 32767.0f; }
+    static Sample encode(float result) { return static_cast<Sample>(std::nearbyint(result * 32767.0f)); }
+};
+
+struct Int32Samples {
+    using Sample = std::int32_t;
+    static float decode(Sample sample) { return static_cast<float>(static_cast<double>(sample) / 2147483647.0); }
+    static Sample encode(float result)
+    {
+        return static_cast<Sample>(std::nearbyint(static_cast<double>(result) * 2147483647.0));
+    }
+};
+
+/// Reads sample `index`; the bytes need no alignment.
+template <class Format>
+float decodeAt(const std::byte* samples, std::size_t index)
+{
+    typename Format::Sample sample;
+    std::memcpy(&sample, samples + index * sizeof sample, sizeof sample);
+    return Format::decode(sample);
+}
+
+template <class Format>
+void encodeAt(std::byte* samples, std::size_t index, float result)
+{
+    const typename Format::Sample sample = Format::encode(result);
+    std::memcpy(samples + index * sizeof sample, &sample, sizeof sample);
+}
+
+constexpr std::size_t bytesPerSample(QSSampleFormat format)
+{
+    switch (format) {
+    case QSSampleFormat::float64:
+        return 8;
+    case QSSampleFormat::int16:
+        return 2;
+    case QSSampleFormat::float32:
+    case QSSampleFormat::int32:
+        return 4;
+    }
+    return 4;
+}
+
+/// Calls `function` with the type that stands for the format.
+template <class Function>
+void withFormat(QSSampleFormat format, Function function)
+{
+    switch (format) {
+    case QSSampleFormat::float32:
+        return function(Float32Samples{});
+    case QSSampleFormat::float64:
+        return function(Float64Samples{});
+    case QSSampleFormat::int16:
+        return function(Int16Samples{});
+    case QSSampleFormat::int32:
+        return function(Int32Samples{});
+    }
+}
+
+} // namespace quenstal
