@@ -12,6 +12,8 @@ public:
         VolumeSnapshot next;
         /// The level to come back to when the output is unmuted; hand it in with the next command.
         double lastAudibleLevel;
+
+        bool operator==(const Result&) const = default;
     };
 
     /// `stepSize` is what one step adds or takes; clamped to [0, 1].

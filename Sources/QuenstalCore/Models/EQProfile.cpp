@@ -46,8 +46,9 @@ const std::vector<EQBand>& EQBand::defaults()
 
 double EQBand::snap(double value, double lower, double upper)
 {
-    // Doubling a huge value gives an infinity, which the bounds take in as well.
-    const double onGrid = std::isfinite(value) ? std::round(value * 2) / 2 : 0;
+    // Doubling a huge value gives an infinity, which the bounds take in as well. Adding zero turns a negative zero,
+    // which would be shown as -0, into a positive one.
+    const double onGrid = std::isfinite(value) ? std::round(value * 2) / 2 + 0.0 : 0;
     return std::min(std::max(onGrid, lower), upper);
 }
 

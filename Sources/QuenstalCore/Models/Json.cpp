@@ -12,64 +12,75 @@ using Kind = DecodingError::Kind;
 /// Below this magnitude every whole double is an integer that JSON readers keep exactly.
 constexpr double largestExactInteger = 9007199254740992;
 
-DecodingError typeMismatch(std::string_view expected, const Json& found)
+DecodingError typeMismatch(std::string_view expected, const ParsedJson& found)
 {
     return {Kind::typeMismatch, "Expected " + std::string(expected) + ", found " + found.type_name() + "."};
 }
 
+/// Bytes are counted from 1.
+DecodingError notJSONFrom(std::size_t byte)
+{
+    return {Kind::corruptedData, "Not JSON from byte " + std::to_string(byte) + " on."};
+}
+
 // Reading. nlohmann's own conversions would take a boolean for a number and cut off fractions.
 
-void read(const Json& json, std::string& value)
+void read(const ParsedJson& json, std::string& value)
 {
     value = json::text(json);
 }
 
-void read(const Json& json, bool& value)
+void read(const ParsedJson& json, bool& value)
 {
     if (!json.is_boolean())
         throw typeMismatch("boolean", json);
     value = json.get<bool>();
 }
 
-void read(const Json& json, double& value)
+void read(const ParsedJson& json, double& value)
 {
     if (!json.is_number())
         throw typeMismatch("number", json);
     value = json.get<double>();
 }
 
-void read(const Json& json, std::int64_t& value)
+bool isWholeNumber(const ParsedJson& json)
+{
+    if (json.is_number_unsigned())
+        return json.get<std::uint64_t>() <= std::uint64_t{INT64_MAX};
+    if (json.is_number_integer())
+        return true;
+    // Written with a fraction or an exponent, or with more digits than fit: beyond 2^53 some may have been lost.
+    const auto number = json.get<double>();
+    return std::trunc(number) == number && std::abs(number) < largestExactInteger;
+}
+
+void read(const ParsedJson& json, std::int64_t& value)
 {
     if (!json.is_number())
         throw typeMismatch("whole number", json);
-    // The upper bound is not a double; 2^63 is the first one that does not fit.
-    constexpr double beyond = 9223372036854775808.0;
-    const auto number = json.get<double>();
-    const bool fits = json.is_number_integer()
-        ? !json.is_number_unsigned() || json.get<std::uint64_t>() <= std::uint64_t{INT64_MAX}
-        : std::trunc(number) == number && number >= -beyond && number < beyond;
-    if (!fits)
+    if (!isWholeNumber(json))
         throw DecodingError(Kind::typeMismatch, "Expected whole number of 64 bits, found " + json.dump() + ".");
     value = json.get<std::int64_t>();
 }
 
 template <typename T>
-requires requires(const Json& json, T& value)
+requires requires(const ParsedJson& json, T& value)
 {
     from_json(json, value);
 }
-void read(const Json& json, T& value)
+void read(const ParsedJson& json, T& value)
 {
     from_json(json, value);
 }
 
 template <typename T>
-void read(const Json& json, std::vector<T>& values)
+void read(const ParsedJson& json, std::vector<T>& values)
 {
     if (!json.is_array())
         throw typeMismatch("array", json);
     values.clear();
-    for (const Json& element : json) {
+    for (const ParsedJson& element : json) {
         try {
             read(element, values.emplace_back());
         } catch (DecodingError& error) {
@@ -82,7 +93,7 @@ void read(const Json& json, std::vector<T>& values)
 /// The members of one JSON object.
 class ObjectReader {
 public:
-    explicit ObjectReader(const Json& json)
+    explicit ObjectReader(const ParsedJson& json)
         : json_(json)
     {
         if (!json.is_object())
@@ -118,7 +129,7 @@ private:
     }
 
     template <typename T>
-    static void readMember(const char* key, const Json& member, T& value)
+    static void readMember(const char* key, const ParsedJson& member, T& value)
     {
         try {
             read(member, value);
@@ -128,7 +139,7 @@ private:
         }
     }
 
-    const Json& json_;
+    const ParsedJson& json_;
 };
 
 // Writing.
@@ -146,19 +157,24 @@ Json number(double value)
 
 namespace json {
 
-std::string text(const Json& json)
+std::string text(const ParsedJson& json)
 {
     if (!json.is_string())
         throw typeMismatch("string", json);
     return json.get<std::string>();
 }
 
-Json parse(std::string_view text)
+ParsedJson parse(std::string_view text)
 {
+    // The parser would take a zero byte for the end of the text, whatever follows.
+    if (const auto zero = text.find('\0'); zero != std::string_view::npos)
+        throw notJSONFrom(zero + 1);
     try {
-        return Json::parse(text);
-    } catch (const nlohmann::json::exception& error) {
-        throw DecodingError(Kind::corruptedData, error.what());
+        return ParsedJson::parse(text);
+    } catch (const ParsedJson::parse_error& error) {
+        throw notJSONFrom(error.byte);
+    } catch (const ParsedJson::out_of_range&) {
+        throw DecodingError(Kind::corruptedData, "A number is too large.");
     }
 }
 
@@ -166,8 +182,8 @@ std::string dump(const Json& json)
 {
     try {
         return json.dump();
-    } catch (const nlohmann::json::exception& error) {
-        throw EncodingError(error.what());
+    } catch (const Json::type_error&) {
+        throw EncodingError("A text that is not UTF-8 has no JSON form.");
     }
 }
 
@@ -185,7 +201,7 @@ void to_json(Json& json, const AudioOutputDevice& device)
         json["coreAudioUID"] = *device.coreAudioUID;
 }
 
-void from_json(const Json& json, AudioOutputDevice& device)
+void from_json(const ParsedJson& json, AudioOutputDevice& device)
 {
     ObjectReader(json)
         .field("id", device.id)
@@ -205,7 +221,7 @@ void to_json(Json& json, const DisplayControlTarget& display)
     };
 }
 
-void from_json(const Json& json, DisplayControlTarget& display)
+void from_json(const ParsedJson& json, DisplayControlTarget& display)
 {
     ObjectReader(json)
         .field("id", display.id)
@@ -222,7 +238,7 @@ void to_json(Json& json, const PermissionState& permissions)
     };
 }
 
-void from_json(const Json& json, PermissionState& permissions)
+void from_json(const ParsedJson& json, PermissionState& permissions)
 {
     ObjectReader(json)
         .field("accessibility", permissions.accessibility)
@@ -244,7 +260,7 @@ Json taggedCase(const char* name, const char* label, const T& payload)
 
 /// The payload under its label in the nested object of a case.
 template <typename T>
-T payload(const Json& nested, const char* label)
+T payload(const ParsedJson& nested, const char* label)
 {
     T value{};
     ObjectReader(nested).field(label, value);
@@ -253,24 +269,24 @@ T payload(const Json& nested, const char* label)
 
 struct ModeCoding {
     const char* name;
-    ControlMode (*decode)(const Json& nested);
+    ControlMode (*decode)(const ParsedJson& nested);
 };
 
 /// In the order in which the keys are declared, which is not the order of the cases.
 constexpr ModeCoding modeCodings[] = {
     {"systemVolume",
-        [](const Json& nested) { return ControlMode::systemVolume(payload<std::string>(nested, "deviceID")); }},
+        [](const ParsedJson& nested) { return ControlMode::systemVolume(payload<std::string>(nested, "deviceID")); }},
     {"hardwareDDC",
-        [](const Json& nested) { return ControlMode::hardwareDDC(payload<std::string>(nested, "displayID")); }},
+        [](const ParsedJson& nested) { return ControlMode::hardwareDDC(payload<std::string>(nested, "displayID")); }},
     {"softwareTap",
-        [](const Json& nested) { return ControlMode::softwareTap(payload<std::string>(nested, "deviceID")); }},
+        [](const ParsedJson& nested) { return ControlMode::softwareTap(payload<std::string>(nested, "deviceID")); }},
     {"disabled",
-        [](const Json& nested) {
+        [](const ParsedJson& nested) {
             ObjectReader{nested};
             return ControlMode::disabled();
         }},
     {"unavailable",
-        [](const Json& nested) { return ControlMode::unavailable(payload<UnavailableReason>(nested, "_0")); }},
+        [](const ParsedJson& nested) { return ControlMode::unavailable(payload<UnavailableReason>(nested, "_0")); }},
 };
 
 } // namespace
@@ -289,7 +305,7 @@ void to_json(Json& json, const ControlMode& mode)
         });
 }
 
-void from_json(const Json& json, ControlMode& mode)
+void from_json(const ParsedJson& json, ControlMode& mode)
 {
     const ObjectReader object(json);
     const auto wrongKeys
@@ -317,7 +333,7 @@ void to_json(Json& json, const VolumeSnapshot& volume)
     json = {{"level", number(volume.level)}, {"isMuted", volume.isMuted}};
 }
 
-void from_json(const Json& json, VolumeSnapshot& volume)
+void from_json(const ParsedJson& json, VolumeSnapshot& volume)
 {
     ObjectReader(json).field("level", volume.level).field("isMuted", volume.isMuted);
 }
@@ -332,7 +348,7 @@ void to_json(Json& json, const EQBand& band)
     };
 }
 
-void from_json(const Json& json, EQBand& band)
+void from_json(const ParsedJson& json, EQBand& band)
 {
     ObjectReader(json)
         .field("id", band.id)
@@ -354,7 +370,7 @@ void to_json(Json& json, const EQProfile& profile)
     };
 }
 
-void from_json(const Json& json, EQProfile& profile)
+void from_json(const ParsedJson& json, EQProfile& profile)
 {
     ObjectReader(json)
         .field("enabled", profile.enabled)
@@ -374,7 +390,7 @@ void to_json(Json& json, const SoundLevelSnapshot& levels)
     };
 }
 
-void from_json(const Json& json, SoundLevelSnapshot& levels)
+void from_json(const ParsedJson& json, SoundLevelSnapshot& levels)
 {
     ObjectReader(json)
         .field("levelL", levels.levelL)
@@ -395,7 +411,7 @@ void to_json(Json& json, const DiagnosticIssue& issue)
         json["recoverySuggestion"] = *issue.recoverySuggestion;
 }
 
-void from_json(const Json& json, DiagnosticIssue& issue)
+void from_json(const ParsedJson& json, DiagnosticIssue& issue)
 {
     ObjectReader(json)
         .field("code", issue.code)
@@ -415,7 +431,7 @@ void to_json(Json& json, const AudioProcessingState& state)
     };
 }
 
-void from_json(const Json& json, AudioProcessingState& state)
+void from_json(const ParsedJson& json, AudioProcessingState& state)
 {
     ObjectReader(json)
         .field("profile", state.profile)

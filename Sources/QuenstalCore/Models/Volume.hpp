@@ -5,6 +5,8 @@
 #include "QuenstalCore/Models/Device.hpp"
 #include "QuenstalCore/Models/Overloaded.hpp"
 
+#include <algorithm>
+#include <limits>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -143,10 +145,9 @@ struct VolumeSnapshot {
     /// Limits to [0, 1]. A value that is not finite is silence: infinity gives 0, not 1.
     static constexpr double clamp(double value)
     {
-        const bool isFinite = value - value == 0;
-        if (!isFinite || value <= 0)
-            return 0;
-        return value > 1 ? 1 : value;
+        // A comparison with NaN is false; std::isfinite would not be constexpr.
+        const bool isAudible = value > 0 && value <= std::numeric_limits<double>::max();
+        return isAudible ? std::min(value, 1.0) : 0;
     }
 
     /// The volume the application starts from.

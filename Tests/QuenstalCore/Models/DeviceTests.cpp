@@ -1,5 +1,6 @@
+#include "QuenstalCore/EnumerationChecks.hpp"
 #include "QuenstalCore/Models/Device.hpp"
-#include "QuenstalCore/Models/Json.hpp"
+#include "QuenstalCore/Printing.hpp"
 
 #include <unordered_set>
 
@@ -8,15 +9,13 @@
 namespace quenstal {
 namespace {
 
-AudioOutputDevice monitorOutput()
-{
-    return {"42", "LG UltraFine", AudioTransport::displayPort, false, "uid-42"};
-}
+using test::expectCases;
+using test::expectOnlyRawValuesDecode;
 
 TEST(AudioTransportTest, everyCaseHasItsRawValueAndClassInDeclarationOrder)
 {
     struct Row {
-        AudioTransport transport;
+        AudioTransport value;
         std::string_view rawValue;
         bool isExternalDisplayLike;
     };
@@ -30,34 +29,28 @@ TEST(AudioTransportTest, everyCaseHasItsRawValueAndClassInDeclarationOrder)
         {AudioTransport::aggregate, "aggregate", false},
         {AudioTransport::unknown, "unknown", false},
     };
-    ASSERT_EQ(allCases<AudioTransport>().size(), rows.size());
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        SCOPED_TRACE(rows[i].rawValue);
-        EXPECT_EQ(allCases<AudioTransport>()[i], rows[i].transport);
-        EXPECT_EQ(rawValue(rows[i].transport), rows[i].rawValue);
-        EXPECT_EQ(fromRawValue<AudioTransport>(rows[i].rawValue), rows[i].transport);
-        EXPECT_EQ(isExternalDisplayLike(rows[i].transport), rows[i].isExternalDisplayLike);
-    }
+    expectCases(rows);
+    for (const Row& row : rows)
+        EXPECT_EQ(isExternalDisplayLike(row.value), row.isExternalDisplayLike) << row.rawValue;
 }
 
-TEST(AudioTransportTest, onlyHDMIAndDisplayPortAreMonitorLike)
+TEST(AudioTransportTest, onlyHDMIAndDisplayPortAreMonitorLikeAndAggregateAndUnknownAreNot)
 {
-    for (const AudioTransport transport : allCases<AudioTransport>()) {
-        const bool isMonitor = transport == AudioTransport::hdmi || transport == AudioTransport::displayPort;
-        EXPECT_EQ(isExternalDisplayLike(transport), isMonitor) << rawValue(transport);
-    }
+    static_assert(isExternalDisplayLike(AudioTransport::hdmi) && isExternalDisplayLike(AudioTransport::displayPort));
+    static_assert(!isExternalDisplayLike(AudioTransport::aggregate) && !isExternalDisplayLike(AudioTransport::unknown));
+    const auto cases = allCases<AudioTransport>();
+    EXPECT_EQ(std::ranges::count_if(cases, isExternalDisplayLike), 2);
 }
 
-TEST(AudioTransportTest, aggregateAndUnknownAreNotMonitorLike)
+TEST(AudioTransportTest, decodingATextThatIsNoRawValueFails)
 {
-    EXPECT_FALSE(isExternalDisplayLike(AudioTransport::aggregate));
-    EXPECT_FALSE(isExternalDisplayLike(AudioTransport::unknown));
+    expectOnlyRawValuesDecode<AudioTransport>();
 }
 
-TEST(PermissionStatusTest, onlyGrantedIsGranted)
+TEST(PermissionStatusTest, everyCaseHasItsRawValueInDeclarationOrderAndOnlyGrantedIsGranted)
 {
     struct Row {
-        PermissionStatus status;
+        PermissionStatus value;
         std::string_view rawValue;
         bool isGranted;
     };
@@ -66,51 +59,59 @@ TEST(PermissionStatusTest, onlyGrantedIsGranted)
         {PermissionStatus::denied, "denied", false},
         {PermissionStatus::notDetermined, "notDetermined", false},
     };
-    ASSERT_EQ(allCases<PermissionStatus>().size(), rows.size());
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        SCOPED_TRACE(rows[i].rawValue);
-        EXPECT_EQ(allCases<PermissionStatus>()[i], rows[i].status);
-        EXPECT_EQ(rawValue(rows[i].status), rows[i].rawValue);
-        EXPECT_EQ(isGranted(rows[i].status), rows[i].isGranted);
-    }
+    expectCases(rows);
+    for (const Row& row : rows)
+        EXPECT_EQ(isGranted(row.value), row.isGranted) << row.rawValue;
+}
+
+TEST(PermissionStatusTest, decodingATextThatIsNoRawValueFails)
+{
+    expectOnlyRawValuesDecode<PermissionStatus>();
 }
 
 TEST(PermissionStateTest, allGrantedGrantsBoth)
 {
-    static_assert(
-        PermissionState::allGranted() == PermissionState{PermissionStatus::granted, PermissionStatus::granted});
-    EXPECT_TRUE(isGranted(PermissionState::allGranted().accessibility));
-    EXPECT_TRUE(isGranted(PermissionState::allGranted().systemAudioCapture));
+    constexpr PermissionState state = PermissionState::allGranted();
+    static_assert(state.accessibility == PermissionStatus::granted);
+    static_assert(state.systemAudioCapture == PermissionStatus::granted);
+}
+
+TEST(PermissionStateTest, isEqualOnlyWhenBothFieldsAre)
+{
+    constexpr auto granted = PermissionStatus::granted;
+    constexpr auto denied = PermissionStatus::denied;
+    static_assert(PermissionState{granted, denied} == PermissionState{granted, denied});
+    static_assert(PermissionState{granted, denied} != PermissionState{granted, granted});
+    static_assert(PermissionState{granted, denied} != PermissionState{denied, denied});
 }
 
 TEST(UnavailableReasonTest, everyCaseHasItsRawValueInDeclarationOrder)
 {
     struct Row {
-        UnavailableReason reason;
+        UnavailableReason value;
         std::string_view rawValue;
     };
-    const std::vector<Row> rows{
+    expectCases(std::vector<Row>{
         {UnavailableReason::noOutputDevice, "noOutputDevice"},
         {UnavailableReason::quenstalDisabled, "quenstalDisabled"},
         {UnavailableReason::fixedVolumeDeviceUnsupported, "fixedVolumeDeviceUnsupported"},
         {UnavailableReason::systemAudioCapturePermissionMissing, "systemAudioCapturePermissionMissing"},
         {UnavailableReason::softwareFallbackUnavailable, "softwareFallbackUnavailable"},
-    };
-    ASSERT_EQ(allCases<UnavailableReason>().size(), rows.size());
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        SCOPED_TRACE(rows[i].rawValue);
-        EXPECT_EQ(allCases<UnavailableReason>()[i], rows[i].reason);
-        EXPECT_EQ(rawValue(rows[i].reason), rows[i].rawValue);
-    }
+    });
+}
+
+TEST(UnavailableReasonTest, decodingATextThatIsNoRawValueFails)
+{
+    expectOnlyRawValuesDecode<UnavailableReason>();
 }
 
 TEST(EnumerationTest, aTextThatIsNoRawValueNamesNoCase)
 {
+    static_assert(fromRawValue<AudioTransport>("hdmi") == AudioTransport::hdmi);
     static_assert(!fromRawValue<AudioTransport>("thunderbolt"));
     for (const std::string_view text : {"", "HDMI", "hdmi ", " hdmi", "hdm", "hdmii"})
         EXPECT_FALSE(fromRawValue<AudioTransport>(text)) << text;
-    EXPECT_FALSE(fromRawValue<PermissionStatus>("Granted"));
-    EXPECT_FALSE(fromRawValue<UnavailableReason>("hdmi"));
+    EXPECT_FALSE(fromRawValue<AudioTransport>(std::string_view("hdmi\0", 5)));
 }
 
 TEST(EnumerationTest, casesCanBeKeptInHashedCollections)
@@ -121,24 +122,25 @@ TEST(EnumerationTest, casesCanBeKeptInHashedCollections)
 
 TEST(AudioOutputDeviceTest, isEqualOnlyWhenEveryFieldIs)
 {
-    const AudioOutputDevice device = monitorOutput();
-    EXPECT_EQ(device, monitorOutput());
+    const AudioOutputDevice device{"42", "LG", AudioTransport::displayPort, false, "uid"};
+    EXPECT_EQ(device, AudioOutputDevice(device));
     const std::vector<AudioOutputDevice> others{
-        {"43", "LG UltraFine", AudioTransport::displayPort, false, "uid-42"},
-        {"42", "LG", AudioTransport::displayPort, false, "uid-42"},
-        {"42", "LG UltraFine", AudioTransport::hdmi, false, "uid-42"},
-        {"42", "LG UltraFine", AudioTransport::displayPort, true, "uid-42"},
-        {"42", "LG UltraFine", AudioTransport::displayPort, false, "uid-43"},
-        {"42", "LG UltraFine", AudioTransport::displayPort, false, std::nullopt},
+        {"43", "LG", AudioTransport::displayPort, false, "uid"},
+        {"42", "Dell", AudioTransport::displayPort, false, "uid"},
+        {"42", "LG", AudioTransport::hdmi, false, "uid"},
+        {"42", "LG", AudioTransport::displayPort, true, "uid"},
+        {"42", "LG", AudioTransport::displayPort, false, "other"},
+        {"42", "LG", AudioTransport::displayPort, false, ""},
+        {"42", "LG", AudioTransport::displayPort, false, std::nullopt},
     };
     for (const AudioOutputDevice& other : others)
-        EXPECT_NE(device, other) << encodeJSON(other);
+        EXPECT_NE(device, other);
 }
 
 TEST(DisplayControlTargetTest, isEqualOnlyWhenEveryFieldIs)
 {
     const DisplayControlTarget display{"7", "LG", true, false};
-    EXPECT_EQ(display, (DisplayControlTarget{"7", "LG", true, false}));
+    EXPECT_EQ(display, DisplayControlTarget(display));
     const std::vector<DisplayControlTarget> others{
         {"8", "LG", true, false},
         {"7", "Dell", true, false},
@@ -146,7 +148,7 @@ TEST(DisplayControlTargetTest, isEqualOnlyWhenEveryFieldIs)
         {"7", "LG", true, true},
     };
     for (const DisplayControlTarget& other : others)
-        EXPECT_NE(display, other) << encodeJSON(other);
+        EXPECT_NE(display, other);
 }
 
 } // namespace
