@@ -7,7 +7,9 @@ import unittest
 def run(module="__main__"):
     cases = unittest.defaultTestLoader.loadTestsFromModule(sys.modules[module])
     result = unittest.TextTestRunner(stream=sys.stdout, verbosity=0).run(cases)
-    failed = len(result.failures) + len(result.errors) + len(result.unexpectedSuccesses)
+    # A case with several failing subtests is one failed case.
+    broken = [case for case, _ in result.failures + result.errors] + result.unexpectedSuccesses
+    failed = len({getattr(case, "test_case", case).id() for case in broken})
     skipped = len(result.skipped)
     print(f"{result.testsRun - failed - skipped} passed, {failed} failed, {skipped} skipped")
     sys.exit(1 if failed or not result.testsRun else 0)

@@ -2,10 +2,9 @@
 
 #include "QuenstalApp/StatusMenuController.hpp"
 
+#include <ctime>
 #include <string>
 #include <utility>
-
-#include <time.h>
 
 namespace quenstal {
 

@@ -1,0 +1,104 @@
+#!/usr/bin/env python3
+"""Holds every #include under Sources/ to the table of rooms: who may know whom."""
+
+import argparse
+import pathlib
+import re
+
+import lints
+
+STANDARD_LIBRARY = frozenset("""
+    algorithm any array atomic barrier bit bitset cassert cctype cerrno cfenv cfloat charconv chrono cinttypes
+    climits clocale cmath codecvt compare complex concepts condition_variable coroutine csetjmp csignal cstdarg
+    cstddef cstdint cstdio cstdlib cstring ctime cuchar cwchar cwctype deque exception execution filesystem format
+    forward_list fstream functional future initializer_list iomanip ios iosfwd iostream istream iterator latch
+    limits list locale map memory memory_resource mutex new numbers numeric optional ostream queue random ranges
+    ratio regex scoped_allocator semaphore set shared_mutex source_location span sstream stack stdexcept stop_token
+    streambuf string string_view strstream syncstream system_error thread tuple type_traits typeindex typeinfo
+    unordered_map unordered_set utility valarray variant vector version
+""".split())
+
+QT = re.compile(r"Q[A-Z]\w*$|Qt\w*/|qt\w*/|q[a-z]+\.h$")
+# The processor's vector instructions, which the sample kernels are written in.
+VECTORS = re.compile(r"(immintrin|arm_neon)\.h$")
+# The simulated run loop watches real descriptors.
+WAITING = re.compile(r"poll\.h$")
+SYSTEM = re.compile(r"(?!Q[A-Z]|Qt|qt).+")
+NOTHING = re.compile(r"(?!)")
+
+
+class Room:
+    """Which rooms and which headers beyond the standard library a room may include."""
+
+    def __init__(self, *rooms, foreign=NOTHING):
+        self.rooms = frozenset(rooms)
+        self.foreign = foreign
+
+
+ROOMS = {
+    "QuenstalCore": Room(),
+    "QuenstalPlatform": Room(),
+    "QuenstalDDC": Room("QuenstalPlatform", foreign=VECTORS),
+    "QuenstalApp": Room("QuenstalCore", "QuenstalDDC", "QuenstalPlatform"),
+    "QuenstalLinux": Room("QuenstalPlatform", foreign=SYSTEM),
+    "QuenstalQt": Room("QuenstalApp", "QuenstalCore", "QuenstalPlatform", foreign=QT),
+    "QuenstalSimulation": Room("QuenstalPlatform", foreign=WAITING),
+}
+EXCEPTIONS = {
+    # The one place that composes.
+    "QuenstalApp/main.cpp": Room("QuenstalCore", "QuenstalDDC", "QuenstalPlatform", "QuenstalLinux", "QuenstalQt"),
+    "QuenstalCore/Models/Json.hpp": Room(foreign=re.compile(r"nlohmann/")),
+    "QuenstalCore/Models/Json.cpp": Room(foreign=re.compile(r"nlohmann/")),
+}
+
+INCLUDE = re.compile(r'^\s*#\s*(?:include|import)\s*(?P<rest>.*)$')
+NAMED = re.compile(r'<(?P<angled>[^>]+)>|"(?P<quoted>[^"]+)"')
+
+
+def fault_of(room_name, room, sources, named):
+    """What is wrong with one include; none when it is allowed."""
+    if quoted := named["quoted"]:
+        target = quoted.split("/")[0]
+        if room_name == "QuenstalQt" and quoted.endswith(".moc"):
+            return None
+        if target not in ROOMS:
+            return "does not begin with the name of a room"
+        if target != room_name and target not in room.rooms:
+            return f"{room_name} may not know {target}"
+        return None if (sources / quoted).is_file() else "does not exist"
+    angled = named["angled"]
+    if angled in STANDARD_LIBRARY or room.foreign.match(angled):
+        return None
+    return f"{room_name} may not include it"
+
+
+def faults_in(path, sources):
+    relative = path.relative_to(sources).as_posix()
+    room_name = relative.split("/")[0]
+    if room_name not in ROOMS:
+        return [f"Sources/{relative}: {room_name} is not in the table of rooms"]
+    room = EXCEPTIONS.get(relative, ROOMS[room_name])
+    faults = []
+    for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), start=1):
+        if not (include := INCLUDE.match(line)):
+            continue
+        named = NAMED.match(include["rest"])
+        fault = fault_of(room_name, room, sources, named) if named else "names no file"
+        if fault:
+            faults.append(f"Sources/{relative}:{number}: {line.strip()}: {fault}")
+    return faults
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__)
+    parser.add_argument("--root", type=pathlib.Path, default=lints.ROOT)
+    sources = parser.parse_args().root / "Sources"
+
+    files = lints.source_files([sources], {".hpp", ".cpp", ".h", ".c", ".inc"})
+    faults = [fault for path in files for fault in faults_in(path, sources)]
+    print("\n".join([*faults, f"{len(files)} files"]))
+    lints.close(bool(files) and not faults)
+
+
+if __name__ == "__main__":
+    main()
