@@ -11,7 +11,7 @@ SoundLevelSnapshot SoftwareVolumeControlling::readLevels(const AudioOutputDevice
 
 std::optional<EQProfile> InMemoryEQProfileStore::profile(std::string_view key)
 {
-    const auto stored = profiles_.find(std::string(key));
+    const auto stored = profiles_.find(key);
     return stored == profiles_.end() ? std::nullopt : std::optional(stored->second);
 }
 
@@ -22,7 +22,7 @@ void InMemoryEQProfileStore::saveProfile(const EQProfile& profile, std::string_v
 
 bool InMemoryEQProfileStore::softwareProcessingPreferred(std::string_view key)
 {
-    const auto stored = softwarePreferences_.find(std::string(key));
+    const auto stored = softwarePreferences_.find(key);
     return stored != softwarePreferences_.end() && stored->second;
 }
 

@@ -7,10 +7,11 @@
 
 #include "QuenstalCore/Models.hpp"
 
+#include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 
 namespace quenstal {
 
@@ -101,8 +102,8 @@ public:
     void setSoftwareProcessingPreferred(bool preferred, std::string_view key) override;
 
 private:
-    std::unordered_map<std::string, EQProfile> profiles_;
-    std::unordered_map<std::string, bool> softwarePreferences_;
+    std::map<std::string, EQProfile, std::less<>> profiles_;
+    std::map<std::string, bool, std::less<>> softwarePreferences_;
 };
 
 } // namespace quenstal

@@ -6,7 +6,6 @@
 #include "QuenstalCore/VolumeReducer.hpp"
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -35,7 +34,8 @@ public:
     const QuenstalState& state() const { return state_; }
     /// The user's master switch; true at every start.
     bool isEnabled() const { return isEnabled_; }
-    /// The last level seen that was neither zero nor muted, 0 to 1: where unmuting returns to.
+    /// The last level that was read or asked for and was neither zero nor muted: where unmuting returns to. 0 to 1,
+    /// unless a port read more than that.
     double lastAudibleLevel() const { return lastAudibleLevel_; }
 
     /// Re-reads everything and publishes. Issues appended earlier are dropped.
@@ -76,29 +76,35 @@ private:
     using Device = std::optional<AudioOutputDevice>;
     using Display = std::optional<DisplayControlTarget>;
 
-    QuenstalState refreshedWhileEnabled(Device device, Display display, const PermissionState& permissions);
-    QuenstalState refreshedWhileDisabled(Device device, Display display, const PermissionState& permissions);
+    /// refresh() without the copy that it hands out.
+    void reload();
+    QuenstalState reloadedWhileEnabled(Device device, Display display, const PermissionState& permissions);
+    QuenstalState reloadedWhileDisabled(Device device, Display display, const PermissionState& permissions);
     EQProfile storedProfile(const AudioOutputDevice& device);
     std::optional<VolumeSnapshot> readVolume(const ControlMode& mode, const Device& device, const Display& display);
     SoundLevelSnapshot readLevels(const ControlMode& mode, const Device& device, AudioProcessingDiagnostic diagnostic);
-    void pushProfile(const EQProfile& profile, const AudioOutputDevice& device);
+    /// Hands the published profile to the session, when the state says that one runs.
+    void pushProfile();
 
-    QuenstalState resumeSoftwareFallbackIfNeeded(const QuenstalState& refreshed);
+    void resumeSoftwareFallbackIfNeeded();
 
-    void apply(const VolumeSnapshot& snapshot, const ControlMode& mode);
-    QuenstalState applySoftwareFallback(const QuenstalState& refreshed, const VolumeSnapshot& next);
+    /// Writes over the path of the stored mode. Throws what the port throws, or what is missing.
+    void apply(const VolumeSnapshot& snapshot);
+    /// Writes over the software path and publishes that. Throws, with the state as it was, when that is not possible.
+    void applySoftwareFallback(const VolumeSnapshot& next);
 
-    QuenstalState updateEQProfile(const std::function<EQEdit(const EQProfile&)>& transform);
+    /// `transform` turns the current profile into an EQEdit.
+    template <typename Transform>
+    QuenstalState updateEQProfile(Transform transform);
     EQEdit boosted(const EQProfile& current, std::int64_t id, double gainDB);
 
-    AudioProcessingDiagnostic audioProcessingDiagnostic(
-        const Device& device, const ControlMode& mode, const PermissionState& permissions) const;
+    static AudioProcessingDiagnostic audioProcessingDiagnostic(
+        const Device& device, const ControlMode& mode, const PermissionState& permissions);
     bool canSwitchToSoftwareProcessing(const Device& device, AudioProcessingDiagnostic diagnostic);
-    /// Diagnostic, switch and levels for the given output; profile and hint as given.
-    AudioProcessingState audioProcessing(EQProfile profile, bool boostHintVisible, const Device& device,
-        const ControlMode& mode, const PermissionState& permissions);
+    /// Works out diagnostic, switch and levels for the output, by the state's mode and permissions.
+    void explainAudioProcessing(QuenstalState& state, const Device& device);
     DiagnosticIssue audioProcessingDiagnosticIssue() const;
-    QuenstalState appendDiagnostic(DiagnosticIssue issue);
+    const QuenstalState& appendDiagnostic(DiagnosticIssue issue);
 
     std::shared_ptr<AudioDeviceProviding> audioDevices_;
     std::shared_ptr<DisplayTargetProviding> displays_;

@@ -19,7 +19,7 @@ struct AudioProcessingState {
     /// The profile in force for the output.
     EQProfile profile;
     /// The latest meter reading.
-    SoundLevelSnapshot levels;
+    SoundLevelSnapshot levels = SoundLevelSnapshot::zero();
     AudioProcessingDiagnostic diagnostic = AudioProcessingDiagnostic::outputUnsupported;
     /// The user may move this output to software processing to get the equaliser.
     bool canSwitchToSoftware = false;

@@ -10,10 +10,20 @@
 
 namespace quenstal {
 
-/// The port's answer, or none when it threw.
+/// What an attempt at a call that returns T gives: an optional T, and for a call that gives an optional just that.
+template <typename T>
+struct Attempted {
+    using Type = std::optional<T>;
+};
+template <typename T>
+struct Attempted<std::optional<T>> {
+    using Type = std::optional<T>;
+};
+
+/// The port's answer; none when it threw.
 template <typename Call>
-auto attempt(Call&& call) -> std::optional<std::invoke_result_t<Call>>
-requires(!std::is_void_v<std::invoke_result_t<Call>>)
+auto attempt(Call&& call) -> typename Attempted<std::invoke_result_t<Call>>::Type
+    requires(!std::is_void_v<std::invoke_result_t<Call>>)
 {
     try {
         return std::forward<Call>(call)();
@@ -34,17 +44,19 @@ bool attempt(Call&& call) requires std::is_void_v<std::invoke_result_t<Call>>
     }
 }
 
-/// The description of what a port threw, when it threw: what() of an exception, else "Unknown error.".
+/// The description of what a port threw, when it threw: what() of an exception that has one, else "Unknown error.".
 template <typename Call>
 std::optional<std::string> failureOf(Call&& call)
 {
+    constexpr const char* unknown = "Unknown error.";
     try {
         std::forward<Call>(call)();
         return std::nullopt;
     } catch (const std::exception& error) {
-        return error.what();
+        const char* description = error.what();
+        return description ? description : unknown;
     } catch (...) {
-        return "Unknown error.";
+        return unknown;
     }
 }
 

@@ -57,36 +57,30 @@ const T& required(const std::optional<T>& target, const QuenstalError& otherwise
 
 VolumeCommandResult QuenstalController::handle(const VolumeCommand& command)
 {
-    const QuenstalState refreshed = refresh();
-    if (const auto refusal = refusalOf(refreshed.mode))
+    reload();
+    if (const auto refusal = refusalOf(state_.mode))
         return VolumeCommandResult::ignored(*refusal, appendDiagnostic(notControllableIssue()));
 
-    const auto reduction = reducer_.reduce(refreshed.volume, command, lastAudibleLevel_);
-    const VolumeSnapshot& next = reduction.next;
+    const VolumeReducer::Result reduction = reducer_.reduce(state_.volume, command, lastAudibleLevel_);
     // Before the write: the user's intent counts even when the write fails.
     lastAudibleLevel_ = reduction.lastAudibleLevel;
 
-    const auto failure = failureOf([&] { apply(next, refreshed.mode); });
+    const auto failure = failureOf([&] { apply(reduction.next); });
     if (!failure) {
-        state_ = refreshed;
-        state_.volume = next;
+        state_.volume = reduction.next;
         return VolumeCommandResult::applied(state_);
     }
-    if (refreshed.mode.is<ControlMode::HardwareDDC>()) {
-        if (auto fallback = attempt([&] { return applySoftwareFallback(refreshed, next); })) {
-            state_ = *std::move(fallback);
-            return VolumeCommandResult::applied(state_);
-        }
-    }
+    if (state_.mode.is<ControlMode::HardwareDDC>() && attempt([&] { applySoftwareFallback(reduction.next); }))
+        return VolumeCommandResult::applied(state_);
     return VolumeCommandResult::ignored(
         UnavailableReason::softwareFallbackUnavailable, appendDiagnostic(commandFailedIssue(*failure)));
 }
 
-void QuenstalController::apply(const VolumeSnapshot& snapshot, const ControlMode& mode)
+void QuenstalController::apply(const VolumeSnapshot& snapshot)
 {
     const auto noDevice = QuenstalError::noOutputDevice();
     const auto unsupported = QuenstalError::unsupportedDevice();
-    mode.match(
+    state_.mode.match(
         [&](const ControlMode::SystemVolume&) {
             systemVolume_->setVolume(snapshot, required(state_.outputDevice, noDevice));
         },
@@ -100,49 +94,41 @@ void QuenstalController::apply(const VolumeSnapshot& snapshot, const ControlMode
         [&](const ControlMode::Disabled&) { throw unsupported; });
 }
 
-QuenstalState QuenstalController::applySoftwareFallback(const QuenstalState& refreshed, const VolumeSnapshot& next)
+void QuenstalController::applySoftwareFallback(const VolumeSnapshot& next)
 {
-    if (!refreshed.outputDevice)
-        throw QuenstalError::noOutputDevice();
-    if (!isGranted(refreshed.permissions.systemAudioCapture))
+    const AudioOutputDevice& device = required(state_.outputDevice, QuenstalError::noOutputDevice());
+    if (!isGranted(state_.permissions.systemAudioCapture))
         throw QuenstalError::permissionMissing();
-    const AudioOutputDevice& device = *refreshed.outputDevice;
     if (!softwareVolume_->isAvailable(device))
         throw QuenstalError::unsupportedDevice();
     softwareVolume_->setVolume(next, device);
 
     // For this command only: nothing is stored, so the next one tries the monitor again.
-    QuenstalState fallback = refreshed;
-    fallback.diagnostics.push_back(fellBackIssue());
-    fallback.mode = ControlMode::softwareTap(device.id);
-    fallback.volume = next;
-    fallback.permissions.systemAudioCapture = PermissionStatus::granted;
-    fallback.audioProcessing = audioProcessing(refreshed.audioProcessing.profile,
-        refreshed.audioProcessing.boostHintVisible, fallback.outputDevice, fallback.mode, fallback.permissions);
-    return fallback;
+    state_.diagnostics.push_back(fellBackIssue());
+    state_.mode = ControlMode::softwareTap(device.id);
+    state_.volume = next;
+    explainAudioProcessing(state_, state_.outputDevice);
 }
 
 QuenstalState QuenstalController::switchCurrentOutputToSoftwareProcessing()
 {
-    QuenstalState refreshed = refresh();
-    if (!refreshed.outputDevice || !isExternalDisplayLike(refreshed.outputDevice->transport))
-        return refreshed;
-    const AudioOutputDevice device = *std::move(refreshed.outputDevice);
-    attempt([&] { eqProfileStore_->setSoftwareProcessingPreferred(true, outputKey(device)); });
+    reload();
+    if (!state_.outputDevice || !isExternalDisplayLike(state_.outputDevice->transport))
+        return state_;
+    // Should the output change on the way, the session is still started for the one that was chosen.
+    const Device chosen = state_.outputDevice;
+    attempt([&] { eqProfileStore_->setSoftwareProcessingPreferred(true, outputKey(*chosen)); });
 
-    QuenstalState switched = refresh();
-    if (!switched.mode.is<ControlMode::SoftwareTap>())
-        return switched;
+    reload();
+    if (!state_.mode.is<ControlMode::SoftwareTap>())
+        return state_;
     const auto failure = failureOf([&] {
-        softwareVolume_->setVolume(switched.volume, device);
-        softwareVolume_->setEQProfile(switched.audioProcessing.profile, device);
+        softwareVolume_->setVolume(state_.volume, *chosen);
+        softwareVolume_->setEQProfile(state_.audioProcessing.profile, *chosen);
     });
     if (failure)
         return appendDiagnostic(processingNotStartedIssue(*failure));
-
-    switched.audioProcessing = audioProcessing(std::move(switched.audioProcessing.profile),
-        switched.audioProcessing.boostHintVisible, device, switched.mode, switched.permissions);
-    state_ = std::move(switched);
+    explainAudioProcessing(state_, chosen);
     return state_;
 }
 

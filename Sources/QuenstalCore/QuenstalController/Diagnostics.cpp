@@ -45,7 +45,7 @@ DiagnosticIssue availableIssue(const EQProfile& profile)
 } // namespace
 
 AudioProcessingDiagnostic QuenstalController::audioProcessingDiagnostic(
-    const Device& device, const ControlMode& mode, const PermissionState& permissions) const
+    const Device& device, const ControlMode& mode, const PermissionState& permissions)
 {
     using enum AudioProcessingDiagnostic;
     if (!device)
@@ -70,13 +70,12 @@ bool QuenstalController::canSwitchToSoftwareProcessing(const Device& device, Aud
         && attempt([&] { return softwareVolume_->isAvailable(*device); }).value_or(false);
 }
 
-AudioProcessingState QuenstalController::audioProcessing(EQProfile profile, bool boostHintVisible, const Device& device,
-    const ControlMode& mode, const PermissionState& permissions)
+void QuenstalController::explainAudioProcessing(QuenstalState& state, const Device& device)
 {
-    const AudioProcessingDiagnostic diagnostic = audioProcessingDiagnostic(device, mode, permissions);
-    const bool canSwitch = canSwitchToSoftwareProcessing(device, diagnostic);
-    const SoundLevelSnapshot levels = readLevels(mode, device, diagnostic);
-    return {std::move(profile), levels, diagnostic, canSwitch, boostHintVisible};
+    AudioProcessingState& processing = state.audioProcessing;
+    processing.diagnostic = audioProcessingDiagnostic(device, state.mode, state.permissions);
+    processing.canSwitchToSoftware = canSwitchToSoftwareProcessing(device, processing.diagnostic);
+    processing.levels = readLevels(state.mode, device, processing.diagnostic);
 }
 
 DiagnosticIssue QuenstalController::audioProcessingDiagnosticIssue() const
@@ -85,7 +84,7 @@ DiagnosticIssue QuenstalController::audioProcessingDiagnosticIssue() const
     return isAvailable(processing.diagnostic) ? availableIssue(processing.profile) : unavailableIssue(processing);
 }
 
-QuenstalState QuenstalController::appendDiagnostic(DiagnosticIssue issue)
+const QuenstalState& QuenstalController::appendDiagnostic(DiagnosticIssue issue)
 {
     state_.diagnostics.push_back(std::move(issue));
     return state_;

@@ -15,22 +15,20 @@ constexpr double automaticPreampDB = -2;
 
 } // namespace
 
-QuenstalState QuenstalController::updateEQProfile(const std::function<EQEdit(const EQProfile&)>& transform)
+template <typename Transform>
+QuenstalState QuenstalController::updateEQProfile(Transform transform)
 {
-    QuenstalState refreshed = refresh();
-    if (!refreshed.outputDevice)
-        return refreshed;
-    const AudioOutputDevice& device = *refreshed.outputDevice;
-
+    reload();
+    if (!state_.outputDevice)
+        return state_;
+    EQEdit edit = transform(state_.audioProcessing.profile);
     // Saved in every mode, so that the profile is ready when software processing starts.
-    EQEdit edit = transform(refreshed.audioProcessing.profile);
-    attempt([&] { eqProfileStore_->saveProfile(edit.profile, outputKey(device)); });
+    attempt([&] { eqProfileStore_->saveProfile(edit.profile, outputKey(*state_.outputDevice)); });
 
-    refreshed.audioProcessing = audioProcessing(
-        std::move(edit.profile), edit.boostHintVisible, refreshed.outputDevice, refreshed.mode, refreshed.permissions);
-    state_ = std::move(refreshed);
-    if (state_.mode.is<ControlMode::SoftwareTap>())
-        pushProfile(state_.audioProcessing.profile, *state_.outputDevice);
+    state_.audioProcessing.profile = std::move(edit.profile);
+    state_.audioProcessing.boostHintVisible = edit.boostHintVisible;
+    explainAudioProcessing(state_, state_.outputDevice);
+    pushProfile();
     return state_;
 }
 
@@ -70,8 +68,8 @@ QuenstalState QuenstalController::resetEQProfile()
 
 QuenstalState QuenstalController::dismissEQBoostHint()
 {
-    state_.audioProcessing = audioProcessing(
-        std::move(state_.audioProcessing.profile), false, state_.outputDevice, state_.mode, state_.permissions);
+    state_.audioProcessing.boostHintVisible = false;
+    explainAudioProcessing(state_, state_.outputDevice);
     return state_;
 }
 

@@ -35,28 +35,30 @@ QuenstalController::QuenstalController(std::shared_ptr<AudioDeviceProviding> aud
       }
     , lastAudibleLevel_(std::max(initialVolume.level, reducer.stepSize()))
 {
-    refresh();
+    reload();
 }
 
 QuenstalState QuenstalController::refresh()
 {
-    Device device = attempt([&] { return audioDevices_->defaultOutputDevice(); }).value_or(std::nullopt);
-    Display display;
-    if (device)
-        display = attempt([&] { return displays_->displayTarget(*device); }).value_or(std::nullopt);
-    const auto permissions
-        = attempt([&] { return permissions_->currentPermissionState(); }).value_or(state_.permissions);
-
-    state_ = isEnabled_ ? refreshedWhileEnabled(std::move(device), std::move(display), permissions)
-                        : refreshedWhileDisabled(std::move(device), std::move(display), permissions);
-
-    // A running session always carries the stored profile; the next refresh tries again.
-    if (state_.mode.is<ControlMode::SoftwareTap>() && state_.outputDevice)
-        pushProfile(state_.audioProcessing.profile, *state_.outputDevice);
+    reload();
     return state_;
 }
 
-QuenstalState QuenstalController::refreshedWhileEnabled(
+void QuenstalController::reload()
+{
+    Device device = attempt([&] { return audioDevices_->defaultOutputDevice(); });
+    Display display = device ? attempt([&] { return displays_->displayTarget(*device); }) : std::nullopt;
+    const auto permissions
+        = attempt([&] { return permissions_->currentPermissionState(); }).value_or(state_.permissions);
+
+    QuenstalState fresh = isEnabled_ ? reloadedWhileEnabled(std::move(device), std::move(display), permissions)
+                                     : reloadedWhileDisabled(std::move(device), std::move(display), permissions);
+    explainAudioProcessing(fresh, fresh.outputDevice);
+    state_ = std::move(fresh);
+    pushProfile();
+}
+
+QuenstalState QuenstalController::reloadedWhileEnabled(
     Device device, Display display, const PermissionState& permissions)
 {
     const bool softwareAvailable
@@ -67,32 +69,27 @@ QuenstalState QuenstalController::refreshedWhileEnabled(
         = modeSelector_.selectMode(device, display, permissions, softwareAvailable, prefersSoftware);
 
     const VolumeSnapshot volume = readVolume(selection.mode, device, display).value_or(state_.volume);
-    EQProfile profile = device ? storedProfile(*device) : EQProfile::defaultProfile();
-    AudioProcessingState processing = audioProcessing(
-        std::move(profile), state_.audioProcessing.boostHintVisible, device, selection.mode, permissions);
-
     if (!volume.isMuted && volume.level > 0)
         lastAudibleLevel_ = volume.level;
 
+    EQProfile profile = device ? storedProfile(*device) : EQProfile::defaultProfile();
     return {std::move(device), std::move(display), permissions, std::move(selection.mode), volume, true,
-        std::move(selection.diagnostics), std::move(processing)};
+        std::move(selection.diagnostics),
+        {.profile = std::move(profile), .boostHintVisible = state_.audioProcessing.boostHintVisible}};
 }
 
-QuenstalState QuenstalController::refreshedWhileDisabled(
+QuenstalState QuenstalController::reloadedWhileDisabled(
     Device device, Display display, const PermissionState& permissions)
 {
-    const ControlMode mode = ControlMode::disabled();
     EQProfile profile = device ? storedProfile(*device) : state_.audioProcessing.profile;
-    AudioProcessingState processing = audioProcessing(std::move(profile), false, device, mode, permissions);
-
-    return {std::move(device), std::move(display), permissions, mode, state_.volume, false, {}, std::move(processing)};
+    return {std::move(device), std::move(display), permissions, ControlMode::disabled(), state_.volume, false, {},
+        {.profile = std::move(profile)}};
 }
 
 EQProfile QuenstalController::storedProfile(const AudioOutputDevice& device)
 {
-    return attempt([&] { return eqProfileStore_->profile(outputKey(device)); })
-        .value_or(std::nullopt)
-        .value_or(EQProfile::defaultProfile());
+    std::optional<EQProfile> stored = attempt([&] { return eqProfileStore_->profile(outputKey(device)); });
+    return stored ? *std::move(stored) : EQProfile::defaultProfile();
 }
 
 std::optional<VolumeSnapshot> QuenstalController::readVolume(
@@ -117,37 +114,38 @@ SoundLevelSnapshot QuenstalController::readLevels(
     return attempt([&] { return softwareVolume_->readLevels(*device); }).value_or(SoundLevelSnapshot::zero());
 }
 
-void QuenstalController::pushProfile(const EQProfile& profile, const AudioOutputDevice& device)
+void QuenstalController::pushProfile()
 {
-    attempt([&] { softwareVolume_->setEQProfile(profile, device); });
+    // A failure is made good by the next refresh, which pushes again.
+    if (state_.mode.is<ControlMode::SoftwareTap>() && state_.outputDevice)
+        attempt([&] { softwareVolume_->setEQProfile(state_.audioProcessing.profile, *state_.outputDevice); });
 }
 
 QuenstalState QuenstalController::setEnabled(bool enabled)
 {
-    if (enabled == isEnabled_)
-        return refresh();
-    return toggleEnabled();
+    return enabled == isEnabled_ ? refresh() : toggleEnabled();
 }
 
 QuenstalState QuenstalController::toggleEnabled()
 {
     isEnabled_ = !isEnabled_;
-    if (isEnabled_)
-        return resumeSoftwareFallbackIfNeeded(refresh());
     // First the sessions, so that no audio keeps flowing through the software path.
-    shutdown();
-    return refresh();
+    if (!isEnabled_)
+        shutdown();
+    reload();
+    if (isEnabled_)
+        resumeSoftwareFallbackIfNeeded();
+    return state_;
 }
 
-QuenstalState QuenstalController::resumeSoftwareFallbackIfNeeded(const QuenstalState& refreshed)
+void QuenstalController::resumeSoftwareFallbackIfNeeded()
 {
-    if (!refreshed.mode.is<ControlMode::SoftwareTap>() || !refreshed.outputDevice)
-        return refreshed;
-    const auto failure = failureOf([&] { softwareVolume_->setVolume(refreshed.volume, *refreshed.outputDevice); });
-    if (!failure)
-        return refreshed;
-    return appendDiagnostic({DiagnosticCode::commandIgnored, DiagnosticSeverity::error,
-        "Software volume could not be restored after enabling Quenstal.", *failure});
+    if (!state_.mode.is<ControlMode::SoftwareTap>() || !state_.outputDevice)
+        return;
+    const auto failure = failureOf([&] { softwareVolume_->setVolume(state_.volume, *state_.outputDevice); });
+    if (failure)
+        appendDiagnostic({DiagnosticCode::commandIgnored, DiagnosticSeverity::error,
+            "Software volume could not be restored after enabling Quenstal.", *failure});
 }
 
 void QuenstalController::shutdown()
