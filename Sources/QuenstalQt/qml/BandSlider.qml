@@ -1,0 +1,95 @@
+import QtQuick
+import Quenstal.Artwork
+
+// One band: a vertical slider from −12 to +12 dB on the plot's scale.
+Item {
+    id: slider
+
+    property real value: 0
+    readonly property real minimumValue: -12
+    readonly property real maximumValue: 12
+    readonly property real stepSize: 0.5
+    property real shownValue: 0
+    property string label
+    property string hertz
+    property bool chosen: false
+    property bool active: true
+    readonly property real pointsPerDecibel: height / 30
+    readonly property real middle: height / 2
+    signal moved(real gain)
+
+    function gainAt(y) {
+        const gain = Math.round((middle - y) / pointsPerDecibel * 2) / 2
+        return Math.max(minimumValue, Math.min(maximumValue, gain))
+    }
+
+    activeFocusOnTab: true
+    Accessible.role: Accessible.Slider
+    Accessible.name: qsTr("%1 Hz").arg(hertz)
+    Accessible.description: qsTr("%1 dB").arg(Theme.decibels(shownValue))
+    Accessible.focusable: true
+    Accessible.onIncreaseAction: moved(Math.min(maximumValue, shownValue + stepSize))
+    Accessible.onDecreaseAction: moved(Math.max(minimumValue, shownValue - stepSize))
+
+    // Assistive technology writes the value; what is shown stays the profile's.
+    onValueChanged: {
+        if (value === shownValue)
+            return
+        moved(value)
+        value = Qt.binding(() => shownValue)
+    }
+
+    GlassPlate {
+        x: (parent.width - width) / 2
+        y: slider.middle - 12 * slider.pointsPerDecibel - 2
+        width: 5
+        height: 24 * slider.pointsPerDecibel + 4
+        radius: 2.5
+        color: Qt.rgba(0, 0, 0, 0.36)
+        rim: Qt.rgba(1, 1, 1, 0.10)
+    }
+    Rectangle {
+        x: (parent.width - width) / 2
+        y: slider.middle - Math.max(0, slider.shownValue) * slider.pointsPerDecibel
+        width: 3
+        height: Math.abs(slider.shownValue) * slider.pointsPerDecibel
+        radius: 1.5
+        color: slider.active ? "#6aa8ff" : "#8b91a0"
+    }
+    GlassPlate {
+        anchors.centerIn: knob
+        width: 30
+        height: 30
+        radius: 15
+        visible: slider.chosen
+        color: slider.active ? Qt.rgba(0.36, 0.62, 1, 0.26) : Qt.rgba(1, 1, 1, 0.16)
+        rim: slider.activeFocus && Theme.showsFocus ? Theme.focus : "transparent"
+    }
+    GlassKnob {
+        id: knob
+        width: 26
+        height: 26
+        x: (parent.width - width) / 2
+        y: slider.middle - slider.shownValue * slider.pointsPerDecibel - height / 2
+        dimmed: !slider.active
+    }
+    MouseArea {
+        // Where the knob was taken stays under the pointer.
+        property real grip: 0
+
+        anchors.fill: parent
+        preventStealing: true
+        onPressed: (mouse) => {
+            slider.forceActiveFocus(Qt.MouseFocusReason)
+            const knobY = slider.middle - slider.shownValue * slider.pointsPerDecibel
+            grip = Math.abs(mouse.y - knobY) <= 13 ? mouse.y - knobY : 0
+            slider.moved(slider.gainAt(mouse.y - grip))
+        }
+        onPositionChanged: (mouse) => slider.moved(slider.gainAt(mouse.y - grip))
+        onDoubleClicked: slider.moved(0)
+        onWheel: (wheel) => {
+            const step = wheel.angleDelta.y > 0 ? slider.stepSize : wheel.angleDelta.y < 0 ? -slider.stepSize : 0
+            slider.moved(Math.max(slider.minimumValue, Math.min(slider.maximumValue, slider.shownValue + step)))
+        }
+    }
+}

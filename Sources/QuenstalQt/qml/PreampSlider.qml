@@ -1,0 +1,92 @@
+import QtQuick
+import Quenstal.Artwork
+
+Item {
+    id: slider
+
+    property real value: 0
+    readonly property real minimumValue: -12
+    readonly property real maximumValue: 6
+    readonly property real stepSize: 0.5
+    property real shownValue: 0
+    property bool active: true
+    readonly property real travel: width - 20
+    signal moved(real gain)
+
+    function xOf(gain) { return 10 + travel * (gain - minimumValue) / (maximumValue - minimumValue) }
+    function gainAt(x) { return bounded(Math.round(((x - 10) / travel * (maximumValue - minimumValue) + minimumValue) * 2) / 2) }
+    function bounded(gain) { return Math.max(minimumValue, Math.min(maximumValue, gain)) }
+
+    height: 26
+    activeFocusOnTab: true
+    Accessible.role: Accessible.Slider
+    Accessible.name: qsTr("Preamp")
+    Accessible.description: qsTr("%1 dB").arg(Theme.decibels(shownValue))
+    Accessible.focusable: true
+    Accessible.onIncreaseAction: moved(bounded(shownValue + stepSize))
+    Accessible.onDecreaseAction: moved(bounded(shownValue - stepSize))
+    Keys.onLeftPressed: moved(bounded(shownValue - stepSize))
+    Keys.onRightPressed: moved(bounded(shownValue + stepSize))
+
+    onValueChanged: {
+        if (value === shownValue)
+            return
+        moved(value)
+        value = Qt.binding(() => shownValue)
+    }
+
+    GlassPlate {
+        x: 8
+        y: (parent.height - height) / 2
+        width: parent.width - 16
+        height: 6
+        radius: 3
+        sunken: true
+        color: Qt.rgba(0, 0, 0, 0.34)
+        rim: Qt.rgba(1, 1, 1, 0.10)
+    }
+    Rectangle {
+        x: Math.min(slider.xOf(0), slider.xOf(slider.shownValue))
+        y: (parent.height - height) / 2
+        width: Math.abs(slider.xOf(slider.shownValue) - slider.xOf(0))
+        height: 3
+        radius: 1.5
+        color: slider.active ? "#6aa8ff" : "#8b91a0"
+    }
+    // Where the preamp changes nothing.
+    Rectangle {
+        x: Math.round(slider.xOf(0)) - 1
+        y: parent.height / 2 + 7
+        width: 1
+        height: 4
+        color: Qt.rgba(1, 1, 1, 0.35)
+    }
+    GlassPlate {
+        anchors.centerIn: knob
+        width: 30
+        height: 30
+        radius: 15
+        visible: slider.activeFocus && Theme.showsFocus
+        color: Qt.rgba(0.36, 0.62, 1, 0.24)
+        rim: Theme.focus
+    }
+    GlassKnob {
+        id: knob
+        width: 26
+        height: 26
+        x: slider.xOf(slider.shownValue) - width / 2
+        y: (parent.height - height) / 2
+        dimmed: !slider.active
+    }
+    MouseArea {
+        anchors.fill: parent
+        preventStealing: true
+        onPressed: (mouse) => {
+            slider.forceActiveFocus(Qt.MouseFocusReason)
+            slider.moved(slider.gainAt(mouse.x))
+        }
+        onPositionChanged: (mouse) => slider.moved(slider.gainAt(mouse.x))
+        onDoubleClicked: slider.moved(0)
+        onWheel: (wheel) => slider.moved(slider.bounded(slider.shownValue + (wheel.angleDelta.y > 0 ? slider.stepSize : -slider.stepSize)))
+    }
+}

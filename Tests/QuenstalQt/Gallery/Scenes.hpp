@@ -1,0 +1,37 @@
+#pragma once
+
+// Every screen of the panel in every state that looks different, for the gallery and the golden images.
+
+#include "QuenstalApp/StatusMenuController/GlassDialViewState.hpp"
+#include "QuenstalPlatform/Desktop.hpp"
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace quenstal::gallery {
+
+struct Scene {
+    std::string name;
+    QuenstalState state;
+    /// Navigation and capture, applied to the fresh view state.
+    std::function<void(GlassDialViewState&)> arrange = {};
+    std::optional<Alert> alert = {};
+    bool showsFocus = false;
+    bool hasCompositor = true;
+};
+
+const std::vector<Scene>& scenes();
+
+struct NamedFeedback {
+    std::string name;
+    KeyFeedback feedback;
+};
+
+const std::vector<NamedFeedback>& feedbacks();
+
+/// The height of the glass for what the view state shows.
+int panelHeight(const GlassDialViewState& state);
+
+} // namespace quenstal::gallery

@@ -1,0 +1,108 @@
+#include "Gallery/Stage.hpp"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include <QGuiApplication>
+#include <QQmlComponent>
+
+namespace quenstal::gallery {
+
+namespace {
+
+QImage pictureOn(QQuickWindow& window, const QColor& background)
+{
+    window.setColor(background);
+    return window.grabWindow().convertToFormat(QImage::Format_RGB32);
+}
+
+/// A window without a screen has no transparency of its own: it follows from the pictures on black and on white.
+QImage transparentPicture(QQuickWindow& window)
+{
+    const QImage onBlack = pictureOn(window, Qt::black);
+    const QImage onWhite = pictureOn(window, Qt::white);
+    QImage picture(onBlack.size(), QImage::Format_ARGB32_Premultiplied);
+    picture.setDevicePixelRatio(onBlack.devicePixelRatio());
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            const QRgb black = onBlack.pixel(x, y);
+            const int alpha = 255 - std::clamp(qGreen(onWhite.pixel(x, y)) - qGreen(black), 0, 255);
+            const auto limited = [alpha](int channel) { return std::min(channel, alpha); };
+            picture.setPixel(x, y, qRgba(limited(qRed(black)), limited(qGreen(black)), limited(qBlue(black)), alpha));
+        }
+    }
+    return picture.convertToFormat(QImage::Format_ARGB32);
+}
+
+} // namespace
+
+void prepareEnvironment(double scale)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    qputenv("QT_SCALE_FACTOR", QByteArray::number(scale));
+    qputenv("QT_QUICK_BACKEND", "software");
+    qputenv("FONTCONFIG_FILE", QUENSTAL_TEST_FONTS);
+}
+
+std::unique_ptr<QQuickItem> makeView(QQmlEngine& engine, const char* name, const QVariantMap& properties)
+{
+    QQmlComponent component(&engine, QUrl(QStringLiteral("qrc:/Quenstal/Views/%1.qml").arg(QLatin1String(name))));
+    if (!component.isReady())
+        qFatal("%s", qPrintable(component.errorString()));
+    auto* item = qobject_cast<QQuickItem*>(component.createWithInitialProperties(properties));
+    return std::unique_ptr<QQuickItem>(item);
+}
+
+Stage::Stage(QQmlEngine& engine, const Scene& scene)
+    : viewState_(GlassDialSnapshot(scene.state), SetupGuideSnapshot(scene.state))
+    , model_(viewState_)
+{
+    if (scene.arrange)
+        scene.arrange(viewState_);
+    model_.setMotion(false);
+    model_.setKeyboardInUse(scene.showsFocus);
+    if (scene.alert) {
+        QStringList buttons;
+        for (const std::string& button : scene.alert->buttons)
+            buttons << PanelModel::shown(button);
+        question_ = std::make_unique<Question>(
+            PanelModel::shown(scene.alert->message), PanelModel::shown(scene.alert->informativeText), buttons, nullptr);
+    }
+    const int margin = scene.hasCompositor ? shadowMargin : 0;
+    root_ = makeView(engine, "PanelRoot",
+        {{"panel", QVariant::fromValue(&model_)}, {"margin", margin}, {"translucent", scene.hasCompositor},
+            {"question", QVariant::fromValue<QObject*>(question_.get())}});
+    window_.resize(panelWidth + 2 * margin, panelHeight(viewState_) + 2 * margin);
+    root_->setParentItem(window_.contentItem());
+    root_->setSize(window_.size());
+    window_.show();
+    if (scene.showsFocus) {
+        if (auto* dial = root_->findChild<QQuickItem*>("dial"))
+            dial->forceActiveFocus(Qt::TabFocusReason);
+    }
+    QGuiApplication::processEvents();
+}
+
+Stage::~Stage() = default;
+
+QImage Stage::picture()
+{
+    return transparentPicture(window_);
+}
+
+QImage feedbackPicture(QQmlEngine& engine, const KeyFeedback& feedback)
+{
+    QQuickWindow window;
+    auto root = makeView(engine, "KeyFeedback",
+        {{"margin", shadowMargin}, {"symbol", QString::fromStdString(feedback.symbolName)},
+            {"title", PanelModel::shown(feedback.title)}, {"text", PanelModel::shown(feedback.text)},
+            {"percent", feedback.percent.value_or(-1)}, {"muted", feedback.symbolName == "speaker.slash.fill"}});
+    window.resize(300 + 2 * shadowMargin, 60 + 2 * shadowMargin);
+    root->setParentItem(window.contentItem());
+    root->setSize(window.size());
+    window.show();
+    QGuiApplication::processEvents();
+    return transparentPicture(window);
+}
+
+} // namespace quenstal::gallery

@@ -1,0 +1,50 @@
+#pragma once
+
+// Shows a scene in a window without a screen, and takes its picture.
+
+#include "Gallery/Scenes.hpp"
+#include "QuenstalQt/Panel/PanelModel.hpp"
+#include "QuenstalQt/Panel/Question.hpp"
+
+#include <memory>
+
+#include <QImage>
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QQuickWindow>
+
+namespace quenstal::gallery {
+
+/// Width of the shadow's room around the glass.
+inline constexpr int shadowMargin = 26;
+inline constexpr int panelWidth = 344;
+
+/// To be called before the application object is made: no screen, software rendering, the fonts of the tests.
+void prepareEnvironment(double scale);
+
+/// One panel with its own view state.
+class Stage {
+public:
+    Stage(QQmlEngine& engine, const Scene& scene);
+    ~Stage();
+
+    QImage picture();
+    QQuickWindow& window() { return window_; }
+    GlassDialViewState& viewState() { return viewState_; }
+    QQuickItem& root() { return *root_; }
+
+private:
+    GlassDialViewState viewState_;
+    PanelModel model_;
+    std::unique_ptr<Question> question_;
+    QQuickWindow window_;
+    std::unique_ptr<QQuickItem> root_;
+};
+
+/// The feedback bar as a picture.
+QImage feedbackPicture(QQmlEngine& engine, const KeyFeedback& feedback);
+
+/// Makes a view of the module; ends the program with the errors when it cannot be made.
+std::unique_ptr<QQuickItem> makeView(QQmlEngine& engine, const char* name, const QVariantMap& properties);
+
+} // namespace quenstal::gallery
