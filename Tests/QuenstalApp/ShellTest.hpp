@@ -3,6 +3,7 @@
 // The shell on a simulated desktop, over a controller whose ports are fakes.
 
 #include "QuenstalApp/MediaKeyTap.hpp"
+#include "QuenstalApp/PrintGeometry.hpp"
 #include "QuenstalApp/StatusMenuController.hpp"
 #include "QuenstalCore/Controller/ControllerTest.hpp"
 #include "QuenstalSimulation/SimulatedDesktop.hpp"

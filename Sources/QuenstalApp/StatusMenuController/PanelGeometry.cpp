@@ -146,8 +146,12 @@ Rect PanelGeometry::resized(const Rect& frame, Size size, BarSide side, const st
     if (!screen)
         return {x, y, size.width, size.height};
     const Rect& visible = screen->visibleFrame;
-    y = std::max(std::min(y, visible.maxY() - size.height - margin), visible.minY());
-    x = std::max(std::min(x, visible.maxX() - size.width), visible.minX());
+    // The panel touches its bar and keeps the margin to the other edges.
+    const auto marginAt = [side](BarSide edge) { return side == edge ? 0 : margin; };
+    const double lowest = visible.maxY() - size.height - marginAt(BarSide::bottom);
+    const double rightmost = visible.maxX() - size.width - marginAt(BarSide::right);
+    y = std::max(std::min(y, lowest), visible.minY() + marginAt(BarSide::top));
+    x = std::max(std::min(x, rightmost), visible.minX() + marginAt(BarSide::left));
     return {x, y, size.width, size.height};
 }
 
