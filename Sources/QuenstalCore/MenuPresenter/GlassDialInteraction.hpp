@@ -10,6 +10,8 @@ enum class GlassDialStepDirection { up, down };
 
 /// Turns the dial's gestures into commands or new percents.
 struct GlassDialInteraction {
+    GlassDialInteraction() = delete;
+
     /// The percent is clamped to 0…100.
     static VolumeCommand command(std::int64_t volumePercent);
     /// The mute button toggles; it never sets an explicit state.

@@ -14,6 +14,8 @@ enum class GlassDialModeKind { software, hardware, system, disabled, unavailable
 
 /// Where the settings buttons lead. The platform's desktop opens these links.
 struct GlassDialSettingsDestination {
+    GlassDialSettingsDestination() = delete;
+
     /// The settings' Sound page.
     static constexpr std::string_view soundSettingsURLString = "quenstal-settings:sound";
     /// The settings' page that lets a program capture keys.
