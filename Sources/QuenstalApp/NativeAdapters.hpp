@@ -3,6 +3,8 @@
 // The core's ports over the platform's calls.
 
 #include "QuenstalApp/NativeAdapters/CoreAudioDeviceProvider.hpp"
+#include "QuenstalApp/NativeAdapters/CoreAudioSoftwareVolumeSession.hpp"
 #include "QuenstalApp/NativeAdapters/CoreAudioSystemVolumeController.hpp"
+#include "QuenstalApp/NativeAdapters/CoreAudioTapSoftwareVolumeController.hpp"
 #include "QuenstalApp/NativeAdapters/CoreGraphicsDisplayProvider.hpp"
 #include "QuenstalApp/NativeAdapters/NativeDDCVolumeController.hpp"

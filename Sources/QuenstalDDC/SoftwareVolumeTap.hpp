@@ -1,6 +1,8 @@
 #pragma once
 
-// The software volume path: the session's record, its settings and meters, and the procedure on the audio thread.
+// The software volume path: a session from its creation to its end, its record, its settings and meters, and the
+// procedure on the audio thread.
 
+#include "QuenstalDDC/SoftwareVolumeTap/Session.hpp"
 #include "QuenstalDDC/SoftwareVolumeTap/SessionRecord.hpp"
 #include "QuenstalDDC/SoftwareVolumeTap/SignalProcessing.hpp"

@@ -1,0 +1,72 @@
+#include "QuenstalApp/NativeAdapters/CoreAudioSoftwareVolumeSession.hpp"
+
+#include "QuenstalApp/NativeAdapters/RepairedText.hpp"
+
+#include <algorithm>
+#include <array>
+
+namespace quenstal {
+
+namespace {
+
+float softwareGain(const VolumeSnapshot& snapshot)
+{
+    return snapshot.isMuted ? 0.0F : static_cast<float>(VolumeSnapshot::clamp(snapshot.level));
+}
+
+QSSoftwareVolumeSession* create(AudioTaps& taps, const std::string& deviceUID, const VolumeSnapshot& initialVolume)
+{
+    std::array<char, 512> message{};
+    QSSoftwareVolumeSession* session = nullptr;
+    const bool created = QSSoftwareVolumeSessionCreate(
+        taps, deviceUID.c_str(), &session, message.data(), message.size(), softwareGain(initialVolume));
+    if (created && session)
+        return session;
+    const std::string reason = repairedText(message.data());
+    throw QuenstalError::commandFailed(
+        reason.empty() ? "Core Audio software volume session could not be created." : reason);
+}
+
+QSSoftwareEQProfile softwareProfile(const EQProfile& profile)
+{
+    QSSoftwareEQProfile converted{
+        .enabled = profile.enabled,
+        .preampDB = static_cast<float>(profile.preampDB),
+        .bandCount = static_cast<std::uint32_t>(std::min(profile.bands.size(), softwareEQBandCount)),
+        .bands = {},
+    };
+    for (std::size_t k = 0; k < softwareEQBandCount; ++k) {
+        const EQBand& band = k < profile.bands.size() ? profile.bands[k] : EQBand::defaults()[k];
+        converted.bands[k] = {static_cast<float>(band.frequencyHz), static_cast<float>(band.gainDB)};
+    }
+    return converted;
+}
+
+} // namespace
+
+CoreAudioSoftwareVolumeSession::CoreAudioSoftwareVolumeSession(
+    AudioTaps& taps, const std::string& deviceUID, const VolumeSnapshot& initialVolume)
+    : taps_(taps)
+    , session_(create(taps, deviceUID, initialVolume), Destroy{taps})
+{
+}
+
+void CoreAudioSoftwareVolumeSession::setVolume(const VolumeSnapshot& snapshot)
+{
+    QSSoftwareVolumeSessionSetGain(session_.get(), softwareGain(snapshot));
+}
+
+void CoreAudioSoftwareVolumeSession::setEQProfile(const EQProfile& profile)
+{
+    const QSSoftwareEQProfile converted = softwareProfile(profile);
+    QSSoftwareVolumeSessionSetEQProfile(session_.get(), &converted);
+}
+
+SoundLevelSnapshot CoreAudioSoftwareVolumeSession::readLevels() const
+{
+    QSSoftwareLevels levels;
+    QSSoftwareVolumeSessionReadLevels(session_.get(), &levels);
+    return {levels.levelL, levels.levelR, levels.peakL, levels.peakR, levels.clipping};
+}
+
+} // namespace quenstal
