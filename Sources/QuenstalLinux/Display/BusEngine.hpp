@@ -1,0 +1,85 @@
+#pragma once
+
+#include "QuenstalLinux/Display/BusLink.hpp"
+#include "QuenstalPlatform/DisplayBuses.hpp"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <thread>
+
+#include <span>
+
+namespace quenstal {
+
+class BusWorker;
+
+/// What a worker has to tell; called on its thread, under no lock of its own.
+struct BusNews {
+    /// What was answered may be different now.
+    std::function<void()> changed;
+    /// The device went away under the worker.
+    std::function<void()> deviceGone;
+};
+
+/// How long the main thread may still wait for monitors of which nothing is known yet: once for each discovery, not
+/// for each call. Main thread.
+class ColdBudget {
+public:
+    /// Grants the whole wait, unless it was granted a moment ago: connectors that flap must not hold up every key.
+    void grant(WorkerTime::Time now);
+    void spend(WorkerTime::Duration duration);
+    WorkerTime::Duration left() const { return left_; }
+
+private:
+    WorkerTime::Duration left_{};
+    std::optional<WorkerTime::Time> grantedAt_;
+};
+
+/// One monitor's bus, served by a thread of its own so that a key press need not wait for the wire. Gets are answered
+/// from a memo, Sets are written behind; what is on the wire in the end is the last Set that was accepted. No Set goes
+/// to a bus that has not answered a Get since the bus was found.
+///
+/// A Set that was accepted and then failed is reported by one failed Get. A monitor that answers nothing is not waited
+/// for again; it is asked again in the background. Main thread.
+class BusEngine {
+public:
+    /// Begins to ask at once.
+    BusEngine(std::string device, std::shared_ptr<I2CDevices> devices, std::shared_ptr<WorkerTime> time,
+        std::shared_ptr<CardGate> gate, BusNews news);
+    /// Leaves a worker that hangs to itself.
+    ~BusEngine();
+    BusEngine(const BusEngine&) = delete;
+    BusEngine& operator=(const BusEngine&) = delete;
+
+    /// 0 or an errno. Waits only while nothing is known, and only out of the budget.
+    PlatformStatus get(std::span<const std::uint8_t> question, WorkerTime::Duration replyDelay,
+        std::span<std::uint8_t> reply, ColdBudget& budget);
+    /// 0 when the value was written or will be. Waits at most 25 ms, and only when the bus is at rest: then a failure
+    /// is the failure of this very command.
+    PlatformStatus set(std::span<const std::uint8_t> message);
+
+    /// The monitor may be another, or have another volume: everything is found out again, what was accepted and not
+    /// yet written waits for the answer.
+    void rediscover();
+    /// Lets go of the device and touches it no more until `rediscover`.
+    void suspend();
+
+    /// Ends the worker once what was accepted is written. Does not wait; the destructor does, for at most 300 ms from
+    /// now.
+    void beginStop();
+    bool hasStopped() const;
+
+    std::optional<DisplayBusProblem::Kind> problem() const;
+    const std::string& device() const { return device_; }
+
+private:
+    const std::string device_;
+    const std::shared_ptr<WorkerTime> time_;
+    /// Shared with its thread, which may outlive this object when a driver hangs.
+    const std::shared_ptr<BusWorker> worker_;
+    std::thread thread_;
+    std::optional<WorkerTime::Time> stopUntil_;
+};
+
+} // namespace quenstal

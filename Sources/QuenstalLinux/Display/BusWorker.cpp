@@ -1,0 +1,289 @@
+// The worker thread's side of a bus engine.
+
+#include "QuenstalLinux/Display/BusWorker.hpp"
+
+#include "QuenstalLinux/Display/ReplyJury.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <utility>
+
+namespace quenstal {
+namespace {
+
+using namespace std::chrono_literals;
+using Duration = WorkerTime::Duration;
+
+constexpr I2CDevices::Address ddcAddress = 0x37;
+
+/// What the standard grants a monitor after a Set, and between question and answer.
+constexpr Duration pacing = 50ms;
+constexpr Duration usualReplyDelay = 50ms;
+
+/// After the last Set of a burst the monitor is asked what became of it.
+constexpr Duration verifyDelay = 300ms;
+/// Descriptors are closed well within a second.
+constexpr Duration idleUntilClose = 900ms;
+
+constexpr std::array<Duration, 3> setBackoff{50ms, 100ms, 200ms};
+constexpr std::array<Duration, 5> getBackoff{40ms, 80ms, 160ms, 160ms, 160ms};
+constexpr Duration longestSilenceBackoff = 30s;
+constexpr Duration longestRefusalBackoff = 10min;
+
+/// The call came back at last, whatever it brought.
+constexpr int driverHung = ETIME;
+
+/// Trying again at once cannot help.
+bool isHopeless(int error)
+{
+    return isDeviceGone(error) || isDenied(error) || error == driverHung;
+}
+
+} // namespace
+
+BusWorker::BusWorker(const std::string& device, std::shared_ptr<I2CDevices> devices, std::shared_ptr<WorkerTime> time,
+    std::shared_ptr<CardGate> gate, BusNews news)
+    : time_(time)
+    , news_(std::move(news))
+    , link_(device, std::move(devices), time, std::move(gate))
+    , question_(speakerVolumeQuestion.begin(), speakerVolumeQuestion.end())
+    , replyDelay_(usualReplyDelay)
+{
+}
+
+void BusWorker::run()
+{
+    Lock lock(mutex_);
+    while (!isDone()) {
+        step(lock);
+        announce(lock);
+    }
+    closeLink(lock);
+    hasEnded_ = true;
+    time_->wakeAll(progress_);
+}
+
+void BusWorker::step(Lock& lock)
+{
+    const Time now = time_->now();
+    if (closeIsDue_ || now >= closeAt_)
+        closeLink(lock);
+    else if (!hasWork(now))
+        waitForWork(lock);
+    else if (now < quietUntil_)
+        pause(lock, quietUntil_ - now);
+    else if (pendingSet_ && memo_)
+        writePending(lock);
+    else
+        ask(lock);
+}
+
+bool BusWorker::hasWork(Time now) const
+{
+    if (standing_ == Standing::suspended)
+        return false;
+    return pendingSet_ || probeIsDue_ || now >= verifyAt_ || now >= reprobeAt_;
+}
+
+void BusWorker::waitForWork(Lock& lock)
+{
+    const Time deadline = std::min({closeAt_, verifyAt_, reprobeAt_});
+    time_->waitUntil(lock, work_, deadline, [this] { return isStopping_ || closeIsDue_ || hasWork(time_->now()); });
+}
+
+void BusWorker::pause(Lock& lock, Duration duration)
+{
+    time_->waitUntil(lock, work_, time_->now() + duration, [this] { return closeIsDue_; });
+}
+
+void BusWorker::closeLink(Lock& lock)
+{
+    closeIsDue_ = false;
+    closeAt_ = WorkerTime::never;
+    lock.unlock();
+    link_.close();
+    lock.lock();
+}
+
+template <typename Work>
+int BusWorker::transact(Lock& lock, Work work)
+{
+    const Time began = time_->now();
+    transactionBegan_ = began;
+    lock.unlock();
+    const int error = work();
+    lock.lock();
+    transactionBegan_.reset();
+    closeAt_ = link_.isOpen() ? time_->now() + idleUntilClose : WorkerTime::never;
+    if (closeIsDue_)
+        closeLink(lock);
+    return time_->now() - began > stuckAfter ? driverHung : error;
+}
+
+void BusWorker::writePending(Lock& lock)
+{
+    isBusy_ = true;
+    int error = writeOnce(lock);
+    for (const Duration backoff : setBackoff) {
+        if (error == 0 || isHopeless(error) || isStopping_)
+            break;
+        pause(lock, backoff);
+        // Forgotten meanwhile: the monitor has to answer before it is written again.
+        if (!memo_)
+            break;
+        error = writeOnce(lock);
+    }
+    if (error != 0 && memo_)
+        failSets(error);
+    isBusy_ = false;
+    time_->wakeAll(progress_);
+}
+
+int BusWorker::writeOnce(Lock& lock)
+{
+    const VcpMessage message = *std::exchange(pendingSet_, std::nullopt);
+    const std::uint64_t accepted = setsAccepted_;
+    const int error = transact(lock, [&] { return link_.write(ddcAddress, message); });
+    quietUntil_ = time_->now() + pacing;
+    if (error != 0) {
+        // A newer one takes its place.
+        if (!pendingSet_)
+            pendingSet_ = message;
+        return error;
+    }
+    setsDone_ = accepted;
+    lastSetError_ = 0;
+    refusalBackoff_ = firstRefusalBackoff;
+    verifyAt_ = time_->now() + verifyDelay;
+    return 0;
+}
+
+void BusWorker::failSets(int error)
+{
+    pendingSet_.reset();
+    setsDone_ = setsAccepted_;
+    lastSetError_ = error;
+    owesFailure_ = true;
+    lastSetFailed_ = true;
+    memo_.reset();
+    ++generation_;
+    retryAt_ = WorkerTime::never;
+    isDeviceGone_ = isDeviceGone(error);
+    standAs(isDenied(error) ? Standing::denied : Standing::silent);
+    probeIsDue_ = true;
+}
+
+void BusWorker::ask(Lock& lock)
+{
+    isBusy_ = true;
+    probeIsDue_ = false;
+    verifyAt_ = reprobeAt_ = WorkerTime::never;
+    const VcpMessage question = question_;
+    const std::uint64_t generation = generation_;
+    const Answer answer = poll(lock, question, generation);
+    isBusy_ = false;
+    // Seconds late a Set would be a surprise.
+    if (answer.error == driverHung && pendingSet_)
+        return failSets(answer.error);
+    // What made the answer out of date has asked, or will ask, for another.
+    if (answer.isInterrupted || generation != generation_)
+        return;
+    if (!answer.reply)
+        learnSilence(answer);
+    else if (lastSetFailed_ && answer.isPrompt)
+        learnRefusal();
+    else
+        learn(*answer.reply);
+    time_->wakeAll(progress_);
+}
+
+BusWorker::Answer BusWorker::poll(Lock& lock, const VcpMessage& question, std::uint64_t generation)
+{
+    ReplyJury jury(question, memo_);
+    Answer answer;
+    for (std::size_t attempt = 0; attempt <= getBackoff.size(); ++attempt) {
+        const bool shouldBackOff = attempt > 0 && !(answer.error == 0 && jury.lastHeard());
+        if (shouldBackOff)
+            pause(lock, getBackoff[attempt - 1]);
+        if (generation != generation_ || isStopping_)
+            return {.reply = {}, .isInterrupted = true};
+        VcpReply reply{};
+        answer.isPrompt = attempt == 0;
+        answer.error = transact(lock, [&] { return link_.exchange(ddcAddress, question, replyDelay_, reply); });
+        if (isHopeless(answer.error))
+            break;
+        if (answer.error != 0)
+            continue;
+        // A monitor that has answered before has the feature, whatever it says now.
+        answer.isUnsupported = jury.hear(reply) == VcpVerdict::unsupported && !memo_;
+        if (answer.isUnsupported || jury.decision())
+            break;
+    }
+    answer.reply = jury.decision() ? jury.decision() : jury.lastHeard();
+    return answer;
+}
+
+void BusWorker::learn(VcpReply reply)
+{
+    // Accepted before the monitor was asked anew, and still to be written.
+    if (pendingSet_)
+        putCurrentValue(reply, *pendingSet_);
+    hasChanged_ |= !memo_ || !saySame(*memo_, reply, question_);
+    memo_ = reply;
+    memoAt_ = time_->now();
+    lastSetFailed_ = false;
+    silenceBackoff_ = firstSilenceBackoff;
+    standAs(Standing::answering);
+}
+
+void BusWorker::learnRefusal()
+{
+    lastSetFailed_ = false;
+    retryAt_ = time_->now() + refusalBackoff_;
+    refusalBackoff_ = std::min(2 * refusalBackoff_, longestRefusalBackoff);
+    standAs(Standing::refusing);
+}
+
+void BusWorker::learnSilence(const Answer& answer)
+{
+    isDeviceGone_ = memo_ && isDeviceGone(answer.error);
+    memo_.reset();
+    ++generation_;
+    lastSetFailed_ = false;
+    if (std::exchange(pendingSet_, std::nullopt)) {
+        setsDone_ = setsAccepted_;
+        lastSetError_ = EIO;
+        owesFailure_ = true;
+    }
+    if (answer.isUnsupported)
+        silenceBackoff_ = longestSilenceBackoff;
+    retryAt_ = time_->now() + silenceBackoff_;
+    // Beyond that it is asked on demand only: an idle machine stays idle.
+    if (silenceBackoff_ < longestSilenceBackoff)
+        reprobeAt_ = retryAt_;
+    silenceBackoff_ = std::min(2 * silenceBackoff_, longestSilenceBackoff);
+    standAs(isDenied(answer.error) ? Standing::denied : Standing::silent);
+}
+
+void BusWorker::standAs(Standing standing)
+{
+    hasChanged_ |= standing_ != standing;
+    standing_ = standing;
+}
+
+void BusWorker::announce(Lock& lock)
+{
+    const bool hasChanged = std::exchange(hasChanged_, false);
+    const bool isGone = std::exchange(isDeviceGone_, false);
+    if (!hasChanged && !isGone)
+        return;
+    lock.unlock();
+    if (isGone)
+        news_.deviceGone();
+    if (hasChanged)
+        news_.changed();
+    lock.lock();
+}
+
+} // namespace quenstal

@@ -1,0 +1,129 @@
+#pragma once
+
+#include "QuenstalLinux/Display/BusEngine.hpp"
+#include "QuenstalLinux/Display/VcpWire.hpp"
+
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+
+namespace quenstal {
+
+/// The two sides of a bus engine: what the main thread asks, and the thread that talks to the monitor. They share what
+/// stands below `mutex_`, which is never held across a system call.
+class BusWorker {
+public:
+    BusWorker(const std::string& device, std::shared_ptr<I2CDevices> devices, std::shared_ptr<WorkerTime> time,
+        std::shared_ptr<CardGate> gate, BusNews news);
+
+    // Main thread; contracts as in BusEngine.
+    PlatformStatus get(std::span<const std::uint8_t> question, WorkerTime::Duration replyDelay,
+        std::span<std::uint8_t> reply, ColdBudget& budget);
+    PlatformStatus set(std::span<const std::uint8_t> message);
+    void rediscover();
+    void suspend();
+    void beginStop();
+    bool awaitEnd(WorkerTime::Time deadline);
+    std::optional<DisplayBusProblem::Kind> problem() const;
+
+    /// The thread's body.
+    void run();
+
+private:
+    using Duration = WorkerTime::Duration;
+    using Lock = WorkerTime::Lock;
+    using Time = WorkerTime::Time;
+
+    /// A call that takes this long hangs in the driver: the slowest good transaction takes 60 ms.
+    static constexpr Duration stuckAfter = std::chrono::seconds(2);
+    static constexpr Duration firstSilenceBackoff = std::chrono::milliseconds(250);
+    static constexpr Duration firstRefusalBackoff = std::chrono::seconds(30);
+
+    /// What is known of the monitor. Only one that answers has a memo.
+    enum class Standing { unknown, answering, silent, denied, refusing, suspended };
+    /// What asking came to.
+    struct Answer {
+        std::optional<VcpReply> reply;
+        int error = 0;
+        /// The monitor said that it has no such feature.
+        bool isUnsupported = false;
+        /// It came at the first attempt: the monitor is there and well.
+        bool isPrompt = false;
+        /// Something more important came up; nothing was learnt.
+        bool isInterrupted = false;
+    };
+
+    // Main thread, under the lock.
+    void adoptQuestion(std::span<const std::uint8_t> question, Duration replyDelay);
+    void awaitDiscovery(Lock& lock, ColdBudget& budget);
+    void requestProbe();
+    bool isStuck() const;
+    void forgetMonitor(Standing standing);
+
+    // Worker thread, under the lock; those that take it let go of it meanwhile.
+    bool isDone() const { return isStopping_ && !(pendingSet_ && memo_); }
+    void step(Lock& lock);
+    bool hasWork(Time now) const;
+    void waitForWork(Lock& lock);
+    void pause(Lock& lock, Duration duration);
+    void closeLink(Lock& lock);
+    template <typename Work>
+    int transact(Lock& lock, Work work);
+    void writePending(Lock& lock);
+    int writeOnce(Lock& lock);
+    void failSets(int error);
+    void ask(Lock& lock);
+    Answer poll(Lock& lock, const VcpMessage& question, std::uint64_t generation);
+    void learn(VcpReply reply);
+    void learnRefusal();
+    void learnSilence(const Answer& answer);
+    void standAs(Standing standing);
+    void announce(Lock& lock);
+
+    const std::shared_ptr<WorkerTime> time_;
+    const BusNews news_;
+    BusLink link_; // worker thread only
+
+    mutable std::mutex mutex_;
+    std::condition_variable work_;
+    std::condition_variable progress_;
+
+    VcpMessage question_;
+    Duration replyDelay_;
+    Standing standing_ = Standing::unknown;
+    std::optional<VcpReply> memo_;
+    Time memoAt_{};
+    /// Moves on with everything that makes a Get in flight out of date.
+    std::uint64_t generation_ = 0;
+
+    std::optional<VcpMessage> pendingSet_;
+    std::uint64_t setsAccepted_ = 0;
+    std::uint64_t setsDone_ = 0;
+    int lastSetError_ = 0;
+    /// A Set that was accepted failed, and nobody was told yet.
+    bool owesFailure_ = false;
+    /// Decides whether a monitor that answers is one that refuses Sets.
+    bool lastSetFailed_ = false;
+
+    bool probeIsDue_ = true;
+    bool closeIsDue_ = false;
+    bool isBusy_ = false;
+    bool isStopping_ = false;
+    bool hasEnded_ = false;
+    std::optional<Time> transactionBegan_;
+
+    /// The monitor wants to be left alone until then.
+    Time quietUntil_{};
+    Time verifyAt_ = WorkerTime::never;
+    Time reprobeAt_ = WorkerTime::never;
+    Time closeAt_ = WorkerTime::never;
+    /// A monitor that does not answer is not asked again on demand before this.
+    Time retryAt_{};
+    Duration silenceBackoff_ = firstSilenceBackoff;
+    Duration refusalBackoff_ = firstRefusalBackoff;
+
+    bool hasChanged_ = false;
+    bool isDeviceGone_ = false;
+};
+
+} // namespace quenstal

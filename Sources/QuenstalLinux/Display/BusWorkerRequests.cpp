@@ -1,0 +1,156 @@
+// The main thread's side of a bus engine.
+
+#include "QuenstalLinux/Display/BusWorker.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+namespace quenstal {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// Someone may turn the monitor's own knob; a memo of this age is checked in the background.
+constexpr WorkerTime::Duration memoLifetime = 2s;
+/// Long enough for a Set on a bus at rest (1 ms), short enough not to be felt.
+constexpr WorkerTime::Duration longestWaitForSet = 25ms;
+
+} // namespace
+
+PlatformStatus BusWorker::get(
+    std::span<const std::uint8_t> question, Duration replyDelay, std::span<std::uint8_t> reply, ColdBudget& budget)
+{
+    Lock lock(mutex_);
+    adoptQuestion(question, replyDelay);
+    if (isStopping_ || isStuck())
+        return ETIMEDOUT;
+    if (std::exchange(owesFailure_, false))
+        return EIO;
+    if (standing_ == Standing::unknown)
+        awaitDiscovery(lock, budget);
+    const Time checkFrom = memo_ ? memoAt_ + memoLifetime : retryAt_;
+    if (!isBusy_ && time_->now() >= checkFrom)
+        requestProbe();
+    if (!memo_)
+        return EIO;
+    std::copy_n(memo_->begin(), std::min(memo_->size(), reply.size()), reply.begin());
+    return 0;
+}
+
+void BusWorker::adoptQuestion(std::span<const std::uint8_t> question, Duration replyDelay)
+{
+    replyDelay_ = replyDelay;
+    if (std::ranges::equal(question, question_))
+        return;
+    question_.assign(question.begin(), question.end());
+    forgetMonitor(Standing::unknown);
+}
+
+void BusWorker::awaitDiscovery(Lock& lock, ColdBudget& budget)
+{
+    requestProbe();
+    const Time began = time_->now();
+    time_->waitUntil(lock, progress_, began + budget.left(), [this] { return standing_ != Standing::unknown; });
+    budget.spend(time_->now() - began);
+}
+
+void BusWorker::requestProbe()
+{
+    probeIsDue_ = true;
+    time_->wakeAll(work_);
+}
+
+bool BusWorker::isStuck() const
+{
+    return transactionBegan_ && time_->now() - *transactionBegan_ > stuckAfter;
+}
+
+PlatformStatus BusWorker::set(std::span<const std::uint8_t> message)
+{
+    Lock lock(mutex_);
+    if (isStopping_ || isStuck() || !memo_)
+        return ENODEV;
+    VcpMessage set(message.begin(), message.end());
+    if (!putCurrentValue(*memo_, set))
+        return EINVAL;
+    const Time now = time_->now();
+    const bool isAtRest = !isBusy_ && !pendingSet_ && now >= quietUntil_;
+    memoAt_ = now;
+    ++generation_;
+    pendingSet_ = std::move(set);
+    const std::uint64_t accepted = ++setsAccepted_;
+    time_->wakeAll(work_);
+    if (!isAtRest)
+        return 0;
+    time_->waitUntil(lock, progress_, now + longestWaitForSet, [&] { return setsDone_ >= accepted; });
+    if (setsDone_ < accepted || lastSetError_ == 0)
+        return 0;
+    owesFailure_ = false;
+    return lastSetError_;
+}
+
+void BusWorker::forgetMonitor(Standing standing)
+{
+    memo_.reset();
+    ++generation_;
+    standing_ = standing;
+    owesFailure_ = false;
+    lastSetFailed_ = false;
+    silenceBackoff_ = firstSilenceBackoff;
+    refusalBackoff_ = firstRefusalBackoff;
+    verifyAt_ = reprobeAt_ = WorkerTime::never;
+}
+
+void BusWorker::rediscover()
+{
+    const std::lock_guard lock(mutex_);
+    forgetMonitor(Standing::unknown);
+    closeIsDue_ = true;
+    requestProbe();
+}
+
+void BusWorker::suspend()
+{
+    const std::lock_guard lock(mutex_);
+    forgetMonitor(Standing::suspended);
+    closeIsDue_ = true;
+    time_->wakeAll(work_);
+}
+
+void BusWorker::beginStop()
+{
+    const std::lock_guard lock(mutex_);
+    isStopping_ = true;
+    time_->wakeAll(work_);
+    time_->wakeAll(progress_);
+}
+
+bool BusWorker::awaitEnd(Time deadline)
+{
+    Lock lock(mutex_);
+    return time_->waitUntil(lock, progress_, deadline, [this] { return hasEnded_; });
+}
+
+std::optional<DisplayBusProblem::Kind> BusWorker::problem() const
+{
+    using Kind = DisplayBusProblem::Kind;
+    const std::lock_guard lock(mutex_);
+    if (isStuck())
+        return Kind::stuck;
+    switch (standing_) {
+    case Standing::denied:
+        return Kind::accessDenied;
+    case Standing::refusing:
+        return Kind::writesRefused;
+    case Standing::silent:
+        return Kind::notAnswering;
+    case Standing::unknown:
+    case Standing::answering:
+    case Standing::suspended:
+        break;
+    }
+    return std::nullopt;
+}
+
+} // namespace quenstal

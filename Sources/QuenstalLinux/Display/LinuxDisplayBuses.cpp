@@ -1,0 +1,124 @@
+#include "QuenstalLinux/Display/LinuxDisplayBuses.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include <span>
+
+namespace quenstal {
+namespace {
+
+/// The only addresses that a request may have: the engine speaks DDC/CI and nothing else.
+constexpr std::uint32_t writeAddress = 0x6E;
+
+/// FNV-1a: the same connector has the same identifier at every start.
+DisplayID identifierOf(const Connector& connector)
+{
+    DisplayID hash = 2166136261;
+    for (const char character : connector.name)
+        hash = (hash ^ static_cast<unsigned char>(character)) * 16777619;
+    return hash;
+}
+
+} // namespace
+
+PlatformStatus LinuxDisplayBuses::getMatchingFramebuffers(DisplayBusObject& iterator)
+{
+    Engines engines;
+    for (MonitorRegistry::Monitor& monitor : registry_.candidates())
+        engines.push_back(std::move(monitor.engine));
+    std::ranges::reverse(engines);
+    iterator = add(std::move(engines));
+    return 0;
+}
+
+DisplayBusObject LinuxDisplayBuses::iteratorNext(DisplayBusObject iterator)
+{
+    const auto left = objects_.find(iterator);
+    if (left == objects_.end() || left->second.empty())
+        return 0;
+    std::shared_ptr<BusEngine> engine = std::move(left->second.back());
+    left->second.pop_back();
+    return add({std::move(engine)});
+}
+
+PlatformStatus LinuxDisplayBuses::getI2CInterfaceCount(DisplayBusObject framebuffer, std::uint32_t& count)
+{
+    count = engineOf(framebuffer) ? 1 : 0;
+    return 0;
+}
+
+PlatformStatus LinuxDisplayBuses::copyI2CInterfaceForBus(
+    DisplayBusObject framebuffer, std::uint32_t bus, DisplayBusObject& busInterface)
+{
+    if (bus != 0 || !engineOf(framebuffer))
+        return ENXIO;
+    busInterface = add(objects_.at(framebuffer));
+    return 0;
+}
+
+PlatformStatus LinuxDisplayBuses::openI2CInterface(
+    DisplayBusObject busInterface, std::uint32_t /*options*/, I2CConnection& connection)
+{
+    // The device is opened by the engine, when it has something to carry.
+    if (!engineOf(busInterface))
+        return ENXIO;
+    connection = add(objects_.at(busInterface));
+    return 0;
+}
+
+PlatformStatus LinuxDisplayBuses::sendI2CRequest(
+    I2CConnection connection, std::uint32_t /*options*/, I2CRequest& request)
+{
+    BusEngine* engine = engineOf(connection);
+    if (!engine)
+        return ENXIO;
+    if (request.sendAddress != writeAddress)
+        return EINVAL;
+    const std::span sent(request.sendBuffer, request.sendBytes);
+    const std::span reply(request.replyBuffer, request.replyBytes);
+    request.result = request.replyTransactionType == I2CTransactionType::none
+        ? engine->set(sent)
+        : engine->get(sent, std::chrono::nanoseconds(request.minReplyDelay), reply, registry_.coldBudget());
+    return 0;
+}
+
+PlatformStatus LinuxDisplayBuses::closeI2CInterface(I2CConnection connection, std::uint32_t /*options*/)
+{
+    objects_.erase(connection);
+    return 0;
+}
+
+void LinuxDisplayBuses::release(DisplayBusObject object)
+{
+    objects_.erase(object);
+}
+
+DisplayBusObject LinuxDisplayBuses::add(Engines engines)
+{
+    objects_.emplace(++lastObject_, std::move(engines));
+    return lastObject_;
+}
+
+BusEngine* LinuxDisplayBuses::engineOf(std::uint32_t object) const
+{
+    const auto entry = objects_.find(object);
+    return entry == objects_.end() || entry->second.empty() ? nullptr : entry->second.front().get();
+}
+
+std::vector<DisplayID> LinuxDisplays::onlineDisplays() const
+{
+    std::vector<DisplayID> identifiers;
+    for (const Connector& connector : registry_.connectors())
+        identifiers.push_back(identifierOf(connector));
+    return identifiers;
+}
+
+bool LinuxDisplays::isBuiltin(DisplayID display) const
+{
+    return std::ranges::any_of(registry_.connectors(),
+        [display](const Connector& connector) { return connector.isInternal && identifierOf(connector) == display; });
+}
+
+} // namespace quenstal

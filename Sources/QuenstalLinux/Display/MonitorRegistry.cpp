@@ -1,0 +1,270 @@
+#include "QuenstalLinux/Display/MonitorRegistry.hpp"
+
+#include "QuenstalLinux/Display/Edid.hpp"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+namespace quenstal {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// One plug makes several events.
+constexpr RunLoop::Duration debounce = 100ms;
+/// Monitors and their links take a moment to wake.
+constexpr RunLoop::Duration afterWake = 500ms;
+
+std::string remedyFor(DisplayBusProblem::Kind kind)
+{
+    using Kind = DisplayBusProblem::Kind;
+    switch (kind) {
+    case Kind::accessDenied:
+        return "Install the udev rule 70-quenstal-i2c.rules, or join the group i2c, and log in again.";
+    case Kind::notAnswering:
+        return "Switch on DDC/CI in the monitor's own menu.";
+    case Kind::writesRefused:
+        return "";
+    case Kind::stuck:
+        return "Unplug the monitor and plug it in again.";
+    }
+    return "";
+}
+
+} // namespace
+
+void Mailbox::post(const std::shared_ptr<Mailbox>& mailbox, RunLoop::Task task)
+{
+    const std::lock_guard lock(mailbox->mutex_);
+    if (!mailbox->loop_)
+        return;
+    mailbox->loop_->post([mailbox, task = std::move(task)] {
+        // Closed by this same thread, if at all.
+        if (mailbox->loop_)
+            task();
+    });
+}
+
+void Mailbox::close()
+{
+    const std::lock_guard lock(mutex_);
+    loop_ = nullptr;
+}
+
+/// Ends with the observer or with the registry, whichever goes first.
+class MonitorRegistry::Observation final : public Interface {
+public:
+    Observation(std::weak_ptr<Observers> observers, std::uint64_t key)
+        : observers_(std::move(observers))
+        , key_(key)
+    {
+    }
+    ~Observation() override
+    {
+        if (const auto observers = observers_.lock())
+            observers->erase(key_);
+    }
+
+private:
+    std::weak_ptr<Observers> observers_;
+    std::uint64_t key_;
+};
+
+MonitorRegistry::MonitorRegistry(RunLoop& loop, DisplayMachine machine, CurrentOutputMonitor currentOutput)
+    : loop_(loop)
+    , machine_(std::move(machine))
+    , currentOutput_(std::move(currentOutput))
+    , mailbox_(std::make_shared<Mailbox>(loop))
+    , gates_(std::make_shared<CardGates>(machine_.time))
+    , scanner_(std::make_unique<ConnectorScanner>(machine_, gates_, posting(&MonitorRegistry::adoptScan)))
+{
+    coldBudget_.grant(machine_.time->now());
+    scanner_->start();
+}
+
+MonitorRegistry::~MonitorRegistry()
+{
+    stop();
+}
+
+std::function<void()> MonitorRegistry::posting(void (MonitorRegistry::*task)())
+{
+    return [this, mailbox = mailbox_, task] { Mailbox::post(mailbox, [this, task] { (this->*task)(); }); };
+}
+
+std::vector<MonitorRegistry::Monitor> MonitorRegistry::candidates()
+{
+    if (!hasScanned_ && scanner_) {
+        const WorkerTime::Time began = machine_.time->now();
+        scanner_->await(began + coldBudget_.left());
+        coldBudget_.spend(machine_.time->now() - began);
+        adoptScan();
+    }
+    std::vector<Monitor> monitors = externalMonitors();
+    const std::optional<MonitorIdentity> playing = currentOutput_ ? currentOutput_() : std::nullopt;
+    if (!playing)
+        return monitors;
+    std::vector<Monitor> matching;
+    std::ranges::copy_if(monitors, std::back_inserter(matching),
+        [&](const Monitor& monitor) { return describeSameMonitor(monitor.connector.identity, *playing); });
+    return matching.size() == 1 ? matching : monitors;
+}
+
+std::vector<MonitorRegistry::Monitor> MonitorRegistry::externalMonitors() const
+{
+    std::vector<Monitor> monitors;
+    std::ranges::copy_if(
+        monitors_, std::back_inserter(monitors), [](const Monitor& monitor) { return !monitor.connector.isInternal; });
+    return monitors;
+}
+
+std::vector<Connector> MonitorRegistry::connectors()
+{
+    std::vector<Connector> arranged;
+    for (const Monitor& monitor : candidates())
+        arranged.push_back(monitor.connector);
+    std::vector<Connector> others;
+    for (const Monitor& monitor : monitors_)
+        if (std::ranges::find(arranged, monitor.connector) == arranged.end())
+            others.push_back(monitor.connector);
+    std::ranges::stable_partition(others, [](const Connector& connector) { return !connector.isInternal; });
+    std::ranges::move(others, std::back_inserter(arranged));
+    return arranged;
+}
+
+void MonitorRegistry::devicesChanged()
+{
+    if (!isAsleep_ && !scheduledScan_)
+        scheduleScan(debounce);
+}
+
+void MonitorRegistry::scheduleScan(RunLoop::Duration delay)
+{
+    scheduledScan_ = loop_.after(delay, [this] {
+        scheduledScan_.reset();
+        scanner_->start();
+    });
+}
+
+void MonitorRegistry::adoptScan()
+{
+    std::optional<ConnectorScan> scan = scanner_->take();
+    // Already adopted by whoever waited for it, or out of date before it was there.
+    if (!scan || isAsleep_)
+        return;
+    hasScanned_ = true;
+    hasI2CDevices_ = scan->hasI2CDevices;
+    coldBudget_.grant(machine_.time->now());
+    std::vector<Monitor> found;
+    for (Connector& connector : scan->connectors) {
+        std::shared_ptr<BusEngine> engine = engineFor(connector);
+        found.push_back({std::move(connector), std::move(engine)});
+    }
+    retire(std::exchange(monitors_, std::move(found)));
+    tellObserversSoon();
+}
+
+std::shared_ptr<BusEngine> MonitorRegistry::engineFor(const Connector& connector)
+{
+    if (connector.isInternal || connector.bus.empty())
+        return nullptr;
+    const auto known = std::ranges::find(monitors_, connector, &Monitor::connector);
+    if (known == monitors_.end())
+        return startEngine(connector);
+    known->engine->rediscover();
+    return std::move(known->engine);
+}
+
+std::shared_ptr<BusEngine> MonitorRegistry::startEngine(const Connector& connector)
+{
+    BusNews news{.changed = posting(&MonitorRegistry::tellObserversSoon),
+        .deviceGone = posting(&MonitorRegistry::devicesChanged)};
+    return std::make_shared<BusEngine>(machine_.devRoot / connector.bus, machine_.devices, machine_.time,
+        gates_->of(connector.card()), std::move(news));
+}
+
+void MonitorRegistry::retire(std::vector<Monitor> monitors)
+{
+    for (Monitor& monitor : monitors) {
+        if (!monitor.engine)
+            continue;
+        monitor.engine->beginStop();
+        retired_.push_back(std::move(monitor.engine));
+    }
+    std::erase_if(retired_, [](const auto& engine) { return engine->hasStopped(); });
+}
+
+Cancellation MonitorRegistry::observeChanges(RunLoop::Task task)
+{
+    observers_->emplace(++lastObserver_, std::move(task));
+    return std::make_unique<Observation>(observers_, lastObserver_);
+}
+
+void MonitorRegistry::tellObserversSoon()
+{
+    if (std::exchange(willTellObservers_, true))
+        return;
+    Mailbox::post(mailbox_, [this] { tellObservers(); });
+}
+
+void MonitorRegistry::tellObservers()
+{
+    willTellObservers_ = false;
+    // A copy: an observer may end its own observation, or another's.
+    const Observers observers = *observers_;
+    for (const auto& [key, task] : observers)
+        if (observers_->contains(key))
+            task();
+}
+
+std::vector<DisplayBusProblem> MonitorRegistry::problems() const
+{
+    std::vector<DisplayBusProblem> problems;
+    for (const Monitor& monitor : externalMonitors())
+        if (auto problem = problemOf(monitor))
+            problems.push_back(std::move(*problem));
+    return problems;
+}
+
+std::optional<DisplayBusProblem> MonitorRegistry::problemOf(const Monitor& monitor) const
+{
+    using Kind = DisplayBusProblem::Kind;
+    const std::string& title = monitor.connector.title();
+    if (!hasI2CDevices_)
+        return DisplayBusProblem{Kind::notAnswering, "", title, "Load the kernel module i2c-dev."};
+    if (!monitor.engine)
+        return DisplayBusProblem{Kind::notAnswering, "", title, ""};
+    const std::optional<Kind> kind = monitor.engine->problem();
+    if (!kind)
+        return std::nullopt;
+    return DisplayBusProblem{*kind, monitor.engine->device(), title, remedyFor(*kind)};
+}
+
+void MonitorRegistry::machineWillSleep()
+{
+    isAsleep_ = true;
+    scheduledScan_.reset();
+    for (const Monitor& monitor : monitors_)
+        if (monitor.engine)
+            monitor.engine->suspend();
+}
+
+void MonitorRegistry::machineDidWake()
+{
+    isAsleep_ = false;
+    if (scanner_)
+        scheduleScan(afterWake);
+}
+
+void MonitorRegistry::stop()
+{
+    mailbox_->close();
+    scheduledScan_.reset();
+    retire(std::exchange(monitors_, {}));
+    // Each waits for its own end, all of them together no longer than one.
+    retired_.clear();
+    scanner_.reset();
+}
+
+} // namespace quenstal

@@ -1,0 +1,95 @@
+#pragma once
+
+#include "QuenstalLinux/Display/BusEngine.hpp"
+#include "QuenstalLinux/Display/ConnectorScanner.hpp"
+#include "QuenstalPlatform/DisplayBuses.hpp"
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace quenstal {
+
+/// Hands tasks of other threads to the main thread for as long as it is open. Any thread, but for `close`.
+class Mailbox {
+public:
+    explicit Mailbox(RunLoop& loop)
+        : loop_(&loop)
+    {
+    }
+
+    /// A task that has not begun when the mailbox is closed never does.
+    static void post(const std::shared_ptr<Mailbox>& mailbox, RunLoop::Task task);
+    /// Main thread.
+    void close();
+
+private:
+    std::mutex mutex_;
+    RunLoop* loop_;
+};
+
+/// The monitors that are connected, each with the engine that serves its bus. Main thread.
+class MonitorRegistry final : public DisplayBusHealth {
+public:
+    struct Monitor {
+        Connector connector;
+        /// Null for a panel inside the machine and for a monitor whose bus is not known.
+        std::shared_ptr<BusEngine> engine;
+    };
+
+    /// Begins to look for monitors at once, and to ask those that it finds.
+    MonitorRegistry(RunLoop& loop, DisplayMachine machine, CurrentOutputMonitor currentOutput);
+    ~MonitorRegistry() override;
+
+    /// The external monitors that may take the current output's volume. When it is known for certain which one plays
+    /// it, that one alone: a failed write must not wander to another. Waits for the first look, out of the budget.
+    std::vector<Monitor> candidates();
+    /// All connectors: the candidates first, then the other external ones, then panels inside the machine.
+    std::vector<Connector> connectors();
+    ColdBudget& coldBudget() { return coldBudget_; }
+
+    /// Connectors or I2C devices came, went or changed. Looks again once, a little later, however often it is said.
+    void devicesChanged();
+
+    [[nodiscard]] Cancellation observeChanges(RunLoop::Task task) override;
+    std::vector<DisplayBusProblem> problems() const override;
+    void machineWillSleep() override;
+    void machineDidWake() override;
+    void stop() override;
+
+private:
+    using Observers = std::map<std::uint64_t, RunLoop::Task>;
+    class Observation;
+
+    void scheduleScan(RunLoop::Duration delay);
+    void adoptScan();
+    std::shared_ptr<BusEngine> engineFor(const Connector& connector);
+    std::shared_ptr<BusEngine> startEngine(const Connector& connector);
+    void retire(std::vector<Monitor> monitors);
+    std::vector<Monitor> externalMonitors() const;
+    std::optional<DisplayBusProblem> problemOf(const Monitor& monitor) const;
+    std::function<void()> posting(void (MonitorRegistry::*task)());
+    void tellObserversSoon();
+    void tellObservers();
+
+    RunLoop& loop_;
+    const DisplayMachine machine_;
+    const CurrentOutputMonitor currentOutput_;
+    const std::shared_ptr<Mailbox> mailbox_;
+    const std::shared_ptr<CardGates> gates_;
+    ColdBudget coldBudget_;
+    bool hasScanned_ = false;
+    bool hasI2CDevices_ = false;
+    std::vector<Monitor> monitors_;
+    /// Stopping, and perhaps hanging.
+    std::vector<std::shared_ptr<BusEngine>> retired_;
+    std::unique_ptr<ConnectorScanner> scanner_;
+    Cancellation scheduledScan_;
+    bool isAsleep_ = false;
+    bool willTellObservers_ = false;
+    std::uint64_t lastObserver_ = 0;
+    std::shared_ptr<Observers> observers_ = std::make_shared<Observers>();
+};
+
+} // namespace quenstal

@@ -1,0 +1,564 @@
+#include "QuenstalLinux/Display/BusEngine.hpp"
+#include "QuenstalLinux/Display/VcpWire.hpp"
+#include "Support/BusRules.hpp"
+#include "Support/SimulatedI2CDevices.hpp"
+#include "Support/VirtualWorkerTime.hpp"
+
+#include <atomic>
+#include <cerrno>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+namespace quenstal {
+namespace {
+
+using namespace std::chrono_literals;
+using Kind = DisplayBusProblem::Kind;
+using Duration = WorkerTime::Duration;
+/// Current and maximum as they stand in the reply.
+using Answer = std::optional<std::pair<int, int>>;
+
+constexpr Answer nothing = std::nullopt;
+const std::string device = "/dev/i2c-5";
+
+/// A monitor, its device and an engine, in virtual time.
+struct EngineBench {
+    EngineBench()
+    {
+        devices->connect(device, monitor);
+        budget.grant(time->now());
+    }
+
+    ~EngineBench()
+    {
+        devices->release();
+        engine.reset();
+        time->advance(1s);
+        EXPECT_EQ(devices->openDescriptors(), 0u);
+        EXPECT_LE(devices->longestIdle(), 1s);
+        EXPECT_EQ(devices->overlaps(), 0);
+        expectBusRules(*monitor);
+    }
+
+    void start()
+    {
+        engine = std::make_unique<BusEngine>(device, devices, time, std::make_shared<CardGate>(time),
+            BusNews{.changed = [this] { ++changes; }, .deviceGone = [this] { ++removals; }});
+    }
+
+    void startAndDiscover()
+    {
+        start();
+        ASSERT_NE(get(), nothing);
+        // The worker tells its news after it lets go of the lock.
+        time->advance(1ms);
+        blocked = {};
+        changes = 0;
+    }
+
+    Answer get()
+    {
+        VcpReply reply{};
+        const auto began = time->now();
+        const PlatformStatus status = engine->get(speakerVolumeQuestion, 50ms, reply, budget);
+        noteBlocking(began);
+        if (status != 0)
+            return nothing;
+        for (std::size_t i = 2; i <= 8; ++i)
+            if (reply[i] == 2 && reply[i + 1] == 0 && reply[i + 2] == 0x62)
+                return std::pair(reply[i + 6] * 256 + reply[i + 7], reply[i + 4] * 256 + reply[i + 5]);
+        return nothing;
+    }
+
+    bool set(int value)
+    {
+        VcpMessage message{
+            0x51, 0x84, 0x03, 0x62, static_cast<std::uint8_t>(value >> 8), static_cast<std::uint8_t>(value), 0x6E};
+        for (std::size_t i = 0; i < 6; ++i)
+            message[6] = static_cast<std::uint8_t>(message[6] ^ message[i]);
+        const auto began = time->now();
+        const PlatformStatus status = engine->set(message);
+        noteBlocking(began);
+        return status == 0;
+    }
+
+    void noteBlocking(WorkerTime::Time began)
+    {
+        blocked = std::max(blocked, time->now() - began);
+        totalBlocked += time->now() - began;
+    }
+
+    /// As keys held down: a press and a look at the volume every 33 ms.
+    void holdKey(int from, int presses)
+    {
+        for (int press = 1; press <= presses; ++press) {
+            EXPECT_TRUE(set(from + press));
+            EXPECT_EQ(get(), Answer(std::pair(from + press, 100)));
+            time->advance(33ms);
+        }
+    }
+
+    std::shared_ptr<VirtualWorkerTime> time = std::make_shared<VirtualWorkerTime>();
+    std::shared_ptr<SimulatedI2CDevices> devices = std::make_shared<SimulatedI2CDevices>(time);
+    std::shared_ptr<SimulatedMonitor> monitor = std::make_shared<SimulatedMonitor>();
+    ColdBudget budget;
+    std::unique_ptr<BusEngine> engine;
+    std::atomic<int> changes = 0;
+    std::atomic<int> removals = 0;
+    Duration blocked{};
+    Duration totalBlocked{};
+};
+
+struct DisplayBusEngineTest : testing::Test, EngineBench { };
+
+TEST_F(DisplayBusEngineTest, theFirstGetWaitsForTheMonitorAndTheNextOnesDoNot)
+{
+    start();
+    EXPECT_EQ(get(), Answer(std::pair(37, 100)));
+    EXPECT_LE(blocked, 60ms);
+    blocked = {};
+    for (int i = 0; i < 100; ++i)
+        EXPECT_EQ(get(), Answer(std::pair(37, 100)));
+    EXPECT_EQ(blocked, 0ms);
+    EXPECT_EQ(getsAsked(*monitor), 1);
+}
+
+TEST_F(DisplayBusEngineTest, aMonitorIsAskedBeforeAnyoneAsks)
+{
+    start();
+    time->advance(100ms);
+    EXPECT_EQ(get(), Answer(std::pair(37, 100)));
+    EXPECT_EQ(blocked, 0ms);
+}
+
+TEST_F(DisplayBusEngineTest, anOldMemoIsAnsweredAtOnceAndCheckedBehind)
+{
+    startAndDiscover();
+    time->advance(3s);
+    monitor->setVolume(50);
+    EXPECT_EQ(get(), Answer(std::pair(37, 100)));
+    time->advance(200ms);
+    EXPECT_EQ(changes, 1);
+    EXPECT_EQ(get(), Answer(std::pair(50, 100)));
+    EXPECT_EQ(blocked, 0ms);
+}
+
+TEST_F(DisplayBusEngineTest, anUnchangedVolumeIsNoNews)
+{
+    startAndDiscover();
+    for (int i = 0; i < 5; ++i) {
+        time->advance(3s);
+        get();
+    }
+    time->advance(1s);
+    EXPECT_EQ(changes, 0);
+    EXPECT_EQ(getsAsked(*monitor), 6);
+}
+
+TEST_F(DisplayBusEngineTest, anIdleMonitorIsLeftAlone)
+{
+    startAndDiscover();
+    time->advance(1h);
+    EXPECT_EQ(getsAsked(*monitor), 1);
+    EXPECT_EQ(devices->opens(), 1u);
+}
+
+TEST_F(DisplayBusEngineTest, aSetAtRestIsOnTheWireWhenItReturns)
+{
+    startAndDiscover();
+    EXPECT_TRUE(set(40));
+    EXPECT_EQ(monitor->volume(), 40);
+    EXPECT_LE(blocked, 2ms);
+}
+
+TEST_F(DisplayBusEngineTest, aBurstIsWrittenBehindAndEndsOnItsLastValue)
+{
+    startAndDiscover();
+    holdKey(37, 60);
+    EXPECT_LE(blocked, 25ms);
+    time->advance(67ms); // 100 ms after the last press
+    EXPECT_EQ(monitor->volume(), 97);
+    EXPECT_LT(valuesSet(*monitor).size(), 60u) << "values in between are skipped";
+}
+
+TEST_F(DisplayBusEngineTest, aBurstIsVerifiedOnce)
+{
+    startAndDiscover();
+    holdKey(37, 10);
+    time->advance(1s);
+    EXPECT_EQ(getsAsked(*monitor), 2);
+}
+
+TEST_F(DisplayBusEngineTest, aMonitorThatTookAnotherValueIsBelieved)
+{
+    startAndDiscover();
+    EXPECT_TRUE(set(40));
+    monitor->setVolume(39);
+    changes = 0;
+    time->advance(1s);
+    EXPECT_EQ(changes, 1);
+    EXPECT_EQ(get(), Answer(std::pair(39, 100)));
+}
+
+TEST_F(DisplayBusEngineTest, aGetInFlightDoesNotUndoASet)
+{
+    startAndDiscover();
+    time->advance(3s);
+    get();
+    time->advance(20ms);
+    EXPECT_TRUE(set(60));
+    EXPECT_EQ(get(), Answer(std::pair(60, 100)));
+    time->advance(40ms);
+    EXPECT_EQ(get(), Answer(std::pair(60, 100)));
+    time->advance(1s);
+    EXPECT_EQ(get(), Answer(std::pair(60, 100)));
+    EXPECT_EQ(monitor->volume(), 60);
+}
+
+TEST_F(DisplayBusEngineTest, aBusThatHasNotAnsweredIsNotWritten)
+{
+    monitor->setPresent(false);
+    start();
+    EXPECT_FALSE(set(40));
+    EXPECT_EQ(get(), nothing);
+    EXPECT_FALSE(set(40));
+    EXPECT_EQ(valuesSet(*monitor).size(), 0u);
+}
+
+TEST_F(DisplayBusEngineTest, aDeadBusIsWaitedForOnceAndNeverAgain)
+{
+    monitor->setPresent(false);
+    start();
+    for (int i = 0; i < 50; ++i) {
+        EXPECT_EQ(get(), nothing);
+        time->advance(33ms);
+    }
+    EXPECT_LE(totalBlocked, 400ms);
+    EXPECT_EQ(engine->problem(), Kind::notAnswering);
+}
+
+TEST_F(DisplayBusEngineTest, aDeadBusIsAskedLessAndLess)
+{
+    monitor->setPresent(false);
+    start();
+    time->advance(10min);
+    const std::size_t opens = devices->opens();
+    EXPECT_LE(opens, 10u);
+    time->advance(1h);
+    EXPECT_EQ(devices->opens(), opens) << "on demand only";
+    get();
+    time->advance(2s);
+    EXPECT_GT(devices->opens(), opens);
+}
+
+TEST_F(DisplayBusEngineTest, aMonitorThatWakesIsFoundWithoutAnyoneAsking)
+{
+    monitor->setPresent(false);
+    start();
+    EXPECT_EQ(get(), nothing);
+    time->advance(2s);
+    monitor->setPresent(true);
+    changes = 0;
+    time->advance(5s);
+    EXPECT_EQ(changes, 1);
+    EXPECT_EQ(get(), Answer(std::pair(37, 100)));
+}
+
+struct ToleranceRow {
+    const char* what;
+    std::function<void(EngineBench&)> prepare;
+    Answer expected;
+};
+
+void withQuirks(EngineBench& test, const MonitorQuirks& quirks)
+{
+    test.monitor->setQuirks(quirks);
+}
+
+// clang-format off
+const std::vector<ToleranceRow> toleranceRows{
+    {"a good monitor",                 [](auto&) {},                                                    {{37, 100}}},
+    {"ENXIO three times",              [](auto& t) { t.monitor->failNext(3, ENXIO); },                  {{37, 100}}},
+    {"EREMOTEIO three times",          [](auto& t) { t.monitor->failNext(3, EREMOTEIO); },              {{37, 100}}},
+    {"EIO three times",                [](auto& t) { t.monitor->failNext(3, EIO); },                    {{37, 100}}},
+    {"ETIMEDOUT three times",          [](auto& t) { t.monitor->failNext(3, ETIMEDOUT); },              {{37, 100}}},
+    {"EAGAIN three times",             [](auto& t) { t.monitor->failNext(3, EAGAIN); },                 {{37, 100}}},
+    {"ESHUTDOWN three times",          [](auto& t) { t.monitor->failNext(3, ESHUTDOWN); },              {{37, 100}}},
+    {"EBADMSG three times",            [](auto& t) { t.monitor->failNext(3, EBADMSG); },                {{37, 100}}},
+    {"NACK for good",                  [](auto& t) { t.monitor->failNext(1000, ENXIO); },               nothing},
+    {"garbage",                        [](auto& t) { withQuirks(t, {.garbage = true}); },               nothing},
+    {"empty replies",                  [](auto& t) { withQuirks(t, {.emptyReplies = true}); },          nothing},
+    {"too slow",                       [](auto& t) { withQuirks(t, {.replyPreparation = 60ms}); },      nothing},
+    {"five leading bytes",             [](auto& t) { withQuirks(t, {.leadingBytes = 5}); },             {{37, 100}}},
+    {"six leading bytes",              [](auto& t) { withQuirks(t, {.leadingBytes = 6}); },             {{37, 100}}},
+    {"seven leading bytes",            [](auto& t) { withQuirks(t, {.leadingBytes = 7}); },             nothing},
+    {"padded with 0xFF",               [](auto& t) { withQuirks(t, {.padding = 0xFF}); },               {{37, 100}}},
+    {"unsupported",                    [](auto& t) { withQuirks(t, {.resultCode = 1}); },               nothing},
+    {"another result code",            [](auto& t) { withQuirks(t, {.resultCode = 7}); },               nothing},
+    {"maximum 0, handed up as it is",  [](auto& t) { withQuirks(t, {.reportedMaximum = 0}); },          {{37, 0}}},
+    {"maximum 0xFF64",                 [](auto& t) { withQuirks(t, {.reportedMaximum = 0xFF64}); },     {{37, 100}}},
+    {"maximum 0xFF00, as it is",       [](auto& t) { withQuirks(t, {.reportedMaximum = 0xFF00}); },     {{37, 0xFF00}}},
+    {"maximum 0xFE64, as it is",       [](auto& t) { withQuirks(t, {.reportedMaximum = 0xFE64}); },     {{37, 0xFE64}}},
+    {"the reply before the last",      [](auto& t) { withQuirks(t, {.repliesLate = true}); },           {{37, 100}}},
+    {"a wrong sum, always",            [](auto& t) { withQuirks(t, {.wrongChecksum = true}); },         {{37, 100}}},
+    {"a driver without messages",      [](auto& t) { t.devices->knowNoMessages(); },                    {{37, 100}}},
+    {"so, and its address in use",     [](auto& t) { t.devices->knowNoMessages(); t.devices->failChoose(2, EBUSY); }, {{37, 100}}},
+    {"another program has the lock",   [](auto& t) { t.devices->failLock(2, EWOULDBLOCK); },            {{37, 100}}},
+    {"interrupted adapter removal",    [](auto& t) { t.devices->remove(device); },                      nothing},
+};
+// clang-format on
+
+TEST_F(DisplayBusEngineTest, everyOddityIsToleratedOrGivenUpWithinTheBudget)
+{
+    for (const ToleranceRow& row : toleranceRows) {
+        SCOPED_TRACE(row.what);
+        EngineBench one;
+        row.prepare(one);
+        one.start();
+        EXPECT_EQ(one.get(), row.expected);
+        one.time->advance(5s);
+        EXPECT_EQ(one.get(), row.expected);
+        EXPECT_LE(one.totalBlocked, 400ms);
+    }
+}
+
+TEST_F(DisplayBusEngineTest, aBurstEndsOnItsLastValueWhateverTheOddity)
+{
+    for (const ToleranceRow& row : toleranceRows) {
+        if (row.expected != Answer(std::pair(37, 100)))
+            continue;
+        SCOPED_TRACE(row.what);
+        EngineBench one;
+        row.prepare(one);
+        one.startAndDiscover();
+        one.holdKey(37, 20);
+        EXPECT_LE(one.blocked, 30ms);
+        one.time->advance(2s);
+        EXPECT_EQ(one.monitor->volume(), 57);
+        EXPECT_EQ(one.get(), Answer(std::pair(57, 100)));
+    }
+}
+
+TEST_F(DisplayBusEngineTest, aMonitorWithoutTheFeatureIsAskedOnce)
+{
+    monitor->setQuirks({.resultCode = 1});
+    start();
+    EXPECT_EQ(get(), nothing);
+    EXPECT_LE(blocked, 60ms);
+    time->advance(1min);
+    EXPECT_EQ(getsAsked(*monitor), 1);
+}
+
+TEST_F(DisplayBusEngineTest, aMomentaryNackDuringABurstLosesNothing)
+{
+    startAndDiscover();
+    holdKey(37, 5);
+    monitor->failNext(2, EREMOTEIO);
+    holdKey(42, 5);
+    time->advance(500ms);
+    EXPECT_EQ(monitor->volume(), 47);
+    EXPECT_LE(blocked, 25ms);
+}
+
+TEST_F(DisplayBusEngineTest, aMonitorThatGoesDuringABurstIsReportedByAFailedGet)
+{
+    startAndDiscover();
+    EXPECT_TRUE(set(40));
+    monitor->setPresent(false);
+    time->advance(33ms);
+    EXPECT_TRUE(set(41)) << "accepted, to be written behind";
+    changes = 0;
+    time->advance(1s);
+    EXPECT_GE(changes, 1);
+    EXPECT_EQ(get(), nothing);
+    EXPECT_FALSE(set(42));
+    monitor->setPresent(true);
+    time->advance(5s);
+    EXPECT_EQ(get(), Answer(std::pair(40, 100)));
+    EXPECT_LE(blocked, 25ms);
+}
+
+TEST_F(DisplayBusEngineTest, aDeviceThatGoesAtRestFailsTheVeryCommand)
+{
+    startAndDiscover();
+    time->advance(500ms);
+    devices->remove(device);
+    EXPECT_FALSE(set(40));
+    time->advance(100ms);
+    EXPECT_EQ(removals, 1);
+    EXPECT_EQ(devices->openDescriptors(), 0u);
+    EXPECT_LE(blocked, 25ms);
+}
+
+TEST_F(DisplayBusEngineTest, aMonitorThatRefusesSetsCountsAsNotAnsweringForAWhile)
+{
+    monitor->setQuirks({.refusesSets = true});
+    startAndDiscover();
+    EXPECT_TRUE(set(40)) << "the retries take longer than a press may";
+    EXPECT_LE(blocked, 25ms);
+    time->advance(1s);
+    EXPECT_EQ(engine->problem(), Kind::writesRefused);
+    time->advance(28s);
+    EXPECT_EQ(get(), nothing);
+    time->advance(2s);
+    EXPECT_EQ(get(), nothing) << "asked again behind";
+    time->advance(200ms);
+    EXPECT_EQ(get(), Answer(std::pair(37, 100)));
+    EXPECT_EQ(engine->problem(), std::nullopt);
+
+    EXPECT_TRUE(set(41));
+    time->advance(31s);
+    EXPECT_EQ(get(), nothing) << "twice as long the second time";
+    time->advance(200ms);
+    EXPECT_EQ(get(), nothing);
+}
+
+TEST_F(DisplayBusEngineTest, aDeniedDeviceIsAStateAndEndsWhenAccessIsGiven)
+{
+    devices->failOpen(3, EACCES);
+    start();
+    EXPECT_EQ(get(), nothing);
+    EXPECT_EQ(engine->problem(), Kind::accessDenied);
+    EXPECT_EQ(devices->opens(), 1u) << "no second try at once";
+    time->advance(3s);
+    EXPECT_EQ(get(), Answer(std::pair(37, 100)));
+    EXPECT_EQ(engine->problem(), std::nullopt);
+    EXPECT_EQ(devices->opens(), 4u);
+}
+
+TEST_F(DisplayBusEngineTest, aDeniedDeviceDrawsNoStormOfTries)
+{
+    devices->failOpen(1000, EACCES);
+    start();
+    for (int press = 0; press < 300; ++press) {
+        EXPECT_EQ(get(), nothing);
+        time->advance(33ms);
+    }
+    EXPECT_LE(devices->opens(), 7u);
+    EXPECT_LE(totalBlocked, 400ms);
+}
+
+TEST_F(DisplayBusEngineTest, aDriverThatHangsColdHoldsUpOnlyTheBudget)
+{
+    devices->hangNext();
+    start();
+    for (int press = 0; press < 10; ++press)
+        EXPECT_EQ(get(), nothing);
+    EXPECT_LE(totalBlocked, 400ms);
+    time->advance(3s);
+    EXPECT_EQ(engine->problem(), Kind::stuck);
+    devices->release();
+    time->advance(2s);
+    EXPECT_EQ(get(), Answer(std::pair(37, 100)));
+    EXPECT_EQ(engine->problem(), std::nullopt);
+}
+
+TEST_F(DisplayBusEngineTest, aDriverThatHangsWarmIsNoticedAndItsSetNotMadeUpFor)
+{
+    startAndDiscover();
+    time->advance(1s);
+    devices->hangNext();
+    EXPECT_TRUE(set(40));
+    EXPECT_EQ(blocked, 25ms);
+    blocked = {};
+    EXPECT_TRUE(set(41));
+    EXPECT_EQ(get(), Answer(std::pair(41, 100)));
+    time->advance(2100ms);
+    EXPECT_FALSE(set(42));
+    EXPECT_EQ(get(), nothing);
+    EXPECT_EQ(engine->problem(), Kind::stuck);
+    EXPECT_EQ(blocked, 0ms);
+    time->advance(20s);
+    devices->release();
+    time->advance(2s);
+    get();
+    EXPECT_EQ(get(), nothing) << "what became of the Set is not known, so it counts as refused";
+    EXPECT_EQ(engine->problem(), Kind::writesRefused);
+    EXPECT_NE(monitor->volume(), 41);
+}
+
+TEST_F(DisplayBusEngineTest, stoppingWritesWhatWasAccepted)
+{
+    startAndDiscover();
+    EXPECT_TRUE(set(40));
+    EXPECT_TRUE(set(41));
+    const auto began = time->now();
+    engine.reset();
+    EXPECT_LE(time->now() - began, 60ms);
+    EXPECT_EQ(monitor->volume(), 41);
+}
+
+TEST_F(DisplayBusEngineTest, stoppingDoesNotWaitForADriverThatHangs)
+{
+    startAndDiscover();
+    devices->hangNext();
+    set(40);
+    const auto began = time->now();
+    engine.reset();
+    EXPECT_LE(time->now() - began, 300ms);
+}
+
+TEST_F(DisplayBusEngineTest, rediscoveryClosesTheDeviceAndAsksAgainBeforeItWrites)
+{
+    startAndDiscover();
+    EXPECT_TRUE(set(40));
+    EXPECT_TRUE(set(41)) << "waits for the pause after the first";
+    engine->rediscover();
+    EXPECT_FALSE(set(42)) << "the monitor may be another";
+    time->advance(10ms);
+    EXPECT_EQ(devices->openDescriptors(), 0u);
+    time->advance(500ms);
+    EXPECT_EQ(monitor->volume(), 41) << "an accepted value is not lost";
+    EXPECT_EQ(get(), Answer(std::pair(41, 100)));
+    EXPECT_EQ(valuesSet(*monitor), (std::vector<std::uint16_t>{40, 41}));
+    EXPECT_GE(getsAsked(*monitor), 2);
+}
+
+TEST_F(DisplayBusEngineTest, aSuspendedBusIsClosedAndSilent)
+{
+    startAndDiscover();
+    time->advance(100ms);
+    EXPECT_EQ(devices->openDescriptors(), 1u);
+    engine->suspend();
+    time->advance(1ms);
+    EXPECT_EQ(devices->openDescriptors(), 0u);
+    EXPECT_EQ(get(), nothing);
+    EXPECT_FALSE(set(40));
+    time->advance(1min);
+    EXPECT_EQ(getsAsked(*monitor), 1);
+    engine->rediscover();
+    time->advance(100ms);
+    EXPECT_EQ(get(), Answer(std::pair(37, 100)));
+}
+
+TEST_F(DisplayBusEngineTest, aReplyLostNowAndThenDoesNotChangeTheVolumeShown)
+{
+    monitor->setQuirks({.repliesLate = true});
+    startAndDiscover();
+    time->advance(1s);
+    for (int value : {40, 55, 12}) {
+        EXPECT_TRUE(set(value));
+        time->advance(2s);
+        EXPECT_EQ(get(), Answer(std::pair(value, 100)));
+    }
+}
+
+TEST_F(DisplayBusEngineTest, twoBusesOfACardAreNeverUsedAtOnce)
+{
+    const auto gate = std::make_shared<CardGate>(time);
+    const auto other = std::make_shared<SimulatedMonitor>();
+    devices->connect("/dev/i2c-6", other);
+    const BusNews silent{[] {}, [] {}};
+    BusEngine first(device, devices, time, gate, silent);
+    BusEngine second("/dev/i2c-6", devices, time, gate, silent);
+    time->advance(200ms);
+    const auto mine = monitor->journal();
+    const auto theirs = other->journal();
+    ASSERT_EQ(mine.size(), 2u);
+    ASSERT_EQ(theirs.size(), 2u);
+    EXPECT_TRUE(mine[1].at < theirs[0].at || theirs[1].at < mine[0].at);
+}
+
+} // namespace
+} // namespace quenstal
