@@ -18,7 +18,7 @@ STANDARD_LIBRARY = frozenset("""
     unordered_map unordered_set utility valarray variant vector version
 """.split())
 
-QT = re.compile(r"Q[A-Z]\w*$|Qt\w*/|qt\w*/|q[a-z]+\.h$")
+QT = re.compile(r"Q[A-Z]\w*$|Qt\w*(/|$)|q[a-z]+\.h$")
 # The processor's vector instructions, which the sample kernels are written in.
 VECTORS = re.compile(r"(immintrin|arm_neon)\.h$")
 # The simulated run loop watches real descriptors.
@@ -47,6 +47,8 @@ ROOMS = {
 EXCEPTIONS = {
     # The one place that composes.
     "QuenstalApp/main.cpp": Room("QuenstalCore", "QuenstalDDC", "QuenstalPlatform", "QuenstalLinux", "QuenstalQt"),
+    # A session leaves its own process out of what it captures.
+    "QuenstalDDC/SoftwareVolumeTap/Session.cpp": Room("QuenstalPlatform", foreign=re.compile(r"unistd\.h$")),
     "QuenstalCore/Models/Json.hpp": Room(foreign=re.compile(r"nlohmann/")),
     "QuenstalCore/Models/Json.cpp": Room(foreign=re.compile(r"nlohmann/")),
 }

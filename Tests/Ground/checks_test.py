@@ -48,6 +48,7 @@ class Includes(Check):
         ("QuenstalLinux/A.cpp", "<pipewire/pipewire.h>"),
         ("QuenstalQt/A.cpp", "<QQuickView>"),
         ("QuenstalQt/A.cpp", "<QtQml/qqml.h>"),
+        ("QuenstalQt/A.cpp", "<QtMath>"),
         ("QuenstalQt/A.cpp", '"QuenstalApp/Known.hpp"'),
         ("QuenstalSimulation/A.cpp", '"QuenstalPlatform/Known.hpp"'),
     ]
