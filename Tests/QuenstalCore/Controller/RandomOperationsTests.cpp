@@ -228,7 +228,7 @@ TEST_P(RandomOperationsTest, everyOperationLeavesAStateThatTheRulesAllow)
     EXPECT_EQ(hints, 1);
 }
 
-INSTANTIATE_TEST_SUITE_P(FixedSeeds, RandomOperationsTest, testing::Range(1U, 21U));
+INSTANTIATE_TEST_SUITE_P(FixedSeeds, RandomOperationsTest, testing::Range(1U, 9U));
 
 } // namespace
 } // namespace quenstal
