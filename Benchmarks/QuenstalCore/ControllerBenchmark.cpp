@@ -134,6 +134,13 @@ void updateEQBand(benchmark::State& run, Road road)
     measure(run, *makeController(road), [](QuenstalController& controller) { return controller.updateEQBand(2, -3); });
 }
 
+/// The part of every operation that hands out the new state.
+void copyState(benchmark::State& run, Road road)
+{
+    measure(
+        run, *makeController(road), [](QuenstalController& controller) { return QuenstalState(controller.state()); });
+}
+
 BENCHMARK_CAPTURE(refresh, noOutput, Road::noOutput);
 BENCHMARK_CAPTURE(refresh, system, Road::system);
 BENCHMARK_CAPTURE(refresh, hardware, Road::hardware);
@@ -144,6 +151,8 @@ BENCHMARK_CAPTURE(handle, hardware, Road::hardware);
 BENCHMARK_CAPTURE(handle, software, Road::software);
 BENCHMARK_CAPTURE(handle, failingHardware, Road::failingHardware);
 BENCHMARK_CAPTURE(updateEQBand, software, Road::software);
+BENCHMARK_CAPTURE(copyState, hardware, Road::hardware);
+BENCHMARK_CAPTURE(copyState, softwareByChoice, Road::softwareByChoice);
 
 } // namespace
 } // namespace quenstal
