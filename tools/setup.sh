@@ -88,20 +88,19 @@ configure() {
     touch "$root/build/$1/configured"
 }
 
-# Ninja's own display on a terminal; elsewhere every tenth of the way, and all that is not progress.
+# Of ninja's lines every tenth of the way, and all that is not progress.
 show_progress() {
-    if [ -t 1 ]; then
-        grep --line-buffered -v '^ninja: no work to do' || true
-    else
-        awk '/^ninja: no work to do/ { next }
-            /^\[[0-9]+\/[0-9]+\]/ {
-                split(substr($1, 2), step, /[\/\]]/)
-                tenth = int(10 * step[1] / step[2])
-                if (tenth > shown) { shown = tenth; print; fflush() }
-                next
-            }
-            { print; fflush() }'
-    fi
+    local line tenth shown=0
+    while IFS= read -r line; do
+        if [[ $line =~ ^\[([0-9]+)/([0-9]+)\] ]]; then
+            tenth=$((10 * BASH_REMATCH[1] / BASH_REMATCH[2]))
+            [ "$tenth" -gt "$shown" ] || continue
+            shown=$tenth
+        elif [ "$line" = "ninja: no work to do." ]; then
+            continue
+        fi
+        printf '%s\n' "$line"
+    done
 }
 
 # build PRESET TARGET...
@@ -109,5 +108,7 @@ build() {
     local preset=$1
     shift
     configure "$preset"
-    cmake --build "$root/build/$preset" --parallel "$(nproc)" --target "$@" | show_progress
+    local command=(cmake --build "$root/build/$preset" --parallel "$(nproc)" --target "$@")
+    # On a terminal ninja draws its own, in one line.
+    if [ -t 1 ]; then "${command[@]}"; else "${command[@]}" | show_progress; fi
 }
