@@ -1,5 +1,7 @@
 #include "QuenstalCore/Models/Json.hpp"
 
+#include "QuenstalCore/Models/JsonReading.hpp"
+
 #include <cmath>
 #include <utility>
 
@@ -8,14 +10,7 @@ namespace quenstal {
 namespace {
 
 using Kind = DecodingError::Kind;
-
-/// Below this magnitude every whole double is an integer that JSON readers keep exactly.
-constexpr double largestExactInteger = 9007199254740992;
-
-DecodingError typeMismatch(std::string_view expected, const ParsedJson& found)
-{
-    return {Kind::typeMismatch, "Expected " + std::string(expected) + ", found " + found.type_name() + "."};
-}
+using json::ObjectReader;
 
 /// Bytes are counted from 1.
 DecodingError notJSONFrom(std::size_t byte)
@@ -23,132 +18,11 @@ DecodingError notJSONFrom(std::size_t byte)
     return {Kind::corruptedData, "Not JSON from byte " + std::to_string(byte) + " on."};
 }
 
-// Reading. nlohmann's own conversions would take a boolean for a number and cut off fractions.
-
-void read(const ParsedJson& json, std::string& value)
-{
-    value = json::text(json);
-}
-
-void read(const ParsedJson& json, bool& value)
-{
-    if (!json.is_boolean())
-        throw typeMismatch("boolean", json);
-    value = json.get<bool>();
-}
-
-void read(const ParsedJson& json, double& value)
-{
-    if (!json.is_number())
-        throw typeMismatch("number", json);
-    value = json.get<double>();
-}
-
-bool isWholeNumber(const ParsedJson& json)
-{
-    if (json.is_number_unsigned())
-        return json.get<std::uint64_t>() <= std::uint64_t{INT64_MAX};
-    if (json.is_number_integer())
-        return true;
-    // Written with a fraction or an exponent, or with more digits than fit: beyond 2^53 some may have been lost.
-    const auto number = json.get<double>();
-    return std::trunc(number) == number && std::abs(number) < largestExactInteger;
-}
-
-void read(const ParsedJson& json, std::int64_t& value)
-{
-    if (!json.is_number())
-        throw typeMismatch("whole number", json);
-    if (!isWholeNumber(json))
-        throw DecodingError(Kind::typeMismatch, "Expected whole number of 64 bits, found " + json.dump() + ".");
-    value = json.get<std::int64_t>();
-}
-
-template <typename T>
-requires requires(const ParsedJson& json, T& value)
-{
-    from_json(json, value);
-}
-void read(const ParsedJson& json, T& value)
-{
-    from_json(json, value);
-}
-
-template <typename T>
-void read(const ParsedJson& json, std::vector<T>& values)
-{
-    if (!json.is_array())
-        throw typeMismatch("array", json);
-    values.clear();
-    for (const ParsedJson& element : json) {
-        try {
-            read(element, values.emplace_back());
-        } catch (DecodingError& error) {
-            error.enclose("[" + std::to_string(values.size() - 1) + "]");
-            throw;
-        }
-    }
-}
-
-/// The members of one JSON object.
-class ObjectReader {
-public:
-    explicit ObjectReader(const ParsedJson& json)
-        : json_(json)
-    {
-        if (!json.is_object())
-            throw typeMismatch("object", json);
-    }
-
-    template <typename T>
-    const ObjectReader& field(const char* key, T& value) const
-    {
-        const auto member = json_.find(key);
-        if (member == json_.end())
-            throw missing(key);
-        readMember(key, *member, value);
-        return *this;
-    }
-
-    template <typename T>
-    const ObjectReader& field(const char* key, std::optional<T>& value) const
-    {
-        value.reset();
-        const auto member = json_.find(key);
-        if (member != json_.end() && !member->is_null())
-            readMember(key, *member, value.emplace());
-        return *this;
-    }
-
-private:
-    static DecodingError missing(const char* key)
-    {
-        DecodingError error(Kind::missingKey, "The key is missing.");
-        error.enclose(key);
-        return error;
-    }
-
-    template <typename T>
-    static void readMember(const char* key, const ParsedJson& member, T& value)
-    {
-        try {
-            read(member, value);
-        } catch (DecodingError& error) {
-            error.enclose(key);
-            throw;
-        }
-    }
-
-    const ParsedJson& json_;
-};
-
-// Writing.
-
 Json number(double value)
 {
     if (!std::isfinite(value))
         throw EncodingError("A number that is not finite has no JSON form.");
-    if (std::trunc(value) == value && std::abs(value) < largestExactInteger)
+    if (std::trunc(value) == value && std::abs(value) < json::largestExactInteger)
         return static_cast<std::int64_t>(value);
     return value;
 }
@@ -156,13 +30,6 @@ Json number(double value)
 } // namespace
 
 namespace json {
-
-std::string text(const ParsedJson& json)
-{
-    if (!json.is_string())
-        throw typeMismatch("string", json);
-    return json.get<std::string>();
-}
 
 ParsedJson parse(std::string_view text)
 {
@@ -243,89 +110,6 @@ void from_json(const ParsedJson& json, PermissionState& permissions)
     ObjectReader(json)
         .field("accessibility", permissions.accessibility)
         .field("systemAudioCapture", permissions.systemAudioCapture);
-}
-
-namespace {
-
-/// A case with its payload: {"case": {"label": payload}}.
-template <typename T>
-Json taggedCase(const char* name, const char* label, const T& payload)
-{
-    Json payloadObject = Json::object();
-    payloadObject[label] = payload;
-    Json object = Json::object();
-    object[name] = std::move(payloadObject);
-    return object;
-}
-
-/// The payload under its label in the nested object of a case.
-template <typename T>
-T payload(const ParsedJson& nested, const char* label)
-{
-    T value{};
-    ObjectReader(nested).field(label, value);
-    return value;
-}
-
-struct ModeCoding {
-    const char* name;
-    ControlMode (*decode)(const ParsedJson& nested);
-};
-
-/// In the order in which the keys are declared, which is not the order of the cases.
-constexpr ModeCoding modeCodings[] = {
-    {"systemVolume",
-        [](const ParsedJson& nested) { return ControlMode::systemVolume(payload<std::string>(nested, "deviceID")); }},
-    {"hardwareDDC",
-        [](const ParsedJson& nested) { return ControlMode::hardwareDDC(payload<std::string>(nested, "displayID")); }},
-    {"softwareTap",
-        [](const ParsedJson& nested) { return ControlMode::softwareTap(payload<std::string>(nested, "deviceID")); }},
-    {"disabled",
-        [](const ParsedJson& nested) {
-            ObjectReader{nested};
-            return ControlMode::disabled();
-        }},
-    {"unavailable",
-        [](const ParsedJson& nested) { return ControlMode::unavailable(payload<UnavailableReason>(nested, "_0")); }},
-};
-
-} // namespace
-
-void to_json(Json& json, const ControlMode& mode)
-{
-    json = mode.match(
-        [](const ControlMode::SystemVolume& m) { return taggedCase("systemVolume", "deviceID", m.deviceID); },
-        [](const ControlMode::HardwareDDC& m) { return taggedCase("hardwareDDC", "displayID", m.displayID); },
-        [](const ControlMode::SoftwareTap& m) { return taggedCase("softwareTap", "deviceID", m.deviceID); },
-        [](const ControlMode::Unavailable& m) { return taggedCase("unavailable", "_0", m.reason); },
-        [](const ControlMode::Disabled&) {
-            Json object = Json::object();
-            object["disabled"] = Json::object();
-            return object;
-        });
-}
-
-void from_json(const ParsedJson& json, ControlMode& mode)
-{
-    const ObjectReader object(json);
-    const auto wrongKeys
-        = [] { return DecodingError(Kind::typeMismatch, "Invalid number of keys found, expected one."); };
-    if (json.size() != 1)
-        throw wrongKeys();
-    const std::string& name = json.begin().key();
-    for (const ModeCoding& coding : modeCodings) {
-        if (name != coding.name)
-            continue;
-        try {
-            mode = coding.decode(json.front());
-            return;
-        } catch (DecodingError& error) {
-            error.enclose(name);
-            throw;
-        }
-    }
-    // A key that names no case is no key of this object.
-    throw wrongKeys();
 }
 
 void to_json(Json& json, const VolumeSnapshot& volume)
