@@ -1,0 +1,253 @@
+#include "QuenstalLinux/Keys/X11KeyCapture.hpp"
+
+#include "QuenstalPlatform/EventTaps.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <utility>
+
+// The header names a field with a word of C++.
+#define explicit isExplicit
+#include <xcb/xkb.h>
+#undef explicit
+
+namespace quenstal {
+
+namespace {
+
+struct VolumeKeysym {
+    xcb_keysym_t keysym;
+    std::int64_t button;
+};
+constexpr std::array volumeKeysyms{
+    VolumeKeysym{0x1008FF11, AuxiliaryButton::soundDown},
+    VolumeKeysym{0x1008FF12, AuxiliaryButton::mute},
+    VolumeKeysym{0x1008FF13, AuxiliaryButton::soundUp},
+};
+
+struct Free {
+    void operator()(void* memory) const { std::free(memory); }
+};
+template <typename T>
+using Reply = std::unique_ptr<T, Free>;
+
+/// One member of the union of XKB events, told apart by the second byte.
+bool isKeymapChange(const xcb_generic_event_t& event)
+{
+    const std::uint8_t kind = event.pad0;
+    return kind == XCB_XKB_NEW_KEYBOARD_NOTIFY || kind == XCB_XKB_MAP_NOTIFY;
+}
+
+} // namespace
+
+X11KeyCapture::X11KeyCapture(RunLoop& runLoop, const std::string& display)
+    : runLoop_(runLoop)
+    , changes_(runLoop)
+{
+    int screenNumber = 0;
+    connection_.reset(xcb_connect(display.empty() ? nullptr : display.c_str(), &screenNumber));
+    if (xcb_connection_has_error(connection_.get())) {
+        connection_.reset();
+        return;
+    }
+    xcb_screen_iterator_t screen = xcb_setup_roots_iterator(xcb_get_setup(connection_.get()));
+    for (; screenNumber > 0; --screenNumber)
+        xcb_screen_next(&screen);
+    root_ = screen.data->root;
+    symbols_.reset(xcb_key_symbols_alloc(connection_.get()));
+    selectKeyboardChanges();
+    watch_ = runLoop_.watchReadable(xcb_get_file_descriptor(connection_.get()), [this] { dispatch(); });
+}
+
+X11KeyCapture::~X11KeyCapture()
+{
+    stop();
+}
+
+void X11KeyCapture::selectKeyboardChanges()
+{
+    xcb_connection_t* const connection = connection_.get();
+    const xcb_query_extension_reply_t* extension = xcb_get_extension_data(connection, &xcb_xkb_id);
+    if (!extension || !extension->present)
+        return;
+    const Reply<xcb_xkb_use_extension_reply_t> use(
+        xcb_xkb_use_extension_reply(connection, xcb_xkb_use_extension(connection, 1, 0), nullptr));
+    if (!use || !use->supported)
+        return;
+    xkbEvent_ = extension->first_event;
+    // Without it a repeat looks like the key being let go and pressed again.
+    constexpr std::uint32_t repeats = XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT;
+    const Reply<xcb_xkb_per_client_flags_reply_t> flags(xcb_xkb_per_client_flags_reply(
+        connection, xcb_xkb_per_client_flags(connection, XCB_XKB_ID_USE_CORE_KBD, repeats, repeats, 0, 0, 0), nullptr));
+    constexpr std::uint16_t changes = XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY;
+    constexpr std::uint16_t everyPart = 0xFF;
+    xcb_xkb_select_events(connection, XCB_XKB_ID_USE_CORE_KBD, changes, 0, changes, everyPart, everyPart, nullptr);
+    xcb_flush(connection);
+}
+
+std::vector<X11KeyCapture::Grab> X11KeyCapture::volumeKeys() const
+{
+    std::vector<Grab> keys;
+    for (const VolumeKeysym& volumeKey : volumeKeysyms) {
+        const Reply<xcb_keycode_t> codes(xcb_key_symbols_get_keycode(symbols_.get(), volumeKey.keysym));
+        for (const xcb_keycode_t* code = codes.get(); code && *code != XCB_NO_SYMBOL; ++code)
+            keys.push_back({*code, volumeKey.button});
+    }
+    return keys;
+}
+
+/// All keys or none.
+X11KeyCapture::Obstacle X11KeyCapture::grab()
+{
+    if (!connection_)
+        return Obstacle::noServer;
+    const std::vector<Grab> keys = volumeKeys();
+    std::vector<xcb_void_cookie_t> requests;
+    for (const Grab& key : keys)
+        requests.push_back(xcb_grab_key_checked(
+            connection_.get(), 1, root_, XCB_MOD_MASK_ANY, key.keycode, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        const Reply<xcb_generic_error_t> error(xcb_request_check(connection_.get(), requests[i]));
+        if (!error)
+            grabs_.push_back(keys[i]);
+    }
+    // Events that came with the answers are in memory already, where the descriptor does not tell of them.
+    queuedEvents_ = runLoop_.after(RunLoop::Duration::zero(), [this] { dispatch(); });
+    if (grabs_.size() == keys.size() && !keys.empty())
+        return Obstacle::none;
+    ungrab();
+    return keys.empty() ? Obstacle::noKeys : Obstacle::ownedByOther;
+}
+
+void X11KeyCapture::ungrab()
+{
+    for (const Grab& key : grabs_)
+        xcb_ungrab_key(connection_.get(), key.keycode, root_, XCB_MOD_MASK_ANY);
+    grabs_.clear();
+    heldKey_.reset();
+    if (connection_)
+        xcb_flush(connection_.get());
+}
+
+bool X11KeyCapture::isPossible()
+{
+    if (listener_)
+        return true;
+    const auto now = runLoop_.steadyNow();
+    if (!probedAt_ || now - *probedAt_ >= probeLifetime) {
+        probedAt_ = now;
+        obstacle_ = grab();
+        ungrab();
+    }
+    return obstacle_ == Obstacle::none;
+}
+
+std::string X11KeyCapture::obstacle()
+{
+    if (isPossible())
+        return {};
+    switch (obstacle_) {
+    case Obstacle::ownedByOther:
+        return "Another program uses the volume keys, most often the desktop itself. Open the keyboard shortcuts in "
+               "the desktop's settings and free \"Raise volume\", \"Lower volume\" and \"Mute\". Quenstal takes the "
+               "keys as soon as they are free.";
+    case Obstacle::noKeys:
+        return "The keyboard layout has no volume keys. Choose one that has, or connect a keyboard with volume keys.";
+    case Obstacle::noServer:
+    case Obstacle::none:
+        break;
+    }
+    return {};
+}
+
+bool X11KeyCapture::start(KeyCaptureListener& listener)
+{
+    probedAt_ = runLoop_.steadyNow();
+    obstacle_ = grab();
+    if (obstacle_ == Obstacle::none)
+        listener_ = &listener;
+    return listener_ != nullptr;
+}
+
+void X11KeyCapture::stop()
+{
+    listener_ = nullptr;
+    ungrab();
+}
+
+void X11KeyCapture::dispatch()
+{
+    while (connection_) {
+        const Reply<xcb_generic_event_t> event(xcb_poll_for_event(connection_.get()));
+        if (!event)
+            break;
+        handle(*event);
+    }
+    if (connection_ && xcb_connection_has_error(connection_.get()))
+        loseServer();
+}
+
+void X11KeyCapture::handle(const xcb_generic_event_t& event)
+{
+    constexpr std::uint8_t sentByAClient = 0x80;
+    if (event.response_type & sentByAClient)
+        return;
+    // All core key events share their layout.
+    if (event.response_type == XCB_KEY_PRESS)
+        keyPressed(reinterpret_cast<const xcb_key_press_event_t&>(event).detail);
+    else if (event.response_type == XCB_KEY_RELEASE)
+        keyReleased(reinterpret_cast<const xcb_key_release_event_t&>(event).detail);
+    else if (event.response_type == XCB_MAPPING_NOTIFY)
+        keymapChanged();
+    else if (xkbEvent_ != 0 && event.response_type == xkbEvent_ && isKeymapChange(event))
+        keymapChanged();
+}
+
+void X11KeyCapture::keyPressed(xcb_keycode_t keycode)
+{
+    const auto grabbed = std::ranges::find(grabs_, keycode, &Grab::keycode);
+    if (!listener_ || grabbed == grabs_.end())
+        return;
+    const bool isRepeat = heldKey_ == keycode;
+    heldKey_ = keycode;
+    listener_->volumeKeyDown(grabbed->button, isRepeat);
+}
+
+void X11KeyCapture::keyReleased(xcb_keycode_t keycode)
+{
+    if (heldKey_ == keycode)
+        heldKey_.reset();
+}
+
+void X11KeyCapture::keymapChanged()
+{
+    symbols_.reset(xcb_key_symbols_alloc(connection_.get()));
+    probedAt_.reset();
+    changes_.notify();
+    if (!listener_)
+        return;
+    ungrab();
+    obstacle_ = grab();
+    if (obstacle_ != Obstacle::none)
+        lose();
+}
+
+void X11KeyCapture::loseServer()
+{
+    watch_.reset();
+    grabs_.clear();
+    symbols_.reset();
+    connection_.reset();
+    obstacle_ = Obstacle::noServer;
+    changes_.notify();
+    lose();
+}
+
+void X11KeyCapture::lose()
+{
+    if (KeyCaptureListener* const listener = std::exchange(listener_, nullptr))
+        listener->captureLost();
+}
+
+} // namespace quenstal
