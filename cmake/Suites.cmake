@@ -1,6 +1,6 @@
-# A suite is one entry of CTest. Its output ends with a closing line "N passed, N failed[, N skipped]", from which
-# ./test makes the sum. The target suites_LABEL builds what the suites with that label need. A tree for fuzzing has
-# no suites but the fuzz targets.
+# A suite is one entry of CTest with one label or more. Its output ends with a closing line "N passed, N failed[,
+# N skipped]", from which ./test makes the sum. The target suites_LABEL builds what the suites with that label need. A
+# tree for fuzzing has no suites but the fuzz targets.
 
 if(NOT QUENSTAL_FUZZERS)
     find_package(GTest REQUIRED)
@@ -8,7 +8,7 @@ endif()
 
 # quenstal_suite(core_models LABEL core SOURCES A.cpp DEPENDS QuenstalCore)
 function(quenstal_suite name)
-    cmake_parse_arguments(SUITE "" "LABEL;TIMEOUT" "SOURCES;DEPENDS" ${ARGN})
+    cmake_parse_arguments(SUITE "" "TIMEOUT" "LABEL;SOURCES;DEPENDS" ${ARGN})
     if(QUENSTAL_FUZZERS)
         return()
     endif()
@@ -24,7 +24,7 @@ endfunction()
 #
 # DEPENDS names the targets that must be built before the script can run.
 function(quenstal_script_suite name)
-    cmake_parse_arguments(SUITE "" "LABEL;TIMEOUT" "COMMAND;DEPENDS" ${ARGN})
+    cmake_parse_arguments(SUITE "" "TIMEOUT" "LABEL;COMMAND;DEPENDS" ${ARGN})
     if(QUENSTAL_FUZZERS)
         return()
     endif()
