@@ -14,7 +14,7 @@ namespace quenstal {
 
 /// The one object that holds the live state. It asks the ports what the current output, display and permissions
 /// are, lets the mode selector choose the control path, reads and writes the volume over that path, and publishes
-/// the result as one QuenstalState. Every operation starts from a fresh reading; no mode or device is cached.
+/// the result as one QuenstalState. Operations start from a fresh reading; no mode or device is cached.
 ///
 /// Main thread only; port calls are synchronous and their order is part of the contract. No public operation
 /// throws, whatever the ports throw: problems become issues in the state and, for commands, an ignored result.
@@ -30,7 +30,7 @@ public:
     QuenstalController(const QuenstalController&) = delete;
     QuenstalController& operator=(const QuenstalController&) = delete;
 
-    /// The last published state.
+    /// The last published state. The next operation changes it: keep a copy to compare with.
     const QuenstalState& state() const { return state_; }
     /// The user's master switch; true at every start.
     bool isEnabled() const { return isEnabled_; }

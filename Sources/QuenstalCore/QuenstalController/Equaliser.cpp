@@ -50,6 +50,7 @@ QuenstalState QuenstalController::updateEQBand(std::int64_t id, double gainDB)
 QuenstalController::EQEdit QuenstalController::boosted(const EQProfile& current, std::int64_t id, double gainDB)
 {
     EQProfile edited = current.settingBand(id, gainDB);
+    // Not `gainDB <= 0`: a NaN is no boost.
     if (!(gainDB > 0) || current.preampDB != 0 || boostHintAlreadyShown_)
         return {std::move(edited), false};
     boostHintAlreadyShown_ = true;
