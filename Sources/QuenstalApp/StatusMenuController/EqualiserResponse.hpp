@@ -1,6 +1,7 @@
 #pragma once
 
 #include "QuenstalCore/Models/EQProfile.hpp"
+#include "QuenstalDDC/SoftwareVolumeTap.hpp"
 
 #include <array>
 
@@ -10,17 +11,14 @@ namespace quenstal {
 /// runs with. Any thread.
 class EqualiserResponse {
 public:
-    /// `sampleRate` in hertz.
+    /// `sampleRate` in hertz, above 0.
     explicit EqualiserResponse(const EQProfile& profile, double sampleRate = 48000);
 
     /// Gain in decibels at a frequency in hertz.
     double decibelsAt(double frequencyHz) const;
 
 private:
-    /// b0, b1, b2, a1, a2; a0 is 1.
-    using Coefficients = std::array<float, 5>;
-
-    std::array<Coefficients, 5> bands_{};
+    std::array<QSBiquadCoefficients, softwareEQBandCount> bands_{};
     double sampleRate_;
 };
 

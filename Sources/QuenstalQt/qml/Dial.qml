@@ -6,6 +6,7 @@ Item {
     id: frame
 
     required property PanelModel panel
+    readonly property bool dimmed: panel.muted || !panel.controllable
 
     width: 166
     height: 160
@@ -55,7 +56,7 @@ Item {
         y: 47
         width: figure.width + 18
         height: 54
-        opacity: frame.panel.controllable ? (frame.panel.muted ? 0.66 : 1) : 0.6
+        opacity: frame.dimmed ? 0.7 : 1
 
         TextMetrics {
             id: cell
@@ -87,7 +88,7 @@ Item {
             x: figure.x + figure.width + 1
             y: 7
             text: "%"
-            color: Theme.secondaryText
+            color: frame.dimmed ? Theme.primaryText : Theme.secondaryText
             font.family: Theme.displayFamily
             font.pixelSize: 17
             font.weight: Font.Normal

@@ -8,7 +8,7 @@ QtObject {
 
     readonly property color primaryText: "#f5f7fb"
     readonly property color secondaryText: "#c5cad6"
-    readonly property color tertiaryText: "#a3aaba"
+    readonly property color tertiaryText: "#aeb5c4"
     readonly property color symbol: "#e6eaf3"
 
     readonly property color software: "#5b9bff"

@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,11 @@ struct Scene {
     bool showsFocus = false;
     bool hasCompositor = true;
 };
+
+inline void PrintTo(const Scene& scene, std::ostream* stream)
+{
+    *stream << scene.name;
+}
 
 const std::vector<Scene>& scenes();
 

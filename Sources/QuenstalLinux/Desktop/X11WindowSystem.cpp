@@ -1,0 +1,209 @@
+#include "QuenstalLinux/Desktop/X11WindowSystem.hpp"
+
+#include "QuenstalPlatform/Desktop.hpp"
+
+#include <cstdlib>
+#include <string>
+#include <utility>
+
+#include <xcb/shape.h>
+#include <xcb/xcb.h>
+#include <xcb/xinput.h>
+
+namespace quenstal {
+
+namespace {
+
+struct Disconnect {
+    void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
+};
+using Connection = std::unique_ptr<xcb_connection_t, Disconnect>;
+
+struct Free {
+    void operator()(void* memory) const { std::free(memory); }
+};
+template <typename T>
+using Reply = std::unique_ptr<T, Free>;
+
+template <typename T>
+Reply<T> owned(T* reply)
+{
+    return Reply<T>(reply);
+}
+
+std::uint32_t maskOf(std::uint32_t button)
+{
+    switch (button) {
+    case XCB_BUTTON_INDEX_1:
+        return MouseEventMask::leftMouseDown;
+    case XCB_BUTTON_INDEX_3:
+        return MouseEventMask::rightMouseDown;
+    // The wheel is no button to the user.
+    case XCB_BUTTON_INDEX_4:
+    case XCB_BUTTON_INDEX_5:
+    case 6:
+    case 7:
+        return 0;
+    default:
+        return MouseEventMask::otherMouseDown;
+    }
+}
+
+class X11WindowSystem final : public WindowSystem {
+public:
+    X11WindowSystem(Connection connection, int screenNumber, RunLoop& runLoop)
+        : connection_(std::move(connection))
+        , root_(rootOf(connection_.get(), screenNumber))
+        , compositorSelection_(intern("_NET_WM_CM_S" + std::to_string(screenNumber)))
+        , watch_(runLoop.watchReadable(xcb_get_file_descriptor(connection_.get()), [this] { dispatch(); }))
+    {
+    }
+
+    bool isCompositing() override
+    {
+        const auto reply = owned(xcb_get_selection_owner_reply(
+            connection_.get(), xcb_get_selection_owner(connection_.get(), compositorSelection_), nullptr));
+        return reply && reply->owner != XCB_NONE;
+    }
+
+    WindowID focusedWindow() override
+    {
+        const auto reply
+            = owned(xcb_get_input_focus_reply(connection_.get(), xcb_get_input_focus(connection_.get()), nullptr));
+        return reply && reply->focus != XCB_INPUT_FOCUS_POINTER_ROOT ? reply->focus : XCB_NONE;
+    }
+
+    void focusWindow(WindowID window) override
+    {
+        if (window == XCB_NONE)
+            return;
+        xcb_set_input_focus(connection_.get(), XCB_INPUT_FOCUS_POINTER_ROOT, window, XCB_CURRENT_TIME);
+        xcb_flush(connection_.get());
+    }
+
+    void setInputRegion(WindowID window, const PixelRect& region) override
+    {
+        const xcb_rectangle_t rectangle{static_cast<std::int16_t>(region.x), static_cast<std::int16_t>(region.y),
+            static_cast<std::uint16_t>(region.width), static_cast<std::uint16_t>(region.height)};
+        xcb_shape_rectangles(connection_.get(), XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED,
+            window, 0, 0, 1, &rectangle);
+        xcb_flush(connection_.get());
+    }
+
+    Cancellation onMouseDown(std::uint32_t mask, std::function<void(WindowID)> handler) override
+    {
+        auto monitor = std::make_shared<Monitor>(Monitor{mask, std::move(handler)});
+        monitors_.push_back(monitor);
+        selectPresses(true);
+        return std::make_unique<Registration>(*this, std::move(monitor));
+    }
+
+private:
+    struct Monitor {
+        std::uint32_t mask;
+        std::function<void(WindowID)> handler;
+    };
+
+    class Registration final : public Interface {
+    public:
+        Registration(X11WindowSystem& owner, std::shared_ptr<Monitor> monitor)
+            : owner_(owner)
+            , monitor_(std::move(monitor))
+        {
+        }
+        ~Registration() override
+        {
+            // The dispatch in progress may still hold the monitor.
+            monitor_->handler = nullptr;
+            std::erase(owner_.monitors_, monitor_);
+            if (owner_.monitors_.empty())
+                owner_.selectPresses(false);
+        }
+
+    private:
+        X11WindowSystem& owner_;
+        std::shared_ptr<Monitor> monitor_;
+    };
+
+    static xcb_window_t rootOf(xcb_connection_t* connection, int screenNumber)
+    {
+        xcb_screen_iterator_t screen = xcb_setup_roots_iterator(xcb_get_setup(connection));
+        for (; screenNumber > 0; --screenNumber)
+            xcb_screen_next(&screen);
+        return screen.data->root;
+    }
+
+    xcb_atom_t intern(const std::string& name)
+    {
+        const auto cookie
+            = xcb_intern_atom(connection_.get(), 0, static_cast<std::uint16_t>(name.size()), name.c_str());
+        const auto reply = owned(xcb_intern_atom_reply(connection_.get(), cookie, nullptr));
+        return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
+    }
+
+    /// Raw events reach whoever asks, whichever program has grabbed the pointer.
+    void selectPresses(bool wanted)
+    {
+        struct {
+            xcb_input_event_mask_t head;
+            std::uint32_t mask;
+        } selection{
+            {XCB_INPUT_DEVICE_ALL_MASTER, 1}, wanted ? std::uint32_t{XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS} : 0u};
+        xcb_input_xi_select_events(connection_.get(), root_, 1, &selection.head);
+        xcb_flush(connection_.get());
+    }
+
+    void dispatch()
+    {
+        while (const auto event = owned(xcb_poll_for_event(connection_.get()))) {
+            if ((event->response_type & 0x7F) != XCB_GE_GENERIC)
+                continue;
+            const auto* press = reinterpret_cast<const xcb_input_raw_button_press_event_t*>(event.get());
+            if (press->event_type == XCB_INPUT_RAW_BUTTON_PRESS)
+                tell(maskOf(press->detail));
+        }
+        // A server that went away would be readable for ever.
+        if (xcb_connection_has_error(connection_.get()) != 0)
+            watch_.reset();
+    }
+
+    void tell(std::uint32_t button)
+    {
+        const auto reply
+            = owned(xcb_query_pointer_reply(connection_.get(), xcb_query_pointer(connection_.get(), root_), nullptr));
+        const WindowID under = reply ? reply->child : XCB_NONE;
+        for (const auto& monitor : std::vector(monitors_)) {
+            if (monitor->handler && (monitor->mask & button) != 0)
+                std::function(monitor->handler)(under);
+        }
+    }
+
+    Connection connection_;
+    xcb_window_t root_;
+    xcb_atom_t compositorSelection_;
+    std::vector<std::shared_ptr<Monitor>> monitors_;
+    Cancellation watch_;
+};
+
+bool hasRawPresses(xcb_connection_t* connection)
+{
+    const auto* extension = xcb_get_extension_data(connection, &xcb_input_id);
+    if (!extension || !extension->present)
+        return false;
+    const auto version
+        = owned(xcb_input_xi_query_version_reply(connection, xcb_input_xi_query_version(connection, 2, 2), nullptr));
+    return version && version->major_version >= 2;
+}
+
+} // namespace
+
+std::unique_ptr<WindowSystem> connectToX11(RunLoop& runLoop)
+{
+    int screenNumber = 0;
+    Connection connection(xcb_connect(nullptr, &screenNumber));
+    if (xcb_connection_has_error(connection.get()) != 0 || !hasRawPresses(connection.get()))
+        return nullptr;
+    return std::make_unique<X11WindowSystem>(std::move(connection), screenNumber, runLoop);
+}
+
+} // namespace quenstal

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "QuenstalPlatform/WindowSystem.hpp"
+
+#include <memory>
+
+namespace quenstal {
+
+/// A connection of its own to the X server, beside the toolkit's. Null when there is no X server, or one without the
+/// input extension in version 2.
+std::unique_ptr<WindowSystem> connectToX11(RunLoop& runLoop);
+
+} // namespace quenstal

@@ -1,0 +1,252 @@
+#include "QuenstalQt/Desktop/QtDesktop.hpp"
+
+#include "QuenstalQt/Desktop/MotionPreference.hpp"
+#include "QuenstalQt/Desktop/QtPanelWindow.hpp"
+#include "QuenstalQt/Desktop/SettingsLinks.hpp"
+#include "QuenstalQt/Feedback/KeyFeedbackPresenter.hpp"
+#include "QuenstalQt/Tray/TrayStatusItem.hpp"
+
+#include <algorithm>
+#include <utility>
+
+#include <QClipboard>
+#include <QCursor>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCall>
+#include <QGuiApplication>
+#include <QPointer>
+#include <QScreen>
+
+namespace quenstal {
+
+namespace {
+
+Rect rectOf(const QRect& rect)
+{
+    return {static_cast<double>(rect.x()), static_cast<double>(rect.y()), static_cast<double>(rect.width()),
+        static_cast<double>(rect.height())};
+}
+
+QString fromUtf8(std::string_view text)
+{
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+/// Ends a registration by running what undoes it.
+class Undo final : public Interface {
+public:
+    explicit Undo(std::function<void()> undo)
+        : undo_(std::move(undo))
+    {
+    }
+    ~Undo() override { undo_(); }
+
+private:
+    std::function<void()> undo_;
+};
+
+void notify(const QString& title, const QString& text)
+{
+    const QString service = QStringLiteral("org.freedesktop.Notifications");
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        service, QStringLiteral("/org/freedesktop/Notifications"), service, QStringLiteral("Notify"));
+    constexpr int untilClosed = 0;
+    call << QStringLiteral("Quenstal") << 0U << QStringLiteral("dialog-information") << title << text << QStringList()
+         << QVariantMap() << untilClosed;
+    QDBusConnection::sessionBus().asyncCall(call);
+}
+
+} // namespace
+
+/// Shared with the registrations, which may end after the desktop.
+struct QtDesktop::State : QObject {
+    explicit State(WindowSystem* windowSystem)
+        : windowSystem(windowSystem)
+        , feedback(windowSystem)
+    {
+        connect(&motion, &MotionPreference::changed, this, [this] {
+            if (panel)
+                panel->setMotion(motion.isWanted());
+        });
+    }
+
+    bool hears(const KeyEvent& event)
+    {
+        const auto handlers = keyMonitors;
+        return std::any_of(handlers.begin(), handlers.end(), [&](const auto& handler) { return (*handler)(event); });
+    }
+
+    void clickedOutside()
+    {
+        const auto handlers = mouseMonitors;
+        for (const auto& handler : handlers)
+            (*handler)();
+    }
+
+    /// Presses on the panel, and on the item where it is known to be, are inside.
+    bool isInside(WindowID under) const
+    {
+        if (panel && under == panel->windowID())
+            return true;
+        const std::optional<Rect> item = statusItem ? statusItem->frame() : std::nullopt;
+        const QPoint pointer = QCursor::pos();
+        return item && item->contains({static_cast<double>(pointer.x()), static_cast<double>(pointer.y())});
+    }
+
+    template <typename Handler>
+    Cancellation add(std::vector<std::shared_ptr<Handler>> State::*list, Handler handler)
+    {
+        auto shared = std::make_shared<Handler>(std::move(handler));
+        (this->*list).push_back(shared);
+        return std::make_unique<Undo>([self = QPointer<State>(this), list, shared] {
+            if (self)
+                std::erase((self.data()->*list), shared);
+        });
+    }
+
+    using KeyHandler = std::function<bool(const KeyEvent&)>;
+    using MouseHandler = std::function<void()>;
+
+    WindowSystem* windowSystem;
+    /// Both belong to the program; they tell when they go.
+    QtPanelWindow* panel = nullptr;
+    TrayStatusItem* statusItem = nullptr;
+    std::vector<std::shared_ptr<KeyHandler>> keyMonitors;
+    std::vector<std::shared_ptr<MouseHandler>> mouseMonitors;
+    KeyFeedbackPresenter feedback;
+    MotionPreference motion;
+};
+
+QtDesktop::QtDesktop(WindowSystem* windowSystem)
+    : state_(std::make_unique<State>(windowSystem))
+{
+}
+
+QtDesktop::~QtDesktop() = default;
+
+std::unique_ptr<StatusItem> QtDesktop::createStatusItem(StatusItemHandler& handler)
+{
+    auto item = std::make_unique<TrayStatusItem>(handler);
+    state_->statusItem = item.get();
+    QObject::connect(
+        item.get(), &QObject::destroyed, state_.get(), [state = state_.get()] { state->statusItem = nullptr; });
+    return item;
+}
+
+std::unique_ptr<PanelWindow> QtDesktop::createPanel(const PanelSettings& settings)
+{
+    auto panel = std::make_unique<QtPanelWindow>(settings, state_->windowSystem);
+    panel->onKeyDown = [state = state_.get()](const KeyEvent& event) { return state->hears(event); };
+    // Where clicks elsewhere cannot be heard, the loss of the keyboard tells of them.
+    if (!state_->windowSystem)
+        panel->onDeactivated = [state = state_.get()] { state->clickedOutside(); };
+    panel->onDestroyed = [state = QPointer<State>(state_.get())] {
+        if (state)
+            state->panel = nullptr;
+    };
+    state_->panel = panel.get();
+    return panel;
+}
+
+std::unique_ptr<Interface> QtDesktop::host(PanelWindow&, GlassDialViewState& viewState)
+{
+    auto hosting = state_->panel->host(viewState);
+    state_->panel->setMotion(state_->motion.isWanted());
+    return hosting;
+}
+
+Cancellation QtDesktop::addLocalKeyDownMonitor(std::function<bool(const KeyEvent&)> handler)
+{
+    return state_->add(&State::keyMonitors, std::move(handler));
+}
+
+Cancellation QtDesktop::addGlobalMouseMonitor(std::uint32_t mask, std::function<void()> handler)
+{
+    if (!state_->windowSystem)
+        return state_->add(&State::mouseMonitors, std::move(handler));
+    return state_->windowSystem->onMouseDown(
+        mask, [state = state_.get(), handler = std::move(handler)](WindowID under) {
+            if (!state->isInside(under))
+                handler();
+        });
+}
+
+std::vector<DesktopScreen> QtDesktop::screens()
+{
+    std::vector<DesktopScreen> screens;
+    const QScreen* primary = QGuiApplication::primaryScreen();
+    for (const QScreen* screen : QGuiApplication::screens()) {
+        const DesktopScreen record{rectOf(screen->geometry()), rectOf(screen->availableGeometry())};
+        screens.insert(screen == primary ? screens.begin() : screens.end(), record);
+    }
+    return screens;
+}
+
+std::optional<Point> QtDesktop::pointerLocation()
+{
+    // Without a window system of our own the toolkit knows the pointer only over its own windows.
+    if (!state_->windowSystem)
+        return std::nullopt;
+    const QPoint pointer = QCursor::pos();
+    return Point{static_cast<double>(pointer.x()), static_cast<double>(pointer.y())};
+}
+
+void QtDesktop::showAlert(const Alert& alert, std::function<void(AlertResponse)> answered)
+{
+    QStringList buttons;
+    for (const std::string& button : alert.buttons)
+        buttons << PanelModel::shown(button);
+    // On a later turn, whoever answers.
+    const auto answer = [state = state_.get(), answered = std::move(answered)](int button) {
+        QMetaObject::invokeMethod(
+            state, [answered, button] { answered(alertFirstButtonReturn + button); }, Qt::QueuedConnection);
+    };
+    if (state_->panel)
+        state_->panel->ask(PanelModel::shown(alert.message), PanelModel::shown(alert.informativeText), buttons, answer);
+    else
+        answer(static_cast<int>(buttons.size()) - 1);
+}
+
+void QtDesktop::showNotice(std::string_view title, std::string_view text)
+{
+    const QString shownTitle = PanelModel::shown(std::string(title));
+    const QString shownText = PanelModel::shown(std::string(text));
+    if (state_->panel && state_->panel->isVisible())
+        state_->panel->explain(shownTitle, shownText);
+    else
+        notify(shownTitle, shownText);
+}
+
+void QtDesktop::showKeyFeedback(const KeyFeedback& feedback)
+{
+    state_->feedback.show(feedback);
+}
+
+void QtDesktop::clearPasteboard()
+{
+    QGuiApplication::clipboard()->clear();
+}
+
+void QtDesktop::setPasteboardString(std::string_view text)
+{
+    QGuiApplication::clipboard()->setText(fromUtf8(text));
+}
+
+bool QtDesktop::open(std::string_view url)
+{
+    return openLink(fromUtf8(url));
+}
+
+void QtDesktop::terminate()
+{
+    QGuiApplication::quit();
+}
+
+void QtDesktop::activateStatusItem()
+{
+    if (state_->statusItem)
+        state_->statusItem->activate(std::nullopt);
+}
+
+} // namespace quenstal

@@ -1,0 +1,75 @@
+#pragma once
+
+#include "QuenstalPlatform/Desktop.hpp"
+#include "QuenstalPlatform/WindowSystem.hpp"
+#include "QuenstalQt/Desktop/PanelContent.hpp"
+
+#include <deque>
+#include <functional>
+#include <memory>
+
+#include <QQuickWindow>
+
+namespace quenstal {
+
+/// The panel as a window of the toolkit: glass and shadow, shaped so that the shadow takes no clicks. Main thread.
+class QtPanelWindow final : public PanelWindow {
+public:
+    /// Without a window system the panel takes the focus as any window does, and loses it as any window does.
+    QtPanelWindow(const PanelSettings& settings, WindowSystem* windowSystem);
+    ~QtPanelWindow() override;
+
+    bool isVisible() override;
+    Rect frame() override { return frame_; }
+    void setFrame(const Rect& frame) override;
+    void orderFrontRegardless() override;
+    void makeKey() override;
+    void orderOut() override;
+
+    /// The views live until the result is destroyed.
+    std::unique_ptr<Interface> host(GlassDialViewState& viewState);
+    void setMotion(bool motion);
+
+    /// Asks in front of the views; answered with the button's number. Questions wait for one another, and the last
+    /// button answers when the panel is hidden.
+    void ask(const QString& title, const QString& text, const QStringList& buttons, std::function<void(int)> answered);
+    /// An explanation to be read and closed; it replaces one that is still shown.
+    void explain(const QString& title, const QString& text);
+    bool isAsking() const { return !questions_.empty(); }
+
+    WindowID windowID() const;
+
+    /// Hears every key-down; the answer true keeps it from the views.
+    std::function<bool(const KeyEvent&)> onKeyDown;
+    /// The panel lost the keyboard to another window.
+    std::function<void()> onDeactivated;
+    std::function<void()> onDestroyed;
+
+private:
+    class Window;
+    class Hosting;
+
+    void keyDown(QKeyEvent& event);
+    int margin() const;
+    void applyFrame();
+    void shape();
+    void push(const QString& title, const QString& text, const QStringList& buttons, bool isExplanation,
+        std::function<void(int)> answered);
+    void showQuestion();
+
+    PanelSettings settings_;
+    WindowSystem* windowSystem_;
+    bool isComposited_ = true;
+    Rect frame_;
+    WindowID focusBefore_ = 0;
+    std::unique_ptr<Window> window_;
+    std::unique_ptr<PanelContent> content_;
+    struct Asked {
+        std::unique_ptr<Question> question;
+        int lastButton;
+        bool isExplanation;
+    };
+    std::deque<Asked> questions_;
+};
+
+} // namespace quenstal

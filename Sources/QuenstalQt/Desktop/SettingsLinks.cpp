@@ -1,0 +1,83 @@
+#include "QuenstalQt/Desktop/SettingsLinks.hpp"
+
+#include "QuenstalCore/MenuPresenter.hpp"
+
+#include <array>
+
+#include <QDesktopServices>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QStringList>
+#include <QUrl>
+
+namespace quenstal {
+
+namespace {
+
+struct Page {
+    /// A word of XDG_CURRENT_DESKTOP; empty fits every desktop.
+    const char* desktop;
+    const char* program;
+    std::array<const char*, 1> arguments;
+};
+
+/// Each desktop's own sound page first, then the mixers that stand alone.
+constexpr std::array<Page, 10> soundPages{{
+    {"GNOME", "gnome-control-center", {"sound"}},
+    {"KDE", "systemsettings", {"kcm_pulseaudio"}},
+    {"KDE", "systemsettings5", {"kcm_pulseaudio"}},
+    {"Cinnamon", "cinnamon-settings", {"sound"}},
+    {"MATE", "mate-volume-control", {nullptr}},
+    {"Budgie", "budgie-control-center", {"sound"}},
+    {"", "pavucontrol", {nullptr}},
+    {"", "pavucontrol-qt", {nullptr}},
+    {"", "pwvucontrol", {nullptr}},
+    {"", "gnome-control-center", {"sound"}},
+}};
+
+bool fits(const Page& page, const QString& desktops)
+{
+    return page.desktop[0] == '\0' || desktops.contains(QLatin1String(page.desktop), Qt::CaseInsensitive);
+}
+
+bool start(const Page& page)
+{
+    const QString program = QStandardPaths::findExecutable(QLatin1String(page.program));
+    if (program.isEmpty())
+        return false;
+    QStringList arguments;
+    for (const char* argument : page.arguments) {
+        if (argument)
+            arguments << QLatin1String(argument);
+    }
+    return QProcess::startDetached(program, arguments);
+}
+
+bool openSoundPage()
+{
+    const QString desktops = qEnvironmentVariable("XDG_CURRENT_DESKTOP");
+    for (const Page& page : soundPages) {
+        if (fits(page, desktops) && start(page))
+            return true;
+    }
+    return false;
+}
+
+QString linkOf(std::string_view link)
+{
+    return QString::fromUtf8(link.data(), static_cast<qsizetype>(link.size()));
+}
+
+} // namespace
+
+bool openLink(const QString& link)
+{
+    if (link == linkOf(GlassDialSettingsDestination::soundSettingsURLString))
+        return openSoundPage();
+    // No desktop has a page for who may read the keyboard: the panel's own advice says what to do.
+    if (link == linkOf(GlassDialSettingsDestination::accessibilitySettingsURLString))
+        return false;
+    return QDesktopServices::openUrl(QUrl(link));
+}
+
+} // namespace quenstal

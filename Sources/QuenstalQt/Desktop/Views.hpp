@@ -1,0 +1,17 @@
+#pragma once
+
+#include <memory>
+
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QVariantMap>
+
+namespace quenstal {
+
+/// Makes one of the views. They are part of the program, so one that cannot be made ends it, with the reasons.
+std::unique_ptr<QQuickItem> createView(QQmlEngine& engine, const char* name, const QVariantMap& properties);
+
+/// Hands memory that was freed back to the system.
+void returnFreeMemory();
+
+} // namespace quenstal

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "QuenstalPlatform/Desktop.hpp"
+#include "QuenstalPlatform/WindowSystem.hpp"
+
+#include <memory>
+
+#include <QObject>
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QTimer>
+
+namespace quenstal {
+
+/// Shows what a volume key did while the panel is closed: on the desktop's own display where it has one for programs
+/// to use, as a notification where windows cannot be placed, else as a small bar of glass. Each value replaces the one
+/// before in the same place, so a held key neither queues nor flickers. Main thread.
+class KeyFeedbackPresenter : public QObject {
+    Q_OBJECT
+
+public:
+    explicit KeyFeedbackPresenter(WindowSystem* windowSystem);
+    ~KeyFeedbackPresenter() override;
+
+    void show(const KeyFeedback& feedback);
+
+private:
+    enum class Service { none, plasma, notifications };
+
+    void chooseService();
+    void showOnPlasma(const KeyFeedback& feedback);
+    void showAsNotification(const KeyFeedback& feedback);
+    void showBar(const KeyFeedback& feedback);
+    void loadBar();
+    void hideBar();
+    void releaseBar();
+
+    WindowSystem* windowSystem_;
+    Service service_ = Service::none;
+    unsigned int notification_ = 0;
+    std::unique_ptr<QQuickWindow> window_;
+    std::unique_ptr<QQmlEngine> engine_;
+    std::unique_ptr<QQuickItem> bar_;
+    QTimer hide_;
+    QTimer release_;
+};
+
+} // namespace quenstal

@@ -1,0 +1,151 @@
+#include "QuenstalQt/Tray/StatusNotifierItem.hpp"
+
+#include <QCoreApplication>
+#include <QDBusArgument>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QtEndian>
+
+namespace quenstal {
+
+namespace {
+
+constexpr const char* watcherService = "org.kde.StatusNotifierWatcher";
+constexpr const char* watcherPath = "/StatusNotifierWatcher";
+constexpr const char* itemPath = "/StatusNotifierItem";
+
+NotifierPixmap pixmapOf(const QImage& image)
+{
+    const QImage argb = image.convertToFormat(QImage::Format_ARGB32);
+    NotifierPixmap pixmap{argb.width(), argb.height(), QByteArray(argb.sizeInBytes(), Qt::Uninitialized)};
+    qToBigEndian<quint32>(argb.constBits(), argb.sizeInBytes() / 4, pixmap.bytes.data());
+    return pixmap;
+}
+
+} // namespace
+
+// Found by the bus through the types' own namespace.
+static QDBusArgument& operator<<(QDBusArgument& argument, const NotifierPixmap& pixmap)
+{
+    argument.beginStructure();
+    argument << pixmap.width << pixmap.height << pixmap.bytes;
+    argument.endStructure();
+    return argument;
+}
+
+static const QDBusArgument& operator>>(const QDBusArgument& argument, NotifierPixmap& pixmap)
+{
+    argument.beginStructure();
+    argument >> pixmap.width >> pixmap.height >> pixmap.bytes;
+    argument.endStructure();
+    return argument;
+}
+
+static QDBusArgument& operator<<(QDBusArgument& argument, const NotifierToolTip& toolTip)
+{
+    argument.beginStructure();
+    argument << toolTip.iconName << toolTip.icon << toolTip.title << toolTip.text;
+    argument.endStructure();
+    return argument;
+}
+
+static const QDBusArgument& operator>>(const QDBusArgument& argument, NotifierToolTip& toolTip)
+{
+    argument.beginStructure();
+    argument >> toolTip.iconName >> toolTip.icon >> toolTip.title >> toolTip.text;
+    argument.endStructure();
+    return argument;
+}
+
+StatusNotifierItem::StatusNotifierItem(QObject* parent)
+    : QObject(parent)
+    , bus_(QDBusConnection::sessionBus())
+    , serviceName_(QStringLiteral("org.kde.StatusNotifierItem-%1-1").arg(QCoreApplication::applicationPid()))
+    , watcher_(QLatin1String(watcherService), bus_, QDBusServiceWatcher::WatchForOwnerChange)
+{
+    qDBusRegisterMetaType<NotifierPixmap>();
+    qDBusRegisterMetaType<NotifierPixmaps>();
+    qDBusRegisterMetaType<NotifierToolTip>();
+    bus_.registerObject(QLatin1String(itemPath), this,
+        QDBusConnection::ExportScriptableSlots | QDBusConnection::ExportScriptableSignals
+            | QDBusConnection::ExportAllProperties);
+    bus_.registerService(serviceName_);
+    connect(&watcher_, &QDBusServiceWatcher::serviceRegistered, this, [this] { registerWithWatcher(); });
+    connect(&watcher_, &QDBusServiceWatcher::serviceUnregistered, this, [this] { forgetWatcher(); });
+    registerWithWatcher();
+}
+
+StatusNotifierItem::~StatusNotifierItem()
+{
+    bus_.unregisterObject(QLatin1String(itemPath));
+    bus_.unregisterService(serviceName_);
+}
+
+/// Asks without waiting: a bus without a watcher answers at once, a busy one later.
+void StatusNotifierItem::registerWithWatcher()
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(QLatin1String(watcherService), QLatin1String(watcherPath),
+        QLatin1String(watcherService), QStringLiteral("RegisterStatusNotifierItem"));
+    call << serviceName_;
+    call.setAutoStartService(false);
+    auto* pending = new QDBusPendingCallWatcher(bus_.asyncCall(call), this);
+    connect(pending, &QDBusPendingCallWatcher::finished, this, [this, pending] {
+        pending->deleteLater();
+        const bool isTaken = !pending->isError();
+        isRegistered_ = isTaken;
+        if (isTaken)
+            emit registered();
+        else
+            emit unregistered();
+    });
+}
+
+void StatusNotifierItem::forgetWatcher()
+{
+    isRegistered_ = false;
+    emit unregistered();
+}
+
+void StatusNotifierItem::setIcon(const QList<QImage>& images)
+{
+    icon_.clear();
+    for (const QImage& image : images)
+        icon_ << pixmapOf(image);
+    emit NewIcon();
+}
+
+void StatusNotifierItem::setTexts(const QString& label, const QString& toolTip)
+{
+    if (label != label_) {
+        label_ = label;
+        emit XAyatanaNewLabel(label_, labelGuide());
+    }
+    if (toolTip != toolTip_) {
+        toolTip_ = toolTip;
+        emit NewToolTip();
+    }
+}
+
+void StatusNotifierItem::SecondaryActivate(int, int)
+{
+    emit secondaryActivated();
+}
+
+/// Hosts report 120 a notch; smooth wheels report parts of it, and some hosts 1 a notch.
+void StatusNotifierItem::Scroll(int delta, const QString& orientation)
+{
+    if (orientation.compare(QLatin1String("vertical"), Qt::CaseInsensitive) != 0)
+        return;
+    constexpr int notch = 120;
+    if (std::abs(delta) == 1)
+        delta *= notch;
+    turned_ += delta;
+    const int notches = turned_ / notch;
+    turned_ -= notches * notch;
+    if (notches != 0)
+        emit scrolled(notches);
+}
+
+} // namespace quenstal

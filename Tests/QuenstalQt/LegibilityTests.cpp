@@ -1,0 +1,143 @@
+// Every text of every screen in every state: whole, inside the panel, and with enough contrast.
+
+#include "ViewFixture.hpp"
+
+#include <algorithm>
+#include <cmath>
+
+namespace quenstal {
+namespace {
+
+double linear(double channel)
+{
+    return channel <= 0.04045 ? channel / 12.92 : std::pow((channel + 0.055) / 1.055, 2.4);
+}
+
+double luminance(const QColor& color)
+{
+    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
+}
+
+double contrast(const QColor& one, const QColor& other)
+{
+    const auto [darker, lighter] = std::minmax(luminance(one), luminance(other));
+    return (lighter + 0.05) / (darker + 0.05);
+}
+
+QColor average(const QImage& image, const QRect& area)
+{
+    double red = 0;
+    double green = 0;
+    double blue = 0;
+    const QRect inside = area.intersected(image.rect());
+    for (int y = inside.top(); y <= inside.bottom(); ++y) {
+        for (int x = inside.left(); x <= inside.right(); ++x) {
+            const QColor pixel = image.pixelColor(x, y);
+            red += pixel.redF();
+            green += pixel.greenF();
+            blue += pixel.blueF();
+        }
+    }
+    const double count = inside.width() * inside.height();
+    return QColor::fromRgbF(
+        static_cast<float>(red / count), static_cast<float>(green / count), static_cast<float>(blue / count));
+}
+
+double opacityOf(const QQuickItem* item)
+{
+    double opacity = 1;
+    for (; item; item = item->parentItem())
+        opacity *= item->opacity();
+    return opacity;
+}
+
+QColor over(const QColor& background, const QColor& color, double opacity)
+{
+    const auto mix
+        = [opacity](float below, float above) { return static_cast<float>(below * (1 - opacity) + above * opacity); };
+    return QColor::fromRgbF(mix(background.redF(), color.redF()), mix(background.greenF(), color.greenF()),
+        mix(background.blueF(), color.blueF()));
+}
+
+/// Where the letters are: a text's item may be wider, and leaves room above and below them.
+QRectF inkOf(const QQuickItem& text)
+{
+    const double width = text.property("contentWidth").toDouble();
+    const double spare = text.width() - width;
+    const int alignment = text.property("horizontalAlignment").toInt();
+    const double left = alignment == Qt::AlignRight ? spare : alignment == Qt::AlignHCenter ? spare / 2 : 0;
+    const QRectF ink(left, 0, width, text.height());
+    return text.mapRectToScene(ink.adjusted(2, ink.height() * 0.2, -2, -ink.height() * 0.2));
+}
+
+class EveryScene : public testing::TestWithParam<gallery::Scene> {
+protected:
+    EveryScene()
+        : stage_(sharedEngine(), GetParam())
+    {
+    }
+
+    /// Texts behind a sheet are dimmed on purpose.
+    QList<QQuickItem*> texts()
+    {
+        QList<QQuickItem*> texts = shownItems(stage_.root());
+        texts.removeIf([](QQuickItem* item) { return !isText(item) || !item->isEnabled(); });
+        return texts;
+    }
+
+    gallery::Stage stage_;
+};
+
+TEST_P(EveryScene, showsEveryTextWhole)
+{
+    ASSERT_FALSE(texts().isEmpty());
+    for (const QQuickItem* text : texts())
+        EXPECT_FALSE(text->property("truncated").toBool()) << qPrintable(text->property("text").toString());
+}
+
+TEST_P(EveryScene, keepsEveryTextInsideTheGlass)
+{
+    const int margin = GetParam().hasCompositor ? gallery::shadowMargin : 0;
+    const QRectF glass = QRectF(QPointF(), stage_.root().size()).adjusted(margin, margin, -margin, -margin);
+    for (const QQuickItem* text : texts())
+        EXPECT_TRUE(glass.contains(text->mapRectToScene(text->boundingRect())))
+            << qPrintable(text->property("text").toString());
+}
+
+TEST_P(EveryScene, keepsTextsApart)
+{
+    const QList<QQuickItem*> all = texts();
+    for (qsizetype i = 0; i < all.size(); ++i) {
+        for (qsizetype j = i + 1; j < all.size(); ++j) {
+            EXPECT_FALSE(inkOf(*all[i]).intersects(inkOf(*all[j]))) << qPrintable(
+                all[i]->property("text").toString()) << " and " << qPrintable(all[j]->property("text").toString());
+        }
+    }
+}
+
+TEST_P(EveryScene, givesEveryTextContrast)
+{
+    constexpr double wanted = 4.5;
+    for (QQuickItem* text : texts()) {
+        const double opacity = opacityOf(text);
+        const QColor color = text->property("color").value<QColor>();
+        const double before = text->opacity();
+        // Not quite invisible, so that the item stays in the scene.
+        text->setOpacity(0.001);
+        const QImage behind = stage_.window().grabWindow();
+        text->setOpacity(before);
+        const QColor background = average(behind, text->mapRectToScene(text->boundingRect()).toAlignedRect());
+        const double ratio = contrast(over(background, color, opacity * color.alphaF()), background);
+        EXPECT_GE(ratio, wanted) << qPrintable(text->property("text").toString()) << " " << qPrintable(color.name())
+                                 << " on " << qPrintable(background.name());
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, EveryScene, testing::ValuesIn(gallery::scenes()), [](const auto& scene) {
+    std::string name = scene.param.name;
+    std::ranges::replace(name, '-', '_');
+    return name;
+});
+
+} // namespace
+} // namespace quenstal
