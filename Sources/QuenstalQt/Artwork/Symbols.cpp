@@ -4,7 +4,7 @@
 #include <array>
 
 #include <QPainterPath>
-#include <QtMath>
+#include <qmath.h>
 
 namespace quenstal {
 

@@ -5,7 +5,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
-#include <QtMath>
+#include <qmath.h>
 
 namespace quenstal {
 

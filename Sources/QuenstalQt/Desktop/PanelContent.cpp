@@ -3,6 +3,7 @@
 #include "QuenstalQt/Desktop/Views.hpp"
 
 #include <chrono>
+#include <utility>
 
 namespace quenstal {
 
@@ -13,8 +14,9 @@ constexpr auto keepHiddenViews = std::chrono::seconds(30);
 
 } // namespace
 
-PanelContent::PanelContent(QQuickWindow& window, GlassDialViewState& viewState)
+PanelContent::PanelContent(QQuickWindow& window, GlassDialViewState& viewState, std::function<void()> released)
     : window_(window)
+    , released_(std::move(released))
     , model_(viewState)
 {
     release_.setSingleShot(true);
@@ -78,7 +80,7 @@ void PanelContent::release()
     root_.reset();
     engine_.reset();
     window_.releaseResources();
-    returnFreeMemory();
+    released_();
 }
 
 } // namespace quenstal

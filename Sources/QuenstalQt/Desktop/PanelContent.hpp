@@ -3,6 +3,7 @@
 #include "QuenstalQt/Panel/PanelModel.hpp"
 #include "QuenstalQt/Panel/Question.hpp"
 
+#include <functional>
 #include <memory>
 
 #include <QQmlEngine>
@@ -16,7 +17,8 @@ namespace quenstal {
 /// Main thread.
 class PanelContent {
 public:
-    PanelContent(QQuickWindow& window, GlassDialViewState& viewState);
+    /// `released` is called after the views were given back.
+    PanelContent(QQuickWindow& window, GlassDialViewState& viewState, std::function<void()> released);
     ~PanelContent();
 
     /// The room for the shadow in points, and whether the desktop shines through.
@@ -33,6 +35,7 @@ private:
     void release();
 
     QQuickWindow& window_;
+    std::function<void()> released_;
     PanelModel model_;
     bool motion_ = true;
     std::unique_ptr<QQmlEngine> engine_;

@@ -65,6 +65,7 @@ struct QtDesktop::State : QObject {
         : windowSystem(windowSystem)
         , feedback(windowSystem)
     {
+        connect(&feedback, &KeyFeedbackPresenter::released, this, [this] { onViewsReleased(); });
         connect(&motion, &MotionPreference::changed, this, [this] {
             if (panel)
                 panel->setMotion(motion.isWanted());
@@ -115,6 +116,7 @@ struct QtDesktop::State : QObject {
     std::vector<std::shared_ptr<KeyHandler>> keyMonitors;
     std::vector<std::shared_ptr<MouseHandler>> mouseMonitors;
     KeyFeedbackPresenter feedback;
+    std::function<void()> onViewsReleased = [] {};
     MotionPreference motion;
 };
 
@@ -141,6 +143,7 @@ std::unique_ptr<PanelWindow> QtDesktop::createPanel(const PanelSettings& setting
     // Where clicks elsewhere cannot be heard, the loss of the keyboard tells of them.
     if (!state_->windowSystem)
         panel->onDeactivated = [state = state_.get()] { state->clickedOutside(); };
+    panel->onReleased = [state = state_.get()] { state->onViewsReleased(); };
     panel->onDestroyed = [state = QPointer<State>(state_.get())] {
         if (state)
             state->panel = nullptr;
@@ -241,6 +244,11 @@ bool QtDesktop::open(std::string_view url)
 void QtDesktop::terminate()
 {
     QGuiApplication::quit();
+}
+
+void QtDesktop::setOnViewsReleased(std::function<void()> released)
+{
+    state_->onViewsReleased = std::move(released);
 }
 
 void QtDesktop::activateStatusItem()

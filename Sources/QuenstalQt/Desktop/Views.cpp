@@ -4,10 +4,6 @@
 
 #include <QQmlComponent>
 
-#if __has_include(<malloc.h>)
-#include <malloc.h>
-#endif
-
 namespace quenstal {
 
 std::unique_ptr<QQuickItem> createView(QQmlEngine& engine, const char* name, const QVariantMap& properties)
@@ -17,11 +13,6 @@ std::unique_ptr<QQuickItem> createView(QQmlEngine& engine, const char* name, con
     if (!component.isReady())
         qFatal("%s", qPrintable(component.errorString()));
     return std::unique_ptr<QQuickItem>(qobject_cast<QQuickItem*>(component.createWithInitialProperties(properties)));
-}
-
-void returnFreeMemory()
-{
-    malloc_trim(0);
 }
 
 } // namespace quenstal

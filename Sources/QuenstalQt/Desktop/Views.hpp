@@ -11,7 +11,4 @@ namespace quenstal {
 /// Makes one of the views. They are part of the program, so one that cannot be made ends it, with the reasons.
 std::unique_ptr<QQuickItem> createView(QQmlEngine& engine, const char* name, const QVariantMap& properties);
 
-/// Hands memory that was freed back to the system.
-void returnFreeMemory();
-
 } // namespace quenstal

@@ -163,7 +163,7 @@ void KeyFeedbackPresenter::releaseBar()
     bar_.reset();
     engine_.reset();
     window_.reset();
-    returnFreeMemory();
+    emit released();
 }
 
 } // namespace quenstal

@@ -25,6 +25,10 @@ public:
 
     void show(const KeyFeedback& feedback);
 
+signals:
+    /// Some time after it was hidden the bar gave its views back.
+    void released();
+
 private:
     enum class Service { none, plasma, notifications };
 

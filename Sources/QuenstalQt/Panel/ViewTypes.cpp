@@ -6,7 +6,7 @@
 #include "QuenstalQt/Panel/PanelModel.hpp"
 #include "QuenstalQt/Panel/Question.hpp"
 
-#include <QtQml>
+#include <qqml.h>
 
 namespace quenstal {
 

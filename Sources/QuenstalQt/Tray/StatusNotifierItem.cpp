@@ -6,7 +6,7 @@
 #include <QDBusMetaType>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
-#include <QtEndian>
+#include <qendian.h>
 
 namespace quenstal {
 
