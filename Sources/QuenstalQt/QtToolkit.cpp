@@ -1,0 +1,49 @@
+#include "QuenstalQt/QtToolkit.hpp"
+
+#include <QApplication>
+#include <QLocale>
+#include <QQuickWindow>
+#include <QTranslator>
+
+namespace quenstal {
+
+namespace {
+
+/// A window of a Wayland session cannot be placed under the icon: where an X server is at hand it is the better one.
+void choosePlatform()
+{
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM") && qEnvironmentVariableIsSet("DISPLAY"))
+        qputenv("QT_QPA_PLATFORM", "xcb");
+}
+
+} // namespace
+
+struct QtToolkit::Translations {
+    QTranslator texts;
+};
+
+QtToolkit::QtToolkit(int& argc, char** argv)
+{
+    choosePlatform();
+    // The panel repaints small areas rarely: a graphics context would cost more memory than all the rest.
+    QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+    QQuickWindow::setDefaultAlphaBuffer(true);
+    QGuiApplication::setHighDpiScaleFactorRoundingPolicy(Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
+    QGuiApplication::setQuitOnLastWindowClosed(false);
+    QGuiApplication::setApplicationName(QStringLiteral("quenstal"));
+    QGuiApplication::setApplicationDisplayName(QStringLiteral("Quenstal"));
+    QGuiApplication::setDesktopFileName(QStringLiteral("app.quenstal.Quenstal"));
+    application_ = std::make_unique<QApplication>(argc, argv);
+    translations_ = std::make_unique<Translations>();
+    if (translations_->texts.load(QLocale(), QStringLiteral("quenstal"), QStringLiteral("_"), QStringLiteral(":/i18n")))
+        QGuiApplication::installTranslator(&translations_->texts);
+}
+
+QtToolkit::~QtToolkit() = default;
+
+int QtToolkit::run()
+{
+    return QGuiApplication::exec();
+}
+
+} // namespace quenstal

@@ -1,0 +1,270 @@
+#!/usr/bin/env python3
+"""The panel on a real X server: tray hosts, clicks, keys, focus, a compositor, assistive technology."""
+
+import json
+import pathlib
+import select
+import subprocess
+import sys
+import unittest
+
+sys.path.insert(0, str(pathlib.Path(__file__).parents[2] / "Support"))
+import script_suite  # noqa: E402
+from session import LIMIT, Missing, Session, Stand, wait_for  # noqa: E402
+
+STAND = sys.argv.pop(1)
+HERE = pathlib.Path(__file__).parent
+# Where the arc's top is, from the glass's upper left corner, without a notice and with one.
+GLASS = (344, 383)
+
+
+class DesktopTest(unittest.TestCase):
+    def open_session(self, **options):
+        try:
+            session = Session(**options)
+        except Missing as program:
+            self.skipTest(f"{program} is not installed")
+        self.addCleanup(session.close)
+        return session
+
+    def start_in_tray(self, edge="top", compositor=False, **options):
+        self.session = self.open_session(**options)
+        try:
+            if compositor:
+                self.session.start_compositor()
+            self.session.start_tray(edge)
+        except Missing as program:
+            self.skipTest(f"{program} is not installed")
+        self.stand = Stand(self.session, STAND)
+        self.icon = self.stand.icon()
+
+    def open_panel(self):
+        self.session.click(*self.icon)
+        window = self.stand.wait_open()
+        wait_for(lambda: self.session.focused() == window, "keyboard in the panel")
+        return window
+
+
+class EmbeddedItem(DesktopTest):
+    def test_a_click_opens_the_panel_under_the_icon_and_another_closes_it(self):
+        self.start_in_tray()
+        x, y, width, height = self.session.frame(self.open_panel())
+        self.assertEqual((width, height), GLASS)
+        self.assertEqual(x + width, 1280 - 8)
+        self.assertGreaterEqual(y, 28)
+        self.assertLess(y, 40)
+        self.session.click(*self.icon)
+        self.stand.wait_closed()
+
+    def test_at_a_bottom_bar_the_panel_opens_above_the_icon(self):
+        self.start_in_tray(edge="bottom")
+        _, y, _, height = self.session.frame(self.open_panel())
+        self.assertLessEqual(y + height, 800 - 28)
+        self.assertGreater(y + height, 800 - 50)
+
+    def test_keys_reach_the_panel_and_escape_gives_the_keyboard_back(self):
+        self.start_in_tray()
+        _, other = self.session.start_other_program()
+        self.open_panel()
+        self.session.key("Up")
+        self.stand.wait(percent=44)
+        self.session.key("shift+Right")
+        self.stand.wait(percent=54)
+        self.session.key("m")
+        self.stand.wait(muted=1)
+        self.session.key("Escape")
+        self.stand.wait_closed()
+        wait_for(lambda: self.session.focused() == other, "keyboard back")
+
+    def test_a_click_outside_closes_the_panel_and_keeps_the_keyboard_where_it_fell(self):
+        self.start_in_tray()
+        _, other = self.session.start_other_program()
+        self.open_panel()
+        self.session.click(200, 600)
+        self.stand.wait_closed()
+        wait_for(lambda: self.session.focused() == other, "keyboard with the clicked program")
+
+    def test_a_drag_on_the_dial_sets_the_volume(self):
+        self.start_in_tray()
+        x, y, _, _ = self.session.frame(self.open_panel())
+        center = (x + 172, y + 78 + 83)
+        self.session.drag((center[0] - 74, center[1]), (center[0], center[1] - 74))
+        self.stand.wait(percent=50)
+        self.assertTrue(self.stand.panel())
+
+    def test_a_click_inside_keeps_the_panel_open_and_the_chip_mutes(self):
+        self.start_in_tray()
+        x, y, _, height = self.session.frame(self.open_panel())
+        self.session.click(x + 60, y + height - 40)
+        self.stand.wait(muted=1)
+        self.assertTrue(self.stand.panel())
+
+    def test_the_wheel_on_the_icon_steps_the_volume_and_the_middle_button_mutes(self):
+        self.start_in_tray()
+        before = self.stand.read()["percent"]
+        self.session.click(*self.icon, button=4)
+        wait_for(lambda: self.stand.read()["percent"] > before, "louder")
+        self.session.click(*self.icon, button=2)
+        self.stand.wait(muted=1)
+        self.assertFalse(self.stand.panel())
+
+    def test_the_panel_grows_for_the_equalizer_and_keeps_its_upper_edge(self):
+        self.start_in_tray()
+        window = self.open_panel()
+        x, y, _, height = self.session.frame(window)
+        self.session.click(x + 172, y + height - 40)
+        wait_for(lambda: self.session.frame(window)[3] == 475, "equalizer")
+        self.assertEqual(self.session.frame(window)[:2], (x, y))
+        self.session.key("Escape")
+        wait_for(lambda: self.session.frame(window)[3] == 383, "dial")
+
+    def test_reset_asks_first_and_the_keyboard_answers(self):
+        self.start_in_tray()
+        window = self.open_panel()
+        x, y, _, height = self.session.frame(window)
+        self.session.click(x + 172, y + height - 40)
+        wait_for(lambda: self.session.frame(window)[3] == 475, "equalizer")
+        self.session.click(x + 300, y + 33)
+        self.stand.wait(eq=1)
+        self.session.key("3")
+        self.session.key("r")
+        self.session.key("Up")
+        self.session.key("Escape")
+        self.assertEqual(self.session.frame(window)[3], 475)
+        self.session.key("Escape")
+        wait_for(lambda: self.session.frame(window)[3] == 383, "dial after the question")
+
+    def test_the_feedback_takes_no_focus_and_goes_by_itself(self):
+        self.start_in_tray()
+        _, other = self.session.start_other_program()
+        for _ in range(5):
+            self.stand.command("feedback")
+        windows = wait_for(lambda: self.session.windows("Quenstal volume"), "feedback")
+        self.assertEqual(len(windows), 1)
+        self.assertEqual(self.session.focused(), other)
+        wait_for(lambda: not self.session.windows("Quenstal volume"), "feedback gone")
+
+
+class Compositing(DesktopTest):
+    def test_the_shadow_has_room_around_the_glass_and_takes_no_clicks(self):
+        self.start_in_tray(compositor=True)
+        x, y, width, height = self.session.frame(self.open_panel())
+        self.assertEqual((width, height), (GLASS[0] + 52, GLASS[1] + 52))
+        self.assertEqual(x + width - 26, 1280 - 8)
+        self.session.click(x + 10, y + height - 100)
+        self.stand.wait_closed()
+
+    def test_at_twice_the_density_everything_doubles(self):
+        self.start_in_tray(size="2560x1600", scale=2)
+        x, _, width, height = self.session.frame(self.open_panel())
+        self.assertEqual((width, height), (2 * GLASS[0], 2 * GLASS[1]))
+        self.assertEqual(x + width, 2560 - 16)
+
+
+class Watcher:
+    def __init__(self, test, session):
+        self.session = session
+        self.child = session.start(sys.executable, str(HERE / "watcher.py"), stdin=subprocess.PIPE,
+                                   stdout=subprocess.PIPE, text=True, bufsize=1)
+        self.test = test
+        self.expect("ready")
+
+    def expect(self, key):
+        while True:
+            if not select.select([self.child.stdout], [], [], LIMIT)[0]:
+                raise AssertionError(f"the watcher said nothing of {key}")
+            line = self.child.stdout.readline()
+            if not line:
+                raise AssertionError(f"the watcher ended before {key}")
+            said = json.loads(line)
+            if "problem" in said:
+                raise AssertionError(said["problem"])
+            if key in said:
+                return said
+
+    def command(self, line):
+        self.child.stdin.write(line + "\n")
+        self.child.stdin.flush()
+
+
+class NotifierItem(DesktopTest):
+    def setUp(self):
+        try:
+            import dbus  # noqa: F401
+            from gi.repository import GLib  # noqa: F401
+        except ImportError as problem:
+            self.skipTest(str(problem))
+        self.session = self.open_session()
+        self.watcher = Watcher(self, self.session)
+        self.stand = Stand(self.session, STAND)
+        self.watcher.expect("registered")
+
+    def properties(self):
+        self.watcher.command("properties")
+        return self.watcher.expect("label")
+
+    def test_the_item_shows_level_and_icon(self):
+        properties = self.properties()
+        self.assertEqual(properties["label"], " 42%")
+        self.assertEqual(properties["tooltip"], "42%")
+        self.assertEqual(properties["title"], "Quenstal")
+        self.assertEqual(properties["bytes"], [4 * size * size for size in properties["sizes"]])
+
+    def test_activation_opens_the_panel_at_the_given_place(self):
+        self.watcher.command("activate 640 12")
+        x, _, width, _ = self.session.frame(self.stand.wait_open())
+        self.assertEqual(x + width / 2, 640)
+
+    def test_scrolling_and_the_secondary_action_change_volume_and_mute(self):
+        self.watcher.command("scroll 120 vertical")
+        wait_for(lambda: self.stand.read()["percent"] > 42, "louder")
+        self.watcher.command("scroll -240 vertical")
+        wait_for(lambda: self.stand.read()["percent"] < 42, "softer")
+        icon = self.properties()["icon"]
+        self.watcher.command("secondary")
+        self.stand.wait(muted=1)
+        wait_for(lambda: self.properties()["label"] == " Muted", "label")
+        self.assertNotEqual(self.properties()["icon"], icon)
+
+    def test_horizontal_scrolling_does_nothing(self):
+        self.watcher.command("scroll 120 horizontal")
+        self.watcher.expect("done")
+        self.properties()
+        self.assertEqual(self.stand.read()["percent"], 42)
+
+    def test_a_watcher_that_comes_back_gets_the_item_again(self):
+        self.session.stop(self.watcher.child)
+        self.watcher = Watcher(self, self.session)
+        self.assertIn("StatusNotifierItem", self.watcher.expect("registered")["registered"])
+
+
+class NoTray(DesktopTest):
+    def test_without_any_tray_the_panel_opens_by_itself(self):
+        self.session = self.open_session()
+        self.stand = Stand(self.session, STAND)
+        self.stand.wait_open()
+
+
+class AssistiveTechnology(DesktopTest):
+    def test_the_tree_names_every_control_and_an_action_moves_the_volume(self):
+        self.start_in_tray()
+        self.open_panel()
+        reader = self.session.start(sys.executable, str(HERE / "read_accessibility.py"), stdout=subprocess.PIPE,
+                                    stderr=subprocess.PIPE, text=True)
+        output, problems = reader.communicate(timeout=60)
+        if "ModuleNotFoundError" in problems:
+            self.skipTest(problems.strip().splitlines()[-1])
+        self.assertEqual(reader.returncode, 0, problems)
+        said = json.loads(output)
+        names = {(entry["role"], entry["name"]) for entry in said["tree"]}
+        for control in (("check box", "Quenstal"), ("slider", "Volume")):
+            self.assertIn(control, names)
+        self.assertTrue({"Mute", "EQ", "More"} <= {name for _, name in names}, names)
+        self.assertEqual(said["before"], [42, 0, 100])
+        self.assertEqual(said["increased"], 44)
+        self.assertEqual(said["written"], 77)
+        self.stand.wait(percent=77)
+
+
+if __name__ == "__main__":
+    script_suite.run()

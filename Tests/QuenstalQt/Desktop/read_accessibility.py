@@ -1,0 +1,50 @@
+"""Reads the panel as a screen reader does, uses its slider, and prints what it found as JSON."""
+
+import json
+import sys
+import time
+
+import pyatspi
+
+
+def application():
+    end = time.monotonic() + 20
+    while time.monotonic() < end:
+        for candidate in pyatspi.Registry.getDesktop(0):
+            if candidate and candidate.name.lower() in ("quenstal", "quenstal_stand"):
+                return candidate
+        time.sleep(0.05)
+    sys.exit("the program is not on the accessibility bus")
+
+
+def walk(node):
+    yield node
+    for index in range(node.childCount):
+        child = node[index]
+        if child:
+            yield from walk(child)
+
+
+def wait_for_value(slider, value):
+    end = time.monotonic() + 10
+    while slider.queryValue().currentValue != value and time.monotonic() < end:
+        time.sleep(0.02)
+    return slider.queryValue().currentValue
+
+
+def main():
+    nodes = list(walk(application()))
+    tree = [{"role": node.getRoleName(), "name": node.name, "description": node.description} for node in nodes]
+    slider = next(node for node in nodes if node.getRoleName() == "slider")
+    value = slider.queryValue()
+    said = {"tree": tree, "before": [value.currentValue, value.minimumValue, value.maximumValue]}
+    action = slider.queryAction()
+    names = [action.getName(index).lower() for index in range(action.nActions)]
+    action.doAction(next(index for index, name in enumerate(names) if name.startswith("increase")))
+    said["increased"] = wait_for_value(slider, 44)
+    slider.queryValue().currentValue = 77
+    said["written"] = wait_for_value(slider, 77)
+    print(json.dumps(said))
+
+
+main()

@@ -1,0 +1,108 @@
+// quenstal_stand: the real desktop and panel over an output that lives in memory, for tests on a real X server. Reports
+// every change on its output and takes commands on its input: "feedback", "notice", "quit".
+
+#include "QuenstalApp/StatusMenuController.hpp"
+#include "QuenstalLinux/Desktop/X11WindowSystem.hpp"
+#include "QuenstalQt/Desktop/QtDesktop.hpp"
+#include "QuenstalQt/QtToolkit.hpp"
+#include "QuenstalSimulation/SimulatedPreferences.hpp"
+#include "QuenstalSimulation/SimulatedTrust.hpp"
+#include "Stand/StandRunLoop.hpp"
+
+#include <cmath>
+#include <cstdio>
+#include <iostream>
+#include <string>
+
+namespace {
+
+using namespace quenstal;
+
+class Monitor final : public AudioDeviceProviding,
+                      public DisplayTargetProviding,
+                      public PermissionProviding,
+                      public SoftwareVolumeControlling {
+public:
+    std::optional<AudioOutputDevice> defaultOutputDevice() override
+    {
+        return AudioOutputDevice{"hdmi", "Desk Monitor 27", AudioTransport::hdmi, false, "hdmi"};
+    }
+    std::optional<DisplayControlTarget> displayTarget(const AudioOutputDevice&) override { return std::nullopt; }
+    PermissionState currentPermissionState() override { return PermissionState::allGranted(); }
+    bool isAvailable(const AudioOutputDevice&) override { return true; }
+    VolumeSnapshot readVolume(const AudioOutputDevice&) override { return volume_; }
+    void setVolume(const VolumeSnapshot& snapshot, const AudioOutputDevice&) override { volume_ = snapshot; }
+    SoundLevelSnapshot readLevels(const AudioOutputDevice&) override
+    {
+        phase_ += 0.3;
+        const double level = 0.3 + 0.25 * std::sin(phase_);
+        return {level, level * 0.8, 0.6, 0.5, false};
+    }
+    void stopAll() override { }
+
+private:
+    VolumeSnapshot volume_{0.42, false};
+    double phase_ = 0;
+};
+
+/// The system has no volume of its own for this output, and its monitor takes no commands.
+class NoVolume final : public SystemVolumeControlling, public DDCVolumeControlling {
+public:
+    VolumeSnapshot readVolume(const AudioOutputDevice&) override { throw QuenstalError::unsupportedDevice(); }
+    void setVolume(const VolumeSnapshot&, const AudioOutputDevice&) override
+    {
+        throw QuenstalError::unsupportedDevice();
+    }
+    VolumeSnapshot readVolume(const DisplayControlTarget&) override { throw QuenstalError::unsupportedDevice(); }
+    void setVolume(const VolumeSnapshot&, const DisplayControlTarget&) override
+    {
+        throw QuenstalError::unsupportedDevice();
+    }
+};
+
+void report(const QuenstalState& state)
+{
+    const GlassDialSnapshot snapshot(state);
+    std::printf("state percent=%lld muted=%d enabled=%d eq=%d\n", static_cast<long long>(snapshot.levelPercent),
+        snapshot.isMuted, snapshot.isEnabled, snapshot.eqEnabled);
+    std::fflush(stdout);
+}
+
+void obey(const std::string& command, QtDesktop& desktop)
+{
+    if (command == "feedback")
+        desktop.showKeyFeedback({"speaker.wave.2.fill", "48%", 48, "Desk Monitor 27"});
+    else if (command == "notice")
+        desktop.showNotice("Volume keys", "A text to read.");
+    else if (command == "quit")
+        desktop.terminate();
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QtToolkit toolkit(argc, argv);
+    StandRunLoop runLoop;
+    const auto windowSystem = connectToX11(runLoop);
+    QtDesktop desktop(windowSystem.get());
+    SimulatedPreferences preferences;
+    preferences.setBoolean("Quenstal.SetupGuideCompleted", true);
+    SimulatedTrust trust;
+    auto monitor = std::make_shared<Monitor>();
+    auto noVolume = std::make_shared<NoVolume>();
+    auto controller = std::make_shared<QuenstalController>(monitor, monitor, monitor, noVolume, noVolume, monitor,
+        std::make_shared<InMemoryEQProfileStore>(), ModeSelector(), VolumeReducer(0.0625),
+        VolumeSnapshot::defaultAudible());
+    StatusMenuController statusMenu({runLoop, desktop, preferences, trust, desktop}, controller);
+    statusMenu.onStateChanged = report;
+    const Cancellation input = runLoop.watchReadable(0, [&] {
+        std::string command;
+        if (std::getline(std::cin, command))
+            obey(command, desktop);
+        else
+            desktop.terminate();
+    });
+    report(controller->state());
+    return toolkit.run();
+}
