@@ -45,11 +45,13 @@ void BusWorker::adoptQuestion(std::span<const std::uint8_t> question, Duration r
         return;
     question_.assign(question.begin(), question.end());
     forgetMonitor(Standing::unknown);
+    requestProbe();
 }
 
 void BusWorker::awaitDiscovery(Lock& lock, ColdBudget& budget)
 {
-    requestProbe();
+    if (!isBusy_)
+        requestProbe();
     const Time began = time_->now();
     time_->waitUntil(lock, progress_, began + budget.left(), [this] { return standing_ != Standing::unknown; });
     budget.spend(time_->now() - began);
