@@ -130,7 +130,7 @@ std::vector<MonitorTransaction> SimulatedMonitor::journal() const
 
 std::optional<int> SimulatedMonitor::injectedFailure(Time now)
 {
-    if (now < busyUntil_)
+    if (now < busyUntil_ || description_.quirks.isDeaf)
         return ENXIO;
     if (failures_.empty())
         return std::nullopt;

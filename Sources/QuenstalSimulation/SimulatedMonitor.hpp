@@ -40,6 +40,8 @@ struct MonitorQuirks {
     bool repliesLate = false;
     /// These bytes are read, whatever was asked.
     std::optional<std::vector<std::uint8_t>> rawReply = std::nullopt;
+    /// Only the EDID can be read, as of most panels inside a machine.
+    bool isDeaf = false;
     /// Sets are not acknowledged.
     bool refusesSets = false;
 };

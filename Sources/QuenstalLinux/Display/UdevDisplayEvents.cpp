@@ -1,5 +1,6 @@
 #include "QuenstalLinux/Display/UdevDisplayEvents.hpp"
 
+#include <cerrno>
 #include <string_view>
 #include <utility>
 
@@ -56,8 +57,10 @@ UdevDisplayEvents::UdevDisplayEvents(RunLoop& loop, RunLoop::Task devicesChanged
 
 void UdevDisplayEvents::receive()
 {
+    errno = 0;
     const std::unique_ptr<udev_device, UdevRelease> device(udev_monitor_receive_device(monitor_.get()));
-    if (device && isOfInterest(device.get()))
+    const bool wereEventsLost = !device && errno == ENOBUFS;
+    if (wereEventsLost || (device && isOfInterest(device.get())))
         devicesChanged_();
 }
 
