@@ -1,0 +1,80 @@
+#pragma once
+
+#include "QuenstalApp/MediaKeyTap.hpp"
+#include "QuenstalApp/StatusMenuController.hpp"
+#include "QuenstalCore/QuenstalController.hpp"
+#include "QuenstalPlatform/AudioObjects.hpp"
+#include "QuenstalPlatform/AudioTaps.hpp"
+#include "QuenstalPlatform/Desktop.hpp"
+#include "QuenstalPlatform/DisplayBuses.hpp"
+#include "QuenstalPlatform/Displays.hpp"
+#include "QuenstalPlatform/EventTaps.hpp"
+#include "QuenstalPlatform/Preferences.hpp"
+#include "QuenstalPlatform/RunLoop.hpp"
+#include "QuenstalPlatform/Trust.hpp"
+
+#include <memory>
+#include <vector>
+
+namespace quenstal {
+
+/// The machine that the program runs on.
+struct AppPlatform {
+    RunLoop& runLoop;
+    AudioObjects& audioObjects;
+    AudioTaps& audioTaps;
+    DisplayBuses& displayBuses;
+    DisplayBusHealth& displayBusHealth;
+    Displays& displays;
+    EventTaps& eventTaps;
+    Trust& trust;
+    Preferences& userDefaults;
+    Desktop& desktop;
+    WakeNotifications& workspace;
+    PanelViewHosting& views;
+};
+
+/// Composes the program when launching has finished, follows wake and changes of the machine, and ends it. Main
+/// thread: a call from any other is a programming error.
+class AppDelegate {
+public:
+    /// The user's step: one sixteenth a key press.
+    static constexpr double volumeStep = 0.0625;
+
+    /// Everything in `platform` outlives the delegate.
+    explicit AppDelegate(const AppPlatform& platform)
+        : platform_(platform)
+    {
+    }
+    AppDelegate(const AppDelegate&) = delete;
+    AppDelegate& operator=(const AppDelegate&) = delete;
+
+    void applicationDidFinishLaunching();
+    void applicationWillTerminate();
+    /// The program was started a second time: shows what is running already.
+    void applicationShouldReopen();
+
+    /// None before launching has finished.
+    const std::shared_ptr<QuenstalController>& controller() const { return controller_; }
+
+private:
+    void requireMainThread() const;
+    std::shared_ptr<QuenstalController> makeController() const;
+    void applyTapPolicy();
+    void tapPolicyMayHaveChanged(const QuenstalState& state);
+    void observeWorkspace();
+    void observeMachine();
+    void workspaceDidWake();
+    void workspaceScreensDidWake();
+    void wake();
+
+    AppPlatform platform_;
+    std::shared_ptr<QuenstalController> controller_;
+    std::shared_ptr<StatusMenuController> statusController_;
+    std::shared_ptr<MediaKeyTap> mediaKeyTap_;
+    /// The policy's last answer.
+    bool tapShouldRun_ = false;
+    std::vector<Cancellation> observers_;
+};
+
+} // namespace quenstal

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "QuenstalPlatform/DisplayBuses.hpp"
+#include "QuenstalSimulation/Registry.hpp"
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace quenstal {
+
+/// Health as it was put there, and a journal of what the buses were told.
+class SimulatedDisplayBusHealth final : public DisplayBusHealth {
+public:
+    [[nodiscard]] Cancellation observeChanges(RunLoop::Task task) override { return observers_.add(std::move(task)); }
+    std::vector<DisplayBusProblem> problems() const override { return {}; }
+    void machineWillSleep() override { calls_.emplace_back("will sleep"); }
+    void machineDidWake() override { calls_.emplace_back("did wake"); }
+    void stop() override { calls_.emplace_back("stop"); }
+
+    void tellOfChange() const { observers_.call(); }
+    const std::vector<std::string>& calls() const { return calls_; }
+
+private:
+    Registry<RunLoop::Task> observers_;
+    std::vector<std::string> calls_;
+};
+
+} // namespace quenstal
