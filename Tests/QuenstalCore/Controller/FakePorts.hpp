@@ -146,9 +146,9 @@ struct FakePorts::AudioDevices final : Of<AudioDeviceProviding> {
 
 struct FakePorts::Displays final : Of<DisplayTargetProviding> {
     using Of::Of;
-    std::optional<DisplayControlTarget> displayTarget(const AudioOutputDevice& device) override
+    std::optional<DisplayControlTarget> displayTarget(const AudioOutputDevice& output) override
     {
-        machine.asked(Call::displayTarget, "displayTarget(" + device.id + ")");
+        machine.asked(Call::displayTarget, "displayTarget(" + output.id + ")");
         return machine.display;
     }
 };
@@ -164,56 +164,56 @@ struct FakePorts::Permissions final : Of<PermissionProviding> {
 
 struct FakePorts::SystemVolume final : Of<SystemVolumeControlling> {
     using Of::Of;
-    VolumeSnapshot readVolume(const AudioOutputDevice& device) override
+    VolumeSnapshot readVolume(const AudioOutputDevice& output) override
     {
-        machine.asked(Call::systemReadVolume, "system.readVolume(" + device.id + ")");
+        machine.asked(Call::systemReadVolume, "system.readVolume(" + output.id + ")");
         return machine.systemVolume;
     }
-    void setVolume(const VolumeSnapshot& snapshot, const AudioOutputDevice& device) override
+    void setVolume(const VolumeSnapshot& snapshot, const AudioOutputDevice& output) override
     {
-        machine.asked(Call::systemSetVolume, "system.setVolume(" + described(snapshot) + ", " + device.id + ")");
+        machine.asked(Call::systemSetVolume, "system.setVolume(" + described(snapshot) + ", " + output.id + ")");
         machine.systemVolume = snapshot;
     }
 };
 
 struct FakePorts::DDCVolume final : Of<DDCVolumeControlling> {
     using Of::Of;
-    VolumeSnapshot readVolume(const DisplayControlTarget& display) override
+    VolumeSnapshot readVolume(const DisplayControlTarget& target) override
     {
-        machine.asked(Call::ddcReadVolume, "ddc.readVolume(" + display.id + ")");
+        machine.asked(Call::ddcReadVolume, "ddc.readVolume(" + target.id + ")");
         return machine.ddcVolume;
     }
-    void setVolume(const VolumeSnapshot& snapshot, const DisplayControlTarget& display) override
+    void setVolume(const VolumeSnapshot& snapshot, const DisplayControlTarget& target) override
     {
-        machine.asked(Call::ddcSetVolume, "ddc.setVolume(" + described(snapshot) + ", " + display.id + ")");
+        machine.asked(Call::ddcSetVolume, "ddc.setVolume(" + described(snapshot) + ", " + target.id + ")");
         machine.ddcVolume = snapshot;
     }
 };
 
 struct FakePorts::SoftwareVolume final : Of<SoftwareVolumeControlling> {
     using Of::Of;
-    bool isAvailable(const AudioOutputDevice& device) override
+    bool isAvailable(const AudioOutputDevice& output) override
     {
-        machine.asked(Call::isAvailable, "isAvailable(" + device.id + ")");
+        machine.asked(Call::isAvailable, "isAvailable(" + output.id + ")");
         return machine.softwareAvailable;
     }
-    VolumeSnapshot readVolume(const AudioOutputDevice& device) override
+    VolumeSnapshot readVolume(const AudioOutputDevice& output) override
     {
-        machine.asked(Call::softwareReadVolume, "software.readVolume(" + device.id + ")");
+        machine.asked(Call::softwareReadVolume, "software.readVolume(" + output.id + ")");
         return machine.softwareVolume;
     }
-    void setVolume(const VolumeSnapshot& snapshot, const AudioOutputDevice& device) override
+    void setVolume(const VolumeSnapshot& snapshot, const AudioOutputDevice& output) override
     {
-        machine.asked(Call::softwareSetVolume, "software.setVolume(" + described(snapshot) + ", " + device.id + ")");
+        machine.asked(Call::softwareSetVolume, "software.setVolume(" + described(snapshot) + ", " + output.id + ")");
         machine.softwareVolume = snapshot;
     }
-    void setEQProfile(const EQProfile& profile, const AudioOutputDevice& device) override
+    void setEQProfile(const EQProfile& profile, const AudioOutputDevice& output) override
     {
-        machine.asked(Call::setEQProfile, "setEQProfile(" + described(profile) + ", " + device.id + ")");
+        machine.asked(Call::setEQProfile, "setEQProfile(" + described(profile) + ", " + output.id + ")");
     }
-    SoundLevelSnapshot readLevels(const AudioOutputDevice& device) override
+    SoundLevelSnapshot readLevels(const AudioOutputDevice& output) override
     {
-        machine.asked(Call::readLevels, "readLevels(" + device.id + ")");
+        machine.asked(Call::readLevels, "readLevels(" + output.id + ")");
         return machine.levels;
     }
     void stopAll() override { machine.asked(Call::stopAll, "stopAll"); }
