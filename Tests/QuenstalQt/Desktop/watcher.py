@@ -4,6 +4,7 @@ Commands on the input: "activate X Y", "scroll DELTA ORIENTATION", "secondary", 
 """
 
 import json
+import os
 import sys
 
 import dbus
@@ -60,19 +61,20 @@ def main():
     watcher = Watcher(dbus.SessionBus())
     loop = GLib.MainLoop()
 
-    def read(channel, _condition):
-        line = channel.readline()
-        if not line:
+    def read(descriptor, _condition):
+        data = os.read(descriptor, 4096).decode()
+        if not data:
             loop.quit()
             return False
-        try:
-            watcher.obey(line)
-            say(done=line.strip())
-        except dbus.DBusException as problem:
-            say(problem=str(problem))
+        for line in data.splitlines():
+            try:
+                watcher.obey(line)
+                say(done=line)
+            except dbus.DBusException as problem:
+                say(problem=str(problem))
         return True
 
-    GLib.io_add_watch(sys.stdin, GLib.IO_IN | GLib.IO_HUP, read)
+    GLib.io_add_watch(sys.stdin.fileno(), GLib.IO_IN | GLib.IO_HUP, read)
     say(ready=True)
     loop.run()
 
