@@ -3,6 +3,8 @@
 // Enumerations whose cases carry texts. Each one keeps its texts in a single table, one row a case in
 // declaration order, and everything else (raw value, lookup, list of cases) reads that table.
 
+#include "QuenstalCore/ProgrammingError.hpp"
+
 #include <array>
 #include <cstddef>
 #include <optional>
@@ -33,11 +35,15 @@ consteval bool rowsFollowDeclarationOrder()
     return true;
 }
 
+/// A value that is none of the cases is a programming error and stops the process.
 template <Enumeration E>
 constexpr const auto& rowOf(E value)
 {
     static_assert(rowsFollowDeclarationOrder<E>());
-    return EnumerationTable<E>::rows[static_cast<std::size_t>(value)];
+    const auto number = static_cast<std::size_t>(value);
+    if (number >= EnumerationTable<E>::rows.size())
+        programmingError("The value is none of its enumeration's cases.");
+    return EnumerationTable<E>::rows[number];
 }
 
 /// The text that stands for the case in JSON and in reports: its own name.

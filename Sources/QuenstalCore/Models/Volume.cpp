@@ -2,6 +2,13 @@
 
 namespace quenstal {
 
+bool ControlMode::isControllable() const
+{
+    return match([](const SystemVolume&) { return true; }, [](const HardwareDDC&) { return true; },
+        [](const SoftwareTap&) { return true; }, [](const Unavailable&) { return false; },
+        [](const Disabled&) { return false; });
+}
+
 std::string_view ControlMode::userFacingName() const
 {
     using namespace std::string_view_literals;

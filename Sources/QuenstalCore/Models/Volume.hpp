@@ -64,7 +64,7 @@ public:
     }
 
     /// Whether volume commands can be carried out in this mode.
-    bool isControllable() const { return !is<Unavailable>() && !is<Disabled>(); }
+    bool isControllable() const;
 
     /// The mode's name for the user; the payload does not enter into it.
     std::string_view userFacingName() const;

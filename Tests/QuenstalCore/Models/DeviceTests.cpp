@@ -114,6 +114,12 @@ TEST(EnumerationTest, aTextThatIsNoRawValueNamesNoCase)
     EXPECT_FALSE(fromRawValue<AudioTransport>(std::string_view("hdmi\0", 5)));
 }
 
+TEST(EnumerationDeathTest, aValueThatIsNoneOfTheCasesStopsTheProcess)
+{
+    EXPECT_DEATH(rawValue(static_cast<AudioTransport>(8)), "programming error: The value is none of its enumeration");
+    EXPECT_DEATH(isExternalDisplayLike(static_cast<AudioTransport>(-1)), "programming error");
+}
+
 TEST(EnumerationTest, casesCanBeKeptInHashedCollections)
 {
     const auto transports = allCases<AudioTransport>();
