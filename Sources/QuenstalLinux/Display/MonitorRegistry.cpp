@@ -128,7 +128,8 @@ std::vector<Connector> MonitorRegistry::connectors()
     for (const Monitor& monitor : monitors_)
         if (std::ranges::find(arranged, monitor.connector) == arranged.end())
             others.push_back(monitor.connector);
-    std::ranges::stable_partition(others, [](const Connector& connector) { return !connector.isInternal; });
+    std::stable_partition(
+        others.begin(), others.end(), [](const Connector& connector) { return !connector.isInternal; });
     std::ranges::move(others, std::back_inserter(arranged));
     return arranged;
 }
