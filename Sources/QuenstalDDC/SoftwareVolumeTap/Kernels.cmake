@@ -2,19 +2,32 @@
 
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
     set(machine X86)
+    set(instruction_sets Sse2 Avx2 Avx512)
+    set(Avx2_flags -mavx2)
+    set(Avx512_flags -mavx512f -mavx512vl -mavx512dq -mavx512bw)
 elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64|arm64")
     set(machine Aarch64)
+    set(instruction_sets Neon)
 else()
     message(FATAL_ERROR "No signal processing for ${CMAKE_SYSTEM_PROCESSOR}")
 endif()
 
-target_sources(QuenstalDDC PRIVATE
-    SoftwareVolumeTap/${machine}/FloatingPointMode.cpp
-    SoftwareVolumeTap/${machine}/Kernels.cpp)
-
 # Every kernel gives the bits of the reference, and those depend on each product being rounded: no fused
 # multiply-add. Optimised in a debug build too, whose tests push millions of samples.
-set(bit_exact
-    SoftwareVolumeTap/Reference.cpp
-    SoftwareVolumeTap/Settings.cpp)
-set_source_files_properties(${bit_exact} PROPERTIES COMPILE_OPTIONS "-O2;-ffp-contract=off")
+set(bit_exact -ffp-contract=off -O3)
+# Vectors wider than a register are passed between inlined functions only; how they would be passed else is no matter.
+set(vectors -Wno-psabi)
+
+target_sources(QuenstalDDC PRIVATE
+    SoftwareVolumeTap/PackedCoefficients.cpp
+    SoftwareVolumeTap/${machine}/FloatingPointMode.cpp
+    SoftwareVolumeTap/${machine}/Kernels.cpp)
+set_source_files_properties(SoftwareVolumeTap/PackedCoefficients.cpp PROPERTIES COMPILE_OPTIONS -O2)
+set_source_files_properties(SoftwareVolumeTap/Reference.cpp SoftwareVolumeTap/Settings.cpp
+    PROPERTIES COMPILE_OPTIONS "-ffp-contract=off;-O2")
+
+foreach(set IN LISTS instruction_sets)
+    target_sources(QuenstalDDC PRIVATE SoftwareVolumeTap/${machine}/${set}.cpp)
+    set_source_files_properties(SoftwareVolumeTap/${machine}/${set}.cpp
+        PROPERTIES COMPILE_OPTIONS "${bit_exact};${vectors};${${set}_flags}")
+endforeach()

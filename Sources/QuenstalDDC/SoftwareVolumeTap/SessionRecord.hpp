@@ -2,6 +2,7 @@
 
 // What a software volume session remembers, and the values that cross its border.
 
+#include "QuenstalDDC/SoftwareVolumeTap/PackedCoefficients.hpp"
 #include "QuenstalPlatform/AudioBuffers.hpp"
 
 #include <cstddef>
@@ -106,6 +107,8 @@ struct QSSoftwareVolumeSession {
     QSSoftwareEQProfile profile = {};
     /// Main thread.
     bool hasProfile = false;
+    /// The vector kernels' copy of `coefficients`. Audio thread.
+    QSPackedCoefficients packed = {};
 };
 
 } // namespace quenstal

@@ -1,0 +1,228 @@
+#pragma once
+
+// The road of a block: decode, five bands, limit and meter, encode. Floats are processed where they lie; the other
+// formats pass through a small scratch, a chunk at a time.
+
+#include "QuenstalDDC/SoftwareVolumeTap/Kernels/Conversion.hpp"
+#include "QuenstalDDC/SoftwareVolumeTap/Kernels/Flat.hpp"
+#include "QuenstalDDC/SoftwareVolumeTap/Kernels/Limiter.hpp"
+#include "QuenstalDDC/SoftwareVolumeTap/Kernels/Wavefront.hpp"
+#include "QuenstalDDC/SoftwareVolumeTap/Reference.hpp"
+
+namespace quenstal {
+
+/// Both kinds of call for one instruction set. `Isa` says how wide its registers are (`width`), how a group of
+/// channels lies in them (`laneWidth`), how far apart the bands run (`delay`) and how many channels the largest group
+/// has (`largestGroup`).
+template <class Isa>
+class Processor {
+public:
+    static void process(QSSoftwareVolumeSession& session, QSCycle& cycle, const QSSampleRun& run)
+    {
+        const Processor processor(session, cycle);
+        if (run.channels > softwareEQChannelCount)
+            processReference(session, cycle, run);
+        else
+            withFormat(
+                run.format, [&](auto format) __attribute__((always_inline)) {
+                    cycle.eqEnabled ? processor.equalise<decltype(format)>(run)
+                                    : processor.attenuate<decltype(format)>(run);
+                });
+    }
+
+    static void processPair(
+        QSSoftwareVolumeSession& session, QSCycle& cycle, const QSSampleRun& left, const QSSampleRun& right)
+    {
+        const Processor processor(session, cycle);
+        withFormat(
+            left.format, [&](auto format) __attribute__((always_inline)) {
+                processor.equalisePair<decltype(format)>(left, right);
+            });
+    }
+
+private:
+    template <unsigned channels>
+    using Bands = Wavefront<Isa, channels, Isa::laneWidth(channels), Isa::delay>;
+
+    static constexpr std::size_t minimumFrames = 4 * Isa::delay + 1;
+    static constexpr std::size_t scratchSamples = 2048;
+
+    template <class Format>
+    static constexpr bool liesAsFloats = std::is_same_v<Format, Float32Samples>;
+
+    /// The numbers of a chunk: read from `input`, left in `output`; either the caller's memory or the scratch.
+    struct Numbers {
+        const float* input;
+        float* output;
+    };
+
+    Processor(QSSoftwareVolumeSession& session, QSCycle& cycle)
+        : session_(session)
+        , cycle_(cycle)
+    {
+    }
+
+    /// Part of a run; `first` is a whole number of frames.
+    template <class Format>
+    static QSSampleRun slice(const QSSampleRun& run, std::size_t first, std::size_t count)
+    {
+        QSSampleRun part = run;
+        part.input += first * sizeof(typename Format::Sample);
+        part.output += first * sizeof(typename Format::Sample);
+        part.count = count;
+        return part;
+    }
+
+    template <class Format, class Function>
+    [[gnu::always_inline]] static void inChunks(const QSSampleRun& run, std::size_t chunk, Function function)
+    {
+        for (std::size_t first = 0; first < run.count; first += chunk)
+            function(slice<Format>(run, first, run.count - first < chunk ? run.count - first : chunk));
+    }
+
+    /// Decodes into the scratch what cannot be read as it lies.
+    template <class Format>
+    [[gnu::always_inline]] static Numbers numbersOf(const QSSampleRun& run, float* scratch)
+    {
+        if constexpr (liesAsFloats<Format>)
+            return {reinterpret_cast<const float*>(run.input), reinterpret_cast<float*>(run.output)};
+        decodeSamples<Isa, Format>(run.input, scratch, run.count);
+        return {scratch, scratch};
+    }
+
+    template <class Format>
+    [[gnu::always_inline]] void finish(const QSSampleRun& run, float* numbers) const
+    {
+        Limiter<Isa>(cycle_, run.channels, run.firstChannel).run(numbers, run.count);
+        if constexpr (!liesAsFloats<Format>)
+            encodeSamples<Isa, Format>(numbers, run.output, run.count);
+    }
+
+    /// The equaliser is off.
+    template <class Format>
+    void attenuate(const QSSampleRun& run) const
+    {
+        alignas(64) float scratch[liesAsFloats<Format> ? 1 : scratchSamples];
+        inChunks<Format>(run, scratchSamples / run.channels * run.channels, [&](const QSSampleRun& part) {
+            float* const numbers = liesAsFloats<Format> ? reinterpret_cast<float*>(part.output) : scratch;
+            decodeSamples<Isa, Format>(part.input, numbers, part.count, cycle_.gain);
+            finish<Format>(part, numbers);
+        });
+    }
+
+    /// What makes too few frames for a wavefront, or no whole frame, goes the scalar way.
+    template <class Format>
+    void equalise(const QSSampleRun& run) const
+    {
+        refreshPackedCoefficients(session_);
+        alignas(64) float scratch[liesAsFloats<Format> ? 1 : scratchSamples];
+        const std::size_t chunk = liesAsFloats<Format> ? run.count : scratchSamples / run.channels * run.channels;
+        inChunks<Format>(run, chunk, [&](const QSSampleRun& part) {
+            const std::size_t frames = part.count / run.channels;
+            const std::size_t whole = frames < minimumFrames ? 0 : frames * run.channels;
+            if (whole != 0) {
+                const QSSampleRun inFrames = slice<Format>(part, 0, whole);
+                const Numbers numbers = numbersOf<Format>(inFrames, scratch);
+                runBands(numbers, frames, run.channels, run.firstChannel);
+                finish<Format>(inFrames, numbers.output);
+            }
+            if (whole != part.count)
+                processReference(session_, cycle_, slice<Format>(part, whole, part.count - whole));
+        });
+    }
+
+    template <class Format>
+    void equalisePair(const QSSampleRun& left, const QSSampleRun& right) const
+    {
+        refreshPackedCoefficients(session_);
+        alignas(64) float scratch[2][liesAsFloats<Format> ? 1 : scratchSamples / 2];
+        const std::size_t chunk = liesAsFloats<Format> ? left.count : scratchSamples / 2;
+        std::size_t first = 0;
+        inChunks<Format>(left, chunk, [&](const QSSampleRun& partL) {
+            const QSSampleRun partR = slice<Format>(right, first, partL.count);
+            first += partL.count;
+            if (partL.count < minimumFrames) {
+                processReference(session_, cycle_, partL);
+                processReference(session_, cycle_, partR);
+                return;
+            }
+            const Numbers numbersL = numbersOf<Format>(partL, scratch[0]);
+            const Numbers numbersR = numbersOf<Format>(partR, scratch[1]);
+            runPairOfBands(numbersL, numbersR, partL.count, left.firstChannel);
+            finish<Format>(partL, numbersL.output);
+            finish<Format>(partR, numbersR.output);
+        });
+    }
+
+    /// The channels of interleaved frames, in groups as large as they come.
+    void runBands(const Numbers& numbers, std::size_t frames, unsigned channels, unsigned firstChannel) const
+    {
+        // A channel that comes alone may be any; all from the eighth on share the last row of filter state.
+        const unsigned row = firstChannel < softwareEQChannelCount ? firstChannel : softwareEQChannelCount - 1;
+        if (session_.packed.flat && passFlat(numbers, frames, channels, row))
+            return;
+        unsigned channel = 0;
+        if constexpr (Isa::largestGroup == 8)
+            runGroups<8>(numbers, frames, channels, row, channel);
+        runGroups<4>(numbers, frames, channels, row, channel);
+        runGroups<2>(numbers, frames, channels, row, channel);
+        runGroups<1>(numbers, frames, channels, row, channel);
+    }
+
+    template <unsigned group>
+    [[gnu::always_inline]] void runGroups(
+        const Numbers& numbers, std::size_t frames, unsigned channels, unsigned row, unsigned& channel) const
+    {
+        for (; channels - channel >= group; channel += group) {
+            bandsOf<group>(row + channel)
+                .run(
+                    InterleavedFrames<Isa, group>{numbers.input + channel, numbers.output + channel, channels}, frames);
+        }
+    }
+
+    void runPairOfBands(const Numbers& left, const Numbers& right, std::size_t frames, unsigned firstChannel) const
+    {
+        if (session_.packed.flat && passFlat(left, frames, 1, firstChannel)) {
+            // Each channel for itself: the left one is done whatever becomes of the right one.
+            if (!passFlat(right, frames, 1, firstChannel + 1))
+                bandsOf<1>(firstChannel + 1).run(InterleavedFrames<Isa, 1>{right.input, right.output, 1}, frames);
+            return;
+        }
+        bandsOf<2>(firstChannel).run(PlanarFrames<Isa>{left.input, right.input, left.output, right.output}, frames);
+    }
+
+    template <unsigned channels>
+    [[gnu::always_inline]] Bands<channels> bandsOf(unsigned row) const
+    {
+        return {session_.packed, cycle_.gain, cycle_.preampGain, session_.filterState + row};
+    }
+
+    /// Does what five pass-through bands do, if that is certain to be nothing.
+    bool passFlat(const Numbers& numbers, std::size_t frames, unsigned channels, unsigned row) const
+    {
+        auto* const rows = session_.filterState + row;
+        const std::size_t count = frames * channels;
+        if (!isFinite<Isa>(rows, channels)
+            || !passesUnchanged<Isa>(numbers.input, count, cycle_.gain, cycle_.preampGain))
+            return false;
+        for (unsigned channel = 0; channel < channels; ++channel) {
+            const float* const last = numbers.input + (frames - 1) * channels + channel;
+            rememberPassed<Isa>(rows[channel], preamplified(last), preamplified(last - channels));
+        }
+        decodeSamples<Isa, Float32Samples>(
+            reinterpret_cast<const std::byte*>(numbers.input), numbers.output, count, cycle_.gain, cycle_.preampGain);
+        return true;
+    }
+
+    float preamplified(const float* sample) const
+    {
+        float value;
+        __builtin_memcpy(&value, sample, sizeof value);
+        return value * cycle_.gain * cycle_.preampGain;
+    }
+
+    QSSoftwareVolumeSession& session_;
+    QSCycle& cycle_;
+};
+
+} // namespace quenstal
