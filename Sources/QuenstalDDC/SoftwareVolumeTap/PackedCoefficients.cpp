@@ -7,30 +7,20 @@ namespace {
 
 constexpr auto bands = QSPackedCoefficients::bandCount;
 constexpr auto kinds = QSPackedCoefficients::kindCount;
-using Bits = std::uint32_t[bands][kinds];
-
-void readBits(const QSSoftwareVolumeSession& session, Bits& bits)
+/// Calls the function with every coefficient's bits as the session has them now, and the place of the packed copy.
+template <class Function>
+void forEach(QSSoftwareVolumeSession& session, Function function)
 {
     const auto bitsOf = [](const float& coefficient) { return std::bit_cast<std::uint32_t>(relaxedLoad(coefficient)); };
     for (std::size_t k = 0; k < bands; ++k) {
         const QSBiquadCoefficients& band = session.coefficients[k];
-        bits[k][QSPackedCoefficients::b0] = bitsOf(band.b0);
-        bits[k][QSPackedCoefficients::b1] = bitsOf(band.b1);
-        bits[k][QSPackedCoefficients::b2] = bitsOf(band.b2);
-        bits[k][QSPackedCoefficients::a1] = bitsOf(band.a1);
-        bits[k][QSPackedCoefficients::a2] = bitsOf(band.a2);
+        auto& source = session.packed.source[k];
+        function(bitsOf(band.b0), source[QSPackedCoefficients::b0]);
+        function(bitsOf(band.b1), source[QSPackedCoefficients::b1]);
+        function(bitsOf(band.b2), source[QSPackedCoefficients::b2]);
+        function(bitsOf(band.a1), source[QSPackedCoefficients::a1]);
+        function(bitsOf(band.a2), source[QSPackedCoefficients::a2]);
     }
-}
-
-/// Without a branch on the way: it is asked in every cycle and the answer is nearly always no.
-bool differ(const Bits& a, const Bits& b)
-{
-    std::uint32_t difference = 0;
-    for (std::size_t k = 0; k < bands; ++k) {
-        for (std::size_t kind = 0; kind < kinds; ++kind)
-            difference |= a[k][kind] ^ b[k][kind];
-    }
-    return difference != 0;
 }
 
 bool passesThrough(const std::uint32_t (&band)[kinds])
@@ -61,14 +51,12 @@ void pack(QSPackedCoefficients& packed)
 
 void refreshPackedCoefficients(QSSoftwareVolumeSession& session)
 {
-    Bits current;
-    readBits(session, current);
-    if (!differ(current, session.packed.source))
+    // Without a branch on the way: it is asked in every cycle and the answer is nearly always no.
+    std::uint32_t difference = 0;
+    forEach(session, [&](std::uint32_t now, std::uint32_t packed) { difference |= now ^ packed; });
+    if (difference == 0)
         return;
-    for (std::size_t k = 0; k < bands; ++k) {
-        for (std::size_t kind = 0; kind < kinds; ++kind)
-            session.packed.source[k][kind] = current[k][kind];
-    }
+    forEach(session, [](std::uint32_t now, std::uint32_t& packed) { packed = now; });
     pack(session.packed);
 }
 

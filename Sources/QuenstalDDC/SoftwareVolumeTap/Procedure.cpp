@@ -7,7 +7,6 @@
 #include "QuenstalDDC/SoftwareVolumeTap/SignalProcessing.hpp"
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <functional>
 #include <limits>
@@ -44,9 +43,9 @@ struct BufferPair {
 
 /// Where the samples are read from. When the input covers the output and does not straddle it, they are read where
 /// they are, which saves the copy; else the input is copied over and the output processed in place.
-const std::byte* sourceOf(const BufferPair& pair, std::size_t sampleSize)
+const std::byte* sourceOf(const BufferPair& pair, std::uint32_t sampleSize)
 {
-    const std::size_t size = pair.output.dataByteSize;
+    const std::uint32_t size = pair.output.dataByteSize;
     const bool covered = pair.input.dataByteSize >= size && size % sampleSize == 0;
     if (covered && (pair.input.data == pair.output.data || apart(pair.input.data, size, pair.output.data, size)))
         return static_cast<const std::byte*>(pair.input.data);
@@ -86,7 +85,7 @@ public:
     QSSampleRun runOf(const BufferPair& pair, std::uint32_t index) const
     {
         const auto format = static_cast<QSSampleFormat>(format_);
-        const std::size_t size = bytesPerSample(format);
+        const std::uint32_t size = bytesPerSample(format);
         return {
             .input = sourceOf(pair, size),
             .output = static_cast<std::byte*>(pair.output.data),
@@ -118,8 +117,7 @@ private:
 
     std::uint32_t framesOf(const BufferPair& pair) const
     {
-        const auto sampleSize = static_cast<std::uint32_t>(bytesPerSample(static_cast<QSSampleFormat>(format_)));
-        return pair.output.dataByteSize / sampleSize / channelsOf(pair);
+        return pair.output.dataByteSize / bytesPerSample(static_cast<QSSampleFormat>(format_)) / channelsOf(pair);
     }
 
     const AudioBufferList& input_;
@@ -166,18 +164,27 @@ std::int32_t clipHold(double sampleRate)
     return frames < longest ? static_cast<std::int32_t>(frames) : longest;
 }
 
-void publishMeters(QSSoftwareVolumeSession& session, const QSCycle& cycle, std::uint32_t maxFrames)
+/// The larger of a level and a former peak's remainder; a peak that is no number is forgotten.
+float fallenPeak(float level, float peak)
+{
+    const float fallen = peak * peakDecayPerCycle;
+    return fallen > level ? fallen : level;
+}
+
+void publishMeters(QSSoftwareVolumeSession& session, const QSCycle& cycle, const Buffers& buffers)
 {
     relaxedStore(session.levelL, cycle.peakL);
     relaxedStore(session.levelR, cycle.peakR);
-    relaxedStore(session.peakL, std::fmax(cycle.peakL, session.peakL * peakDecayPerCycle));
-    relaxedStore(session.peakR, std::fmax(cycle.peakR, session.peakR * peakDecayPerCycle));
+    relaxedStore(session.peakL, fallenPeak(cycle.peakL, session.peakL));
+    relaxedStore(session.peakR, fallenPeak(cycle.peakR, session.peakR));
 
     const std::int64_t held = session.clipHoldFrames;
-    if (cycle.clipped)
+    if (cycle.clipped) {
         relaxedStore(session.clipHoldFrames, clipHold(relaxedLoad(session.sampleRate)));
-    else if (held >= 1)
-        relaxedStore(session.clipHoldFrames, static_cast<std::int32_t>(std::max<std::int64_t>(held - maxFrames, 0)));
+    } else if (held >= 1) {
+        const std::int64_t left = std::max<std::int64_t>(held - buffers.maxFrames(), 0);
+        relaxedStore(session.clipHoldFrames, static_cast<std::int32_t>(left));
+    }
 }
 
 } // namespace
@@ -200,7 +207,7 @@ PlatformStatus QSSoftwareVolumeIOProc(AudioObjectID, const AudioTimeStamp*, cons
     } else {
         silence(buffers);
     }
-    publishMeters(session, cycle, buffers.maxFrames());
+    publishMeters(session, cycle, buffers);
     return 0;
 }
 

@@ -52,18 +52,11 @@ void encodeAt(std::byte* samples, std::size_t index, float result)
     std::memcpy(samples + index * sizeof sample, &sample, sizeof sample);
 }
 
-constexpr std::size_t bytesPerSample(QSSampleFormat format)
+/// A power of two, and written so that a compiler sees it: dividing by it is a shift.
+constexpr std::uint32_t bytesPerSample(QSSampleFormat format)
 {
-    switch (format) {
-    case QSSampleFormat::float64:
-        return 8;
-    case QSSampleFormat::int16:
-        return 2;
-    case QSSampleFormat::float32:
-    case QSSampleFormat::int32:
-        return 4;
-    }
-    return 4;
+    const auto is = [&](QSSampleFormat other) { return format == other ? 1u : 0u; };
+    return 4u << is(QSSampleFormat::float64) >> is(QSSampleFormat::int16);
 }
 
 /// Calls `function` with the type that stands for the format.

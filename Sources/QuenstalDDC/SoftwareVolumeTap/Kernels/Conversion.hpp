@@ -13,7 +13,7 @@ struct Conversion;
 
 template <class Isa>
 struct Conversion<Isa, Float32Samples> {
-    using Numbers = Floats<Isa, Isa::width>;
+    using Numbers = Floats<Isa::width>;
     using Samples = Numbers;
 
     [[gnu::always_inline]] static Numbers decode(Samples samples) { return samples; }
@@ -22,8 +22,8 @@ struct Conversion<Isa, Float32Samples> {
 
 template <class Isa>
 struct Conversion<Isa, Float64Samples> {
-    using Numbers = Floats<Isa, Isa::width>;
-    typedef double Samples __attribute__((vector_size(8 * Isa::width)));
+    using Numbers = Floats<Isa::width>;
+    using Samples = Doubles<Isa::width>;
 
     [[gnu::always_inline]] static Numbers decode(Samples samples) { return __builtin_convertvector(samples, Numbers); }
     [[gnu::always_inline]] static Samples encode(Numbers results) { return __builtin_convertvector(results, Samples); }
@@ -31,9 +31,9 @@ struct Conversion<Isa, Float64Samples> {
 
 template <class Isa>
 struct Conversion<Isa, Int16Samples> {
-    using Numbers = Floats<Isa, Isa::width>;
-    using Integers = Ints<Isa, Isa::width>;
-    typedef std::int16_t Samples __attribute__((vector_size(2 * Isa::width)));
+    using Numbers = Floats<Isa::width>;
+    using Integers = Ints<Isa::width>;
+    using Samples = typename Vector<std::int16_t, Isa::width>::Type;
 
     [[gnu::always_inline]] static Numbers decode(Samples samples)
     {
@@ -54,23 +54,23 @@ struct Conversion<Isa, Int16Samples> {
 
 template <class Isa>
 struct Conversion<Isa, Int32Samples> {
-    using Numbers = Floats<Isa, Isa::width>;
-    using Samples = Ints<Isa, Isa::width>;
-    typedef double Doubles __attribute__((vector_size(8 * Isa::width)));
-    typedef std::int64_t Longs __attribute__((vector_size(8 * Isa::width)));
+    using Numbers = Floats<Isa::width>;
+    using Samples = Ints<Isa::width>;
+    using Wide = Doubles<Isa::width>;
+    using WideBits = typename Vector<std::int64_t, Isa::width>::Type;
 
     [[gnu::always_inline]] static Numbers decode(Samples samples)
     {
         // The product's bits are the quotient's, once narrowed.
-        return __builtin_convertvector(__builtin_convertvector(samples, Doubles) * (1 / 2147483647.0), Numbers);
+        return __builtin_convertvector(__builtin_convertvector(samples, Wide) * (1 / 2147483647.0), Numbers);
     }
 
     [[gnu::always_inline]] static Samples encode(Numbers results)
     {
         // As above, where a double's last place is worth 1.
         constexpr double rounding = 0x1.8p52;
-        const Doubles sums = __builtin_convertvector(results, Doubles) * 2147483647.0 + rounding;
-        return __builtin_convertvector(reinterpret_cast<Longs>(sums), Samples);
+        const Wide sums = __builtin_convertvector(results, Wide) * 2147483647.0 + rounding;
+        return __builtin_convertvector(reinterpret_cast<WideBits>(sums), Samples);
     }
 };
 

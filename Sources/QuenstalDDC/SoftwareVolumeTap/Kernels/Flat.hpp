@@ -13,8 +13,8 @@ template <class Isa>
 bool passesUnchanged(const float* input, std::size_t count, float gain, float preampGain)
 {
     constexpr unsigned width = Isa::width;
-    using Numbers = Floats<Isa, width>;
-    using Bits = Ints<Isa, width>;
+    using Numbers = Floats<width>;
+    using Bits = Ints<width>;
     Bits bad{};
     const auto look = [&](Numbers samples) __attribute__((always_inline))
     {
@@ -36,7 +36,7 @@ bool passesUnchanged(const float* input, std::size_t count, float gain, float pr
 template <class Isa>
 bool isFinite(const QSBiquadState (*rows)[softwareEQBandCount], unsigned channels)
 {
-    using Bits = Ints<Isa, 4>;
+    using Bits = Ints<4>;
     Bits bad{};
     for (const QSBiquadState* state = *rows; state != *(rows + channels); ++state)
         bad |= (loadVector<Bits>(state) & INT32_MAX) >= 0x7f800000;

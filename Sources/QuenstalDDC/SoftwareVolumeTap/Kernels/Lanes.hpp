@@ -17,50 +17,48 @@ struct Lanes {
     static constexpr unsigned parts = (bands - 1) * channels / width + 1;
     static_assert((bands - 1) * channels % width == 0 && channels <= width);
 
-    using Part = Floats<Isa, width>;
+    using Part = Floats<width>;
 
     Part part[parts];
 
+    Lanes() = default;
+    // Part by part: compilers copy a structure of this size through memory, and the row is the recursion's state.
+    [[gnu::always_inline]] Lanes(const Lanes& other) { *this = other; }
+    [[gnu::always_inline]] Lanes& operator=(const Lanes& other)
+    {
+        assign([&](auto i) __attribute__((always_inline)) { return other.part[i]; });
+        return *this;
+    }
+
     [[gnu::always_inline]] static Lanes load(const float* source)
     {
-        Lanes lanes;
-        for (unsigned i = 0; i < parts; ++i)
-            lanes.part[i] = loadVector<Part>(source + i * width);
-        return lanes;
+        return each([&](auto i) __attribute__((always_inline)) { return loadVector<Part>(source + i * width); });
     }
 
     [[gnu::always_inline]] friend Lanes operator+(const Lanes& a, const Lanes& b)
     {
-        Lanes sum;
-        for (unsigned i = 0; i < parts; ++i)
-            sum.part[i] = a.part[i] + b.part[i];
-        return sum;
+        return each([&](auto i) __attribute__((always_inline)) { return a.part[i] + b.part[i]; });
     }
 
     [[gnu::always_inline]] friend Lanes operator-(const Lanes& a, const Lanes& b)
     {
-        Lanes difference;
-        for (unsigned i = 0; i < parts; ++i)
-            difference.part[i] = a.part[i] - b.part[i];
-        return difference;
+        return each([&](auto i) __attribute__((always_inline)) { return a.part[i] - b.part[i]; });
     }
 
     [[gnu::always_inline]] friend Lanes operator*(const Lanes& a, const Lanes& b)
     {
-        Lanes product;
-        for (unsigned i = 0; i < parts; ++i)
-            product.part[i] = a.part[i] * b.part[i];
-        return product;
+        return each([&](auto i) __attribute__((always_inline)) { return a.part[i] * b.part[i]; });
     }
 
     /// Every band's result becomes the input of the band after it, and `input` that of the first.
     [[gnu::always_inline]] Lanes handedOn(Part input) const
     {
-        Lanes moved;
-        for (unsigned i = 0; i + 1 < parts; ++i)
-            moved.part[i] = shiftedDown(part[i], part[i + 1], std::make_index_sequence<width>{});
-        moved.part[parts - 1] = input;
-        return moved;
+        return each([&](auto i) __attribute__((always_inline)) {
+            if constexpr (i + 1 < parts)
+                return shiftedDown(part[i], part[i + 1], std::make_index_sequence<width>{});
+            else
+                return input;
+        });
     }
 
     /// Takes one band's lanes from another row.
@@ -73,6 +71,25 @@ struct Lanes {
     }
 
 private:
+    template <class Function>
+    [[gnu::always_inline]] static Lanes each(Function partOf)
+    {
+        Lanes lanes;
+        lanes.assign(partOf);
+        return lanes;
+    }
+
+    /// Written out, not a loop: registers have no index.
+    template <class Function>
+    [[gnu::always_inline]] void assign(Function partOf)
+    {
+        [&]<unsigned... i>(std::integer_sequence<unsigned, i...>) __attribute__((always_inline))
+        {
+            ((part[i] = partOf(std::integral_constant<unsigned, i>{})), ...);
+        }
+        (std::make_integer_sequence<unsigned, parts>{});
+    }
+
     template <std::size_t... lane>
     [[gnu::always_inline]] static Part shiftedDown(Part low, Part high, std::index_sequence<lane...>)
     {

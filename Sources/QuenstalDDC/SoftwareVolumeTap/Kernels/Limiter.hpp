@@ -25,59 +25,87 @@ public:
 
     void run(float* samples, std::size_t count)
     {
-        if (width % channels_ == 0)
-            run<inFlight>(samples, count);
-        else
-            run<0>(samples, count);
+        Tops tops = look(samples, count);
+        if (tops.largest(0, 1) > one) {
+            limit(samples, count);
+            tops = look(samples, count);
+        }
+        for (unsigned i = 0; i < channels_ && i < meteredChannels; ++i) {
+            const auto level = __builtin_bit_cast(float, tops.largest(i, channels_));
+            QSUpdateChannelLevel(firstChannel_ + i, cycle_.peakL, cycle_.peakR, level);
+        }
     }
 
 private:
     static constexpr unsigned width = Isa::width;
-    /// An accumulator waits for its own last value; this many fill the wait.
-    static constexpr unsigned inFlight = 4;
+    static constexpr unsigned meteredChannels = 2;
 
-    using Bits = Ints<Isa, width>;
+    using Bits = Ints<width>;
 
     static constexpr std::int32_t signBit = INT32_MIN;
     static constexpr std::int32_t magnitudeBits = INT32_MAX;
     static constexpr std::int32_t one = 0x3f800000;
     static constexpr std::int32_t infinity = 0x7f800000;
 
-    /// `fixedPeriod`: registers after which the lanes stand for the same channels again, where every number is right;
-    /// 0 where that takes as many as there are channels.
-    template <unsigned fixedPeriod>
-    void run(float* samples, std::size_t count)
-    {
-        const unsigned period = fixedPeriod ? fixedPeriod : channels_;
-        constexpr unsigned longest = fixedPeriod ? fixedPeriod : softwareEQChannelCount;
-        Bits tops[longest] = {};
-        look(samples, count, period, tops);
-        if (anyAboveOne(tops, period)) {
-            limit(samples, count);
-            for (Bits& top : tops)
-                top = Bits{};
-            look(samples, count, period, tops);
+    /// The largest magnitudes; lane i is of channel i % channels.
+    struct Tops {
+        alignas(64) std::int32_t lane[softwareEQChannelCount * width];
+        unsigned count = 0;
+
+        void add(const Bits& bits)
+        {
+            storeVector(lane + count, bits);
+            count += width;
         }
-        meter(tops, period);
+
+        std::int32_t largest(unsigned first, unsigned step) const
+        {
+            std::int32_t top = 0;
+            for (unsigned i = first; i < count; i += step)
+                top = lane[i] > top ? lane[i] : top;
+            return top;
+        }
+    };
+
+    Tops look(const float* samples, std::size_t count) const
+    {
+        Tops tops;
+        if (width % channels_ == 0) {
+            // Every register's lanes are of the same channels. An accumulator waits for its own last value; four of
+            // them fill the wait.
+            Bits accumulators[4] = {};
+            raise(samples, count, 4, accumulators);
+            tops.add(larger(larger(accumulators[0], accumulators[1]), larger(accumulators[2], accumulators[3])));
+        } else {
+            // They come round after as many registers as there are channels.
+            Bits accumulators[softwareEQChannelCount] = {};
+            raise(samples, count, channels_, accumulators);
+            for (unsigned i = 0; i < channels_; ++i)
+                tops.add(accumulators[i]);
+        }
+        return tops;
     }
 
-    /// Raises the tops, taken in turn, to the samples' magnitudes.
-    static void look(const float* samples, std::size_t count, unsigned period, Bits* tops)
+    [[gnu::always_inline]] static Bits larger(Bits a, Bits b) { return a > b ? a : b; }
+
+    /// Raises the accumulators, taken in turn, to the samples' magnitudes.
+    [[gnu::always_inline]] static void raise(
+        const float* samples, std::size_t count, unsigned period, Bits* accumulators)
     {
-        const auto raise = [](Bits & top, Bits sample) __attribute__((always_inline))
+        const auto take = [](Bits & top, Bits sample) __attribute__((always_inline))
         {
-            const Bits magnitude = sample & magnitudeBits;
-            top = magnitude > top ? magnitude : top;
+            top = larger(top, sample & magnitudeBits);
         };
         std::size_t i = 0;
         for (; i + period * width <= count; i += period * width) {
             for (unsigned p = 0; p < period; ++p)
-                raise(tops[p], loadVector<Bits>(samples + i + p * width));
+                take(accumulators[p], loadVector<Bits>(samples + i + p * width));
         }
-        for (unsigned p = 0; i + width <= count; ++p, i += width)
-            raise(tops[p], loadVector<Bits>(samples + i));
-        if (i < count)
-            raise(tops[i / width % period], loadPart<Bits>(samples + i, (count - i) * sizeof(float)));
+        for (unsigned p = 0; i < count; ++p, i += width) {
+            const std::size_t rest = count - i;
+            take(accumulators[p],
+                rest < width ? loadPart<Bits>(samples + i, rest * sizeof(float)) : loadVector<Bits>(samples + i));
+        }
     }
 
     void limit(float* samples, std::size_t count)
@@ -97,33 +125,6 @@ private:
             storePart(samples + i, limited(loadPart<Bits>(samples + i, bytes)), bytes);
         for (unsigned lane = 0; lane < width; ++lane)
             cycle_.clipped = cycle_.clipped || clipped[lane] != 0;
-    }
-
-    static bool anyAboveOne(const Bits* tops, unsigned period)
-    {
-        Bits above{};
-        for (unsigned p = 0; p < period; ++p)
-            above |= tops[p] > one;
-        std::int32_t any = 0;
-        for (unsigned lane = 0; lane < width; ++lane)
-            any |= above[lane];
-        return any != 0;
-    }
-
-    void meter(const Bits* tops, unsigned period)
-    {
-        std::int32_t perChannel[softwareEQChannelCount] = {};
-        unsigned channel = 0;
-        for (unsigned p = 0; p < period; ++p) {
-            for (unsigned lane = 0; lane < width; ++lane) {
-                const std::int32_t top = tops[p][lane];
-                perChannel[channel] = top > perChannel[channel] ? top : perChannel[channel];
-                channel = channel + 1 == channels_ ? 0 : channel + 1;
-            }
-        }
-        for (unsigned i = 0; i < channels_; ++i)
-            QSUpdateChannelLevel(
-                firstChannel_ + i, cycle_.peakL, cycle_.peakR, __builtin_bit_cast(float, perChannel[i]));
     }
 
     QSCycle& cycle_;

@@ -12,8 +12,7 @@
 namespace quenstal {
 
 /// Both kinds of call for one instruction set. `Isa` says how wide its registers are (`width`), how a group of
-/// channels lies in them (`laneWidth`), how far apart the bands run (`delay`) and how many channels the largest group
-/// has (`largestGroup`).
+/// channels lies in them (`laneWidth`) and how many channels the largest group has (`largestGroup`).
 template <class Isa>
 class Processor {
 public:
@@ -42,9 +41,9 @@ public:
 
 private:
     template <unsigned channels>
-    using Bands = Wavefront<Isa, channels, Isa::laneWidth(channels), Isa::delay>;
+    using Bands = Wavefront<Isa, channels, Isa::laneWidth(channels)>;
 
-    static constexpr std::size_t minimumFrames = 4 * Isa::delay + 1;
+    static constexpr std::size_t minimumFrames = Bands<1>::minimumFrames;
     static constexpr std::size_t scratchSamples = 2048;
 
     template <class Format>
@@ -118,7 +117,8 @@ private:
         alignas(64) float scratch[liesAsFloats<Format> ? 1 : scratchSamples];
         const std::size_t chunk = liesAsFloats<Format> ? run.count : scratchSamples / run.channels * run.channels;
         inChunks<Format>(run, chunk, [&](const QSSampleRun& part) {
-            const std::size_t frames = part.count / run.channels;
+            // A buffer has no more bytes than 32 bits can count, and the narrower division is the faster one.
+            const std::size_t frames = static_cast<std::uint32_t>(part.count) / run.channels;
             const std::size_t whole = frames < minimumFrames ? 0 : frames * run.channels;
             if (whole != 0) {
                 const QSSampleRun inFrames = slice<Format>(part, 0, whole);
@@ -175,8 +175,7 @@ private:
     {
         for (; channels - channel >= group; channel += group) {
             bandsOf<group>(row + channel)
-                .run(
-                    InterleavedFrames<Isa, group>{numbers.input + channel, numbers.output + channel, channels}, frames);
+                .run(InterleavedFrames<group>{numbers.input + channel, numbers.output + channel, channels}, frames);
         }
     }
 
@@ -185,10 +184,10 @@ private:
         if (session_.packed.flat && passFlat(left, frames, 1, firstChannel)) {
             // Each channel for itself: the left one is done whatever becomes of the right one.
             if (!passFlat(right, frames, 1, firstChannel + 1))
-                bandsOf<1>(firstChannel + 1).run(InterleavedFrames<Isa, 1>{right.input, right.output, 1}, frames);
+                bandsOf<1>(firstChannel + 1).run(InterleavedFrames<1>{right.input, right.output, 1}, frames);
             return;
         }
-        bandsOf<2>(firstChannel).run(PlanarFrames<Isa>{left.input, right.input, left.output, right.output}, frames);
+        bandsOf<2>(firstChannel).run(PlanarFrames{left.input, right.input, left.output, right.output}, frames);
     }
 
     template <unsigned channels>

@@ -3,10 +3,10 @@
 // Vectors of floats as the compiler offers them: +, −, · and comparisons work lane by lane, on every processor, and
 // become the instructions that the including file is compiled for.
 //
-// A file for one instruction set names itself by a type in its own unnamed namespace and hands it to every template
-// here as `Isa`. That keeps each instance to its file: the linker would otherwise merge equal instances and might keep
-// the one with instructions that the processor lacks. For the same reason nothing here calls an inline function of
-// the standard library that is not a mere name for a constant.
+// A file for one instruction set names itself by a type in its own unnamed namespace and hands it to the templates of
+// the kernels as `Isa`. That keeps each instance to its file: the linker would otherwise merge equal instances and
+// might keep the one with instructions that the processor lacks. For the same reason what has no `Isa` is inlined
+// without fail, and the kernels call no inline functions of the standard library.
 
 #include <cstddef>
 #include <cstdint>
@@ -14,17 +14,19 @@
 
 namespace quenstal {
 
-template <class Isa, unsigned width>
+template <class Lane, unsigned width>
 struct Vector {
-    typedef float Floats __attribute__((vector_size(4 * width)));
-    typedef std::int32_t Ints __attribute__((vector_size(4 * width)));
+    typedef Lane Type __attribute__((vector_size(sizeof(Lane) * width)));
 };
 
-template <class Isa, unsigned width>
-using Floats = typename Vector<Isa, width>::Floats;
+template <unsigned width>
+using Floats = typename Vector<float, width>::Type;
 
-template <class Isa, unsigned width>
-using Ints = typename Vector<Isa, width>::Ints;
+template <unsigned width>
+using Doubles = typename Vector<double, width>::Type;
+
+template <unsigned width>
+using Ints = typename Vector<std::int32_t, width>::Type;
 
 /// Reads as many lanes as the vector has; the address needs no alignment.
 template <class Lanes>

@@ -21,13 +21,15 @@
 
 namespace quenstal {
 
-template <class Isa, unsigned channels, unsigned width, unsigned delay>
+template <class Isa, unsigned channels, unsigned width>
 class Wavefront {
 public:
     using Row = Lanes<Isa, channels, width>;
     using Register = typename Row::Part;
 
     static constexpr unsigned bands = softwareEQBandCount;
+    /// Frames that a band lags behind the band before it.
+    static constexpr unsigned delay = 2;
     /// Steps until the first frame leaves the last band.
     static constexpr unsigned latency = (bands - 1) * delay;
     /// Shorter blocks would end before they have begun.
@@ -36,11 +38,7 @@ public:
     /// For `channels` neighbouring rows of filter state.
     Wavefront(const QSPackedCoefficients& coefficients, float gain, float preampGain,
         QSBiquadState (*state)[softwareEQBandCount])
-        : b0_(Row::load(coefficients.lanes<channels>(QSPackedCoefficients::b0)))
-        , b1_(Row::load(coefficients.lanes<channels>(QSPackedCoefficients::b1)))
-        , b2_(Row::load(coefficients.lanes<channels>(QSPackedCoefficients::b2)))
-        , a1_(Row::load(coefficients.lanes<channels>(QSPackedCoefficients::a1)))
-        , a2_(Row::load(coefficients.lanes<channels>(QSPackedCoefficients::a2)))
+        : coefficients_(coefficients)
         , gain_(gain)
         , preampGain_(preampGain)
         , state_(state)
@@ -49,110 +47,103 @@ public:
 
     /// At least `minimumFrames`. Leaves the results as the bands give them, not limited.
     template <class Frames>
-    void run(const Frames& frames, std::size_t count)
+    void run(const Frames frames, std::size_t count) const
     {
+        // All that the loop needs stands in locals: a store to the output cannot change them.
+        const Coefficients coefficients(coefficients_);
+        const float gain = gain_;
+        const float preampGain = preampGain_;
+        // Two products, not one with the factors multiplied beforehand: that would round differently.
+        const auto input = [&](std::size_t t) __attribute__((always_inline))
+        {
+            return frames.template load<Register>(t) * gain * preampGain;
+        };
+
         Memory memory = loadState();
         const Memory before = memory;
         std::size_t t = 0;
         // Band k joins with its own past when the first frame reaches it; what its lanes held till then is nobody's.
-        enter(memory, before, std::make_index_sequence<bands>{}, [&] {
-            step(memory, input(frames.load(t)));
-            ++t;
-        });
+        oneBandAfterTheOther(
+            memory, before, [&]() __attribute__((always_inline)) {
+                memory.step(coefficients, input(t));
+                ++t;
+            });
 #pragma GCC unroll 2
         for (; t < count; ++t) {
-            step(memory, input(frames.load(t)));
-            frames.store(t - latency, output(memory.y[0]));
+            memory.step(coefficients, input(t));
+            frames.store(t - latency, memory.y1.part[0]);
         }
         // Band k is done, and its past final, when the last frame has left it.
         Memory after = memory;
-        enter(after, memory, std::make_index_sequence<bands>{}, [&] {
-            step(memory, Register{});
-            frames.store(t - latency, output(memory.y[0]));
-            ++t;
-        });
+        oneBandAfterTheOther(
+            after, memory, [&]() __attribute__((always_inline)) {
+                memory.step(coefficients, Register{});
+                frames.store(t - latency, memory.y1.part[0]);
+                ++t;
+            });
         storeState(after);
     }
 
 private:
-    static constexpr unsigned history = delay > 2 ? delay : 2;
+    struct Coefficients {
+        Row b0;
+        Row b1;
+        Row b2;
+        Row a1;
+        Row a2;
 
-    /// What the bands remember: the two last inputs, and results for as long as they are on their way.
+        [[gnu::always_inline]] explicit Coefficients(const QSPackedCoefficients& packed)
+            : b0(Row::load(packed.lanes<channels>(QSPackedCoefficients::b0)))
+            , b1(Row::load(packed.lanes<channels>(QSPackedCoefficients::b1)))
+            , b2(Row::load(packed.lanes<channels>(QSPackedCoefficients::b2)))
+            , a1(Row::load(packed.lanes<channels>(QSPackedCoefficients::a1)))
+            , a2(Row::load(packed.lanes<channels>(QSPackedCoefficients::a2)))
+        {
+        }
+    };
+
+    /// What the bands remember.
     struct Memory {
-        Row x[2];
-        Row y[history];
+        Row x1;
+        Row x2;
+        Row y1;
+        Row y2;
+
+        /// Every band takes its next frame: a result of two steps ago is what the band after it is to take now.
+        [[gnu::always_inline]] void step(const Coefficients& c, Register input)
+        {
+            static_assert(delay == 2);
+            const Row x = y2.handedOn(input);
+            const Row y = c.b0 * x + c.b1 * x1 + c.b2 * x2 - c.a1 * y1 - c.a2 * y2;
+            x2 = x1;
+            x1 = x;
+            y2 = y1;
+            y1 = y;
+        }
 
         template <unsigned band>
         [[gnu::always_inline]] void takeBand(const Memory& other)
         {
-            x[0].template takeBand<band>(other.x[0]);
-            x[1].template takeBand<band>(other.x[1]);
-            y[0].template takeBand<band>(other.y[0]);
-            y[1].template takeBand<band>(other.y[1]);
+            x1.template takeBand<band>(other.x1);
+            x2.template takeBand<band>(other.x2);
+            y1.template takeBand<band>(other.y1);
+            y2.template takeBand<band>(other.y2);
         }
     };
 
-    /// Takes over band after band from `source`, with `delay` steps from each to the next.
-    template <std::size_t... band, class Step>
-    [[gnu::always_inline]] static void enter(
-        Memory& memory, const Memory& source, std::index_sequence<band...>, Step step)
+    /// Takes over every band's memory, with `delay` steps from each to the next.
+    template <unsigned band = 0, class Step>
+    [[gnu::always_inline]] static void oneBandAfterTheOther(Memory& memory, const Memory& source, Step step)
     {
-        const auto one = [&]<unsigned k>() __attribute__((always_inline))
-        {
-            memory.template takeBand<k>(source);
-            if constexpr (k + 1 < bands) {
-                for (unsigned i = 0; i < delay; ++i)
-                    step();
-            }
-        };
-        (one.template operator()<band>(), ...);
+        memory.template takeBand<band>(source);
+        if constexpr (band + 1 < bands) {
+            for (unsigned i = 0; i < delay; ++i)
+                step();
+            oneBandAfterTheOther<band + 1>(memory, source, step);
+        }
     }
 
-    [[gnu::always_inline]] void step(Memory& memory, Register in) const
-    {
-        auto& [x1, x2] = memory.x;
-        const Row x = memory.y[delay - 1].handedOn(in);
-        const Row y = b0_ * x + b1_ * x1 + b2_ * x2 - a1_ * memory.y[0] - a2_ * memory.y[1];
-        x2 = x1;
-        x1 = x;
-        for (unsigned i = history - 1; i > 0; --i)
-            memory.y[i] = memory.y[i - 1];
-        memory.y[0] = y;
-    }
-
-    /// A frame as the first band takes it.
-    [[gnu::always_inline]] Register input(Frame<Isa, channels> frame) const
-    {
-        // Two products, not one with the factors multiplied beforehand: that would round differently.
-        return widened<Register>(frame * gain_ * preampGain_);
-    }
-
-    /// The last band's result.
-    [[gnu::always_inline]] static Frame<Isa, channels> output(const Row& row)
-    {
-        return lowLanes(row.part[0], std::make_index_sequence<lanesOf<Frame<Isa, channels>>>{});
-    }
-
-    using Quad = Floats<Isa, 4>;
-
-    template <class Lanes>
-    static constexpr unsigned lanesOf = sizeof(Lanes) / sizeof(float);
-
-    template <std::size_t... lane>
-    [[gnu::always_inline]] static auto lowLanes(Register lanes, std::index_sequence<lane...>)
-    {
-        return __builtin_shufflevector(lanes, lanes, static_cast<int>(lane)...);
-    }
-
-    /// As many lanes as asked for, those above filled with zeros.
-    template <class Wide, class Narrow>
-    [[gnu::always_inline]] static Wide widened(Narrow lanes)
-    {
-        if constexpr (sizeof(Wide) == sizeof(Narrow))
-            return lanes;
-        else
-            return widened<Wide>(joined(lanes, Narrow{}, std::make_index_sequence<2 * lanesOf<Narrow>>{}));
-    }
+    using Quad = Floats<4>;
 
     template <class Half, std::size_t... lane>
     [[gnu::always_inline]] static auto joined(Half low, Half high, std::index_sequence<lane...>)
@@ -186,7 +177,7 @@ private:
 
     /// The memory of one register's lanes; `firstLane` counts from the row's first.
     template <unsigned lanes>
-    [[gnu::always_inline]] void loadState(unsigned firstLane, Floats<Isa, lanes> (&loaded)[4]) const
+    [[gnu::always_inline]] void loadState(unsigned firstLane, Floats<lanes> (&loaded)[4]) const
     {
         if constexpr (lanes == 4) {
             Quads states;
@@ -198,8 +189,8 @@ private:
             for (unsigned i = 0; i < 4; ++i)
                 loaded[i] = memory.row[i];
         } else {
-            Floats<Isa, lanes / 2> low[4];
-            Floats<Isa, lanes / 2> high[4];
+            Floats<lanes / 2> low[4];
+            Floats<lanes / 2> high[4];
             loadState<lanes / 2>(firstLane, low);
             loadState<lanes / 2>(firstLane + lanes / 2, high);
             for (unsigned i = 0; i < 4; ++i)
@@ -209,14 +200,14 @@ private:
 
     [[gnu::always_inline]] Memory loadState() const
     {
-        Memory memory{};
+        Memory memory;
         for (unsigned i = 0; i < Row::parts; ++i) {
             Register loaded[4];
             loadState<width>(i * width, loaded);
-            memory.x[0].part[i] = loaded[0];
-            memory.x[1].part[i] = loaded[1];
-            memory.y[0].part[i] = loaded[2];
-            memory.y[1].part[i] = loaded[3];
+            memory.x1.part[i] = loaded[0];
+            memory.x2.part[i] = loaded[1];
+            memory.y1.part[i] = loaded[2];
+            memory.y2.part[i] = loaded[3];
         }
         return memory;
     }
@@ -232,8 +223,7 @@ private:
                         lanes[lane] = row.part[i][quad + lane];
                     return lanes;
                 };
-                const Quads states
-                    = transposed({{part(memory.x[0]), part(memory.x[1]), part(memory.y[0]), part(memory.y[1])}});
+                const Quads states = transposed({{part(memory.x1), part(memory.x2), part(memory.y1), part(memory.y2)}});
                 for (unsigned lane = 0; lane < 4; ++lane) {
                     if (QSBiquadState* state = stateOf(i * width + quad + lane))
                         storeVector(state, states.row[lane]);
@@ -242,11 +232,7 @@ private:
         }
     }
 
-    const Row b0_;
-    const Row b1_;
-    const Row b2_;
-    const Row a1_;
-    const Row a2_;
+    const QSPackedCoefficients& coefficients_;
     const float gain_;
     const float preampGain_;
     QSBiquadState (*const state_)[softwareEQBandCount];

@@ -8,7 +8,6 @@ namespace {
 struct Avx2 {
     static constexpr unsigned width = 8;
     static constexpr unsigned laneWidth(unsigned channels) { return channels == 1 ? 4 : 8; }
-    static constexpr unsigned delay = 3;
     static constexpr unsigned largestGroup = 4;
 };
 

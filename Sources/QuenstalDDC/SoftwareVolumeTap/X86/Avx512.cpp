@@ -8,7 +8,6 @@ namespace {
 struct Avx512 {
     static constexpr unsigned width = 8;
     static constexpr unsigned laneWidth(unsigned channels) { return channels == 1 ? 4 : channels == 8 ? 16 : 8; }
-    static constexpr unsigned delay = 3;
     static constexpr unsigned largestGroup = 8;
 };
 

@@ -8,7 +8,6 @@ namespace {
 struct Sse2 {
     static constexpr unsigned width = 4;
     static constexpr unsigned laneWidth(unsigned) { return 4; }
-    static constexpr unsigned delay = 2;
     static constexpr unsigned largestGroup = 4;
 };
 
