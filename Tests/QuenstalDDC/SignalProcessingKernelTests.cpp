@@ -1,10 +1,9 @@
-// Every kernel gives the bits of the scalar reference: output, filter state, meters, clip indicator.
+// Every kernel gives the bits of the scalar reference.
 
-#include "QuenstalDDC/SignalProcessingBlocks.hpp"
-#include "QuenstalDDC/SoftwareVolumeTap/Kernels.hpp"
+#include "QuenstalDDC/SignalProcessingComparison.hpp"
+#include "QuenstalDDC/SignalProcessingFused.hpp"
 
-#include <cmath>
-#include <optional>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -13,127 +12,91 @@ namespace {
 
 using namespace testing_support;
 
-/// NaNs differ in bits that no operation promises; any NaN is as good as another.
-bool same(float a, float b)
-{
-    return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b) || (std::isnan(a) && std::isnan(b));
-}
-
-bool same(const QSBiquadState& a, const QSBiquadState& b)
-{
-    return same(a.x1, b.x1) && same(a.x2, b.x2) && same(a.y1, b.y1) && same(a.y2, b.y2);
-}
-
-/// What differs between two sessions after the same cycles; empty when nothing does.
-std::string difference(const QSSoftwareVolumeSession& a, const QSSoftwareVolumeSession& b)
-{
-    if (!same(a.levelL, b.levelL) || !same(a.levelR, b.levelR))
-        return "levels";
-    if (!same(a.peakL, b.peakL) || !same(a.peakR, b.peakR))
-        return "peaks";
-    if (a.clipHoldFrames != b.clipHoldFrames)
-        return "clip hold";
-    for (std::size_t channel = 0; channel < softwareEQChannelCount; ++channel) {
-        for (std::size_t k = 0; k < softwareEQBandCount; ++k) {
-            if (!same(a.filterState[channel][k], b.filterState[channel][k]))
-                return "state of channel " + std::to_string(channel) + ", band " + std::to_string(k);
-        }
-    }
-    return {};
-}
-
-bool isPoisoned(const QSSoftwareVolumeSession& session)
-{
-    for (const auto& row : session.filterState) {
-        for (const QSBiquadState& state : row) {
-            if (!std::isfinite(state.y1))
-                return true;
-        }
-    }
-    return false;
-}
-
-QSSoftwareVolumeSession sessionFor(const Layout& layout, const QSSignalKernels& kernels)
-{
-    QSSoftwareVolumeSession session;
-    QSSoftwareVolumeSessionPrepare(session, 1);
-    session.sampleFormat = static_cast<std::uint32_t>(layout.format);
-    session.nonInterleaved = layout.planar;
-    session.kernels = &kernels;
-    return session;
-}
-
-void runCycle(QSSoftwareVolumeSession& session, std::vector<AudioBuffer> in, std::vector<AudioBuffer> out)
-{
-    const AudioBufferList input{static_cast<std::uint32_t>(in.size()), in.data()};
-    AudioBufferList output{static_cast<std::uint32_t>(out.size()), out.data()};
-    QSSoftwareVolumeIOProc(0, nullptr, &input, nullptr, &output, nullptr, &session);
-}
-
-struct KernelTest : testing::TestWithParam<Layout> {
-    /// One cycle in each session, all with the same block; the first is the reference.
-    void compareOneBlock(std::vector<QSSoftwareVolumeSession>& sessions, BlockSource& source)
-    {
-        const Layout& layout = GetParam();
-        const std::size_t frames = source.frames();
-        const std::size_t loose = source.oneIn(8) ? source.below(layout.channels) : 0;
-        const std::size_t samples = layout.planar ? frames : frames * layout.channels + loose;
-        Arena input(layout, samples, source.below(8));
-        source.fill(input, layout);
-        const bool inPlace = source.oneIn(3);
-        const std::size_t misalignment = source.below(8);
-
-        std::optional<Arena> expected;
-        for (QSSoftwareVolumeSession& session : sessions) {
-            Arena output = inPlace ? input : Arena(layout, samples, misalignment);
-            runCycle(session, inPlace ? output.list() : input.list(), output.list());
-            if (!expected)
-                expected = output;
-            ASSERT_EQ(output.bytes() == expected->bytes(), true)
-                << session.kernels->name << ": output of " << samples << " samples";
-            ASSERT_EQ(difference(sessions.front(), session), "")
-                << session.kernels->name << ", " << frames << " frames";
-        }
-    }
-};
+struct KernelTest : testing::TestWithParam<Layout> { };
 
 TEST_P(KernelTest, givesTheBitsOfTheReference)
 {
-    constexpr int blocks = 4000;
-    BlockSource source(20);
-    std::vector<QSSoftwareVolumeSession> sessions;
-    for (int block = 0; block < blocks; ++block) {
-        if (block == 0 || isPoisoned(sessions.front()) || source.oneIn(100)) {
-            sessions.clear();
-            for (const QSSignalKernels* kernels : availableKernels())
-                sessions.push_back(sessionFor(GetParam(), *kernels));
-        }
-        if (source.oneIn(5)) {
-            const BlockSource settings = source;
-            for (QSSoftwareVolumeSession& session : sessions) {
-                source = settings;
-                source.change(session);
-            }
-        }
-        ASSERT_NO_FATAL_FAILURE(compareOneBlock(sessions, source)) << "block " << block;
-    }
+    EXPECT_EQ(firstDifference(availableKernels(), GetParam(), 4000), "");
 }
 
-std::vector<Layout> layouts()
-{
-    std::vector<Layout> all;
-    for (const auto format :
-        {QSSampleFormat::float32, QSSampleFormat::float64, QSSampleFormat::int16, QSSampleFormat::int32}) {
-        for (const std::uint32_t channels : {1u, 2u, 3u, 4u, 5u, 6u, 7u, 8u, 10u})
-            all.push_back({format, false, channels});
-        for (const std::uint32_t channels : {1u, 2u, 3u, 8u, 10u})
-            all.push_back({format, true, channels});
-    }
-    return all;
-}
-
-INSTANTIATE_TEST_SUITE_P(Layouts, KernelTest, testing::ValuesIn(layouts()),
+INSTANTIATE_TEST_SUITE_P(Layouts, KernelTest, testing::ValuesIn(everyLayout()),
     [](const testing::TestParamInfo<Layout>& layout) { return layout.param.name(); });
+
+/// The fastest kernels with two coefficients of one band in each other's place.
+const QSSignalKernels swappedOperand{
+    .name = "swapped operand",
+    .process =
+        [](QSSoftwareVolumeSession& session, QSCycle& cycle, const QSSampleRun& run) {
+            std::swap(session.coefficients[3].b1, session.coefficients[3].b2);
+            fastestKernels().process(session, cycle, run);
+            std::swap(session.coefficients[3].b1, session.coefficients[3].b2);
+        },
+    .processPair = fastestKernels().processPair,
+};
+
+TEST(Comparison, findsASwappedOperand)
+{
+    const QSSignalKernels* const kernels[] = {&referenceKernels, &swappedOperand};
+    EXPECT_NE(firstDifference(kernels, {QSSampleFormat::float32, false, 2}, 100), "");
+}
+
+TEST(Comparison, findsAFusedMultiplyAdd)
+{
+    if (!fusedKernels())
+        GTEST_SKIP() << "no fused multiply-add here";
+    const QSSignalKernels* const kernels[] = {&referenceKernels, fusedKernels()};
+    for (const Layout& layout : {Layout{QSSampleFormat::float32, false, 2}, {QSSampleFormat::float32, true, 2}})
+        EXPECT_NE(firstDifference(kernels, layout, 100), "") << layout.name();
+}
+
+/// One cycle of a mono buffer with the equaliser off.
+template <class Sample>
+std::vector<Sample> through(
+    const QSSignalKernels& kernels, QSSampleFormat format, float gain, std::vector<Sample> samples)
+{
+    QSSoftwareVolumeSession session;
+    QSSoftwareVolumeSessionPrepare(session, gain);
+    session.sampleFormat = static_cast<std::uint32_t>(format);
+    session.kernels = &kernels;
+    AudioBuffer buffer{1, static_cast<std::uint32_t>(samples.size() * sizeof(Sample)), samples.data()};
+    const AudioBufferList input{1, &buffer};
+    AudioBufferList output{1, &buffer};
+    QSSoftwareVolumeIOProc(0, nullptr, &input, nullptr, &output, nullptr, &session);
+    return samples;
+}
+
+TEST(Kernels, theReferenceLeadsAndTheFastestIsTheLast)
+{
+    EXPECT_EQ(availableKernels().front(), &referenceKernels);
+    EXPECT_EQ(availableKernels().back(), &fastestKernels());
+    EXPECT_GE(availableKernels().size(), 2u) << "every supported processor has vectors";
+}
+
+TEST(Kernels, everySixteenBitSampleHasTheBitsOfTheReference)
+{
+    std::vector<std::int16_t> all;
+    for (int value = INT16_MIN; value <= INT16_MAX; ++value)
+        all.push_back(static_cast<std::int16_t>(value));
+    for (const float gain : {1.0f, 0.7f, 0.5f, 0.001f}) {
+        const auto expected = through(referenceKernels, QSSampleFormat::int16, gain, all);
+        for (const QSSignalKernels* kernels : availableKernels())
+            EXPECT_EQ(through(*kernels, QSSampleFormat::int16, gain, all), expected) << kernels->name << " " << gain;
+    }
+}
+
+TEST(Kernels, thirtyTwoBitSamplesFromEndToEndHaveTheBitsOfTheReference)
+{
+    // A prime step: every low bit pattern comes up, and both ends.
+    constexpr std::int64_t step = 9973;
+    std::vector<std::int32_t> many{INT32_MAX};
+    for (std::int64_t value = INT32_MIN; value <= INT32_MAX; value += step)
+        many.push_back(static_cast<std::int32_t>(value));
+    for (const float gain : {1.0f, 0.3f}) {
+        const auto expected = through(referenceKernels, QSSampleFormat::int32, gain, many);
+        for (const QSSignalKernels* kernels : availableKernels())
+            EXPECT_EQ(through(*kernels, QSSampleFormat::int32, gain, many), expected) << kernels->name << " " << gain;
+    }
+}
 
 } // namespace
 } // namespace quenstal

@@ -1,16 +1,18 @@
-#include "QuenstalDDC/SoftwareVolumeTap/Kernels.hpp"
+#include "QuenstalDDC/SoftwareVolumeTap/Aarch64/InstructionSets.hpp"
+
+#include <array>
 
 namespace quenstal {
 
 std::span<const QSSignalKernels* const> availableKernels()
 {
-    static constexpr const QSSignalKernels* all[] = {&referenceKernels};
-    return all;
+    static constexpr std::array slowestFirst{&referenceKernels, &neonKernels};
+    return slowestFirst;
 }
 
 const QSSignalKernels& fastestKernels()
 {
-    return *availableKernels().back();
+    return neonKernels;
 }
 
 } // namespace quenstal

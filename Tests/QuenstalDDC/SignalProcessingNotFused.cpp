@@ -1,0 +1,10 @@
+#include "QuenstalDDC/SignalProcessingFused.hpp"
+
+namespace quenstal::testing_support {
+
+const QSSignalKernels* fusedKernels()
+{
+    return nullptr;
+}
+
+} // namespace quenstal::testing_support
