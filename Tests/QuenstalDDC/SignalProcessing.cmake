@@ -14,6 +14,14 @@ quenstal_suite(dsp_threads
     LABEL dsp
     SOURCES SignalProcessingThreadsTests.cpp
     DEPENDS QuenstalDDC)
+quenstal_suite(dsp_hostile_input
+    LABEL dsp
+    SOURCES SignalProcessingHostileTests.cpp SignalProcessingHostile.cpp
+    DEPENDS QuenstalDDC)
+quenstal_fuzzer(fuzz_signal_processing
+    LABEL fuzz
+    SOURCES SignalProcessingFuzzer.cpp SignalProcessingHostile.cpp
+    DEPENDS QuenstalDDC)
 
 # Sanitizers allocate, call and fault on their own account.
 if(NOT QUENSTAL_SANITIZERS)
@@ -25,16 +33,20 @@ endif()
 
 # One source is compiled as the kernels must not be, to see that the comparison finds it.
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
-    set(fused SignalProcessingFused.cpp)
-    set_source_files_properties(${fused} PROPERTIES
-        COMPILE_OPTIONS "-O3;-mavx2;-mfma;-ffp-contract=fast;-Wno-psabi")
+    add_library(dsp_fused OBJECT SignalProcessingFused.cpp)
+    target_compile_options(dsp_fused PRIVATE -O3 -mavx2 -mfma -ffp-contract=fast -Wno-psabi)
+    set(must_be_fused --fused $<TARGET_OBJECTS:dsp_fused>)
 else()
-    set(fused SignalProcessingNotFused.cpp)
+    add_library(dsp_fused OBJECT SignalProcessingNotFused.cpp)
 endif()
+target_include_directories(dsp_fused PRIVATE ${PROJECT_SOURCE_DIR}/Tests)
+target_link_libraries(dsp_fused PRIVATE quenstal_options QuenstalDDC)
 quenstal_suite(dsp_kernels
     LABEL dsp
-    SOURCES SignalProcessingKernelTests.cpp SignalProcessingComparison.cpp ${fused}
-    DEPENDS QuenstalDDC)
+    SOURCES SignalProcessingKernelTests.cpp SignalProcessingComparison.cpp
+    DEPENDS QuenstalDDC dsp_fused)
+quenstal_script_suite(dsp_no_fma LABEL dsp DEPENDS QuenstalDDC dsp_fused
+    COMMAND python3 tools/check_no_fma.py ${must_be_fused} $<TARGET_FILE:QuenstalDDC>)
 
 # The same kernels on an emulated Arm processor, built by the cross compiler in a tree of its own.
 quenstal_script_suite(dsp_aarch64 LABEL dsp TIMEOUT 300

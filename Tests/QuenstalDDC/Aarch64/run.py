@@ -27,6 +27,13 @@ def main():
             print(done.stdout)
             print("0 passed, 1 failed")
             return 1
+    fused = subprocess.run([sys.executable, HERE.parents[2] / "tools/check_no_fma.py", "--objdump",
+                            "aarch64-linux-gnu-objdump", *pathlib.Path(tree).glob("QuenstalDDC/**/Neon.cpp.o")],
+                           stdout=subprocess.PIPE, text=True)
+    if fused.returncode != 0:
+        print(fused.stdout)
+        print("0 passed, 1 failed")
+        return 1
     return subprocess.run(["qemu-aarch64", f"{tree}/dsp_aarch64"]).returncode
 
 
