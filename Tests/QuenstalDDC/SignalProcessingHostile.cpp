@@ -54,14 +54,15 @@ private:
 };
 
 constexpr std::size_t outputSpace = 4096;
-constexpr std::size_t largestBuffer = 1400;
+constexpr std::uint32_t largestBuffer = 1400;
 
 /// Memory with the buffers of both lists in it. Where they lie is part of the script: apart, on top of one another,
 /// the input's upon the output's.
 class Memory {
 public:
     explicit Memory(Script& script)
-        : bytes_(2 * outputSpace)
+        : usualSize_(script.byte() * 4u)
+        , bytes_(2 * outputSpace)
     {
         script.fill(bytes_);
         for (auto* list : {&input_, &output_}) {
@@ -96,13 +97,19 @@ private:
     {
         Extent extent{};
         extent.buffer.numberChannels = script.below(65);
-        extent.buffer.dataByteSize = script.oneIn(8)
-            ? script.below(9)
-            : static_cast<std::uint32_t>(script.byte() * 6u + script.below(8)) % largestBuffer;
+        extent.buffer.dataByteSize = sizeFrom(script);
         extent.offset = (script.oneIn(3) ? 0 : script.byte() * 10u) + (isOutput || script.oneIn(4) ? 0 : outputSpace);
         // Any pointer but null stands for memory; it is put in its place later.
         extent.buffer.data = script.oneIn(10) ? nullptr : this;
         return extent;
+    }
+
+    /// Half of all buffers are alike, as buffers are; the others are of any size.
+    std::uint32_t sizeFrom(Script& script) const
+    {
+        if (script.oneIn(2))
+            return usualSize_;
+        return script.oneIn(4) ? script.below(9) : (script.byte() * 6u + script.below(8)) % largestBuffer;
     }
 
     std::vector<AudioBuffer> located(const std::vector<Extent>& extents)
@@ -116,6 +123,7 @@ private:
         return buffers;
     }
 
+    std::uint32_t usualSize_;
     std::vector<std::byte> bytes_;
     std::vector<Extent> input_;
     std::vector<Extent> output_;
