@@ -1,0 +1,120 @@
+#pragma once
+
+// What the audio server has told about itself: plain values, no calls.
+
+#include "QuenstalLinux/Audio/Eld.hpp"
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quenstal {
+
+using AudioProperties = std::map<std::string, std::string, std::less<>>;
+
+/// The value of a key; empty when it is not there.
+inline std::string_view valueOf(const AudioProperties& properties, std::string_view key)
+{
+    const auto found = properties.find(key);
+    return found == properties.end() ? std::string_view() : std::string_view(found->second);
+}
+
+/// Volume and mute as the server keeps them.
+struct AudioVolume {
+    /// Linear factors, one a channel.
+    std::vector<float> channels;
+    /// The speaker of each channel, by the server's numbers.
+    std::vector<std::uint32_t> positions;
+    bool muted = false;
+    /// The hardware carries it out, not the server.
+    bool hardware = false;
+
+    bool operator==(const AudioVolume&) const = default;
+};
+
+/// A jack or a built-in speaker of a sound card, as far as it plays.
+struct OutputRoute {
+    std::int32_t index = 0;
+    /// What kind of jack it is: "hdmi", "speaker", "headphones".
+    std::string portType;
+    std::optional<AudioVolume> volume;
+};
+
+struct CardDevice {
+    /// The server has told all of the properties, not only those that it announces to everyone.
+    bool isComplete = false;
+    AudioProperties properties;
+    /// By the number that a node carries as `card.profile.device`.
+    std::map<std::int32_t, OutputRoute> outputRoutes;
+};
+
+struct SinkNode {
+    /// As for a card.
+    bool isComplete = false;
+    AudioProperties properties;
+    /// Absent until the server told it.
+    std::optional<AudioVolume> volume;
+    /// Frames a second; 0 while nothing plays.
+    std::uint32_t rate = 0;
+    /// What the sound card knows of the monitor behind it.
+    std::optional<Eld> eld;
+
+    std::string_view name() const { return valueOf(properties, "node.name"); }
+};
+
+/// Any node that is not a sink, as announced.
+struct OtherNode {
+    std::string name;
+    std::string mediaClass;
+    /// Never used again, unlike the global number.
+    std::uint64_t serial = 0;
+    /// The global number of the program's connection.
+    std::uint32_t client = 0;
+};
+
+/// Where the session manager wants a stream to play.
+struct StreamTarget {
+    std::string type;
+    std::string value;
+
+    bool operator==(const StreamTarget&) const = default;
+};
+
+/// Sound flows from one node into another.
+struct NodeLink {
+    std::uint32_t outputNode = 0;
+    std::uint32_t inputNode = 0;
+};
+
+/// All maps are by the server's global numbers, which are used again after an object has gone.
+struct AudioGraph {
+    std::map<std::uint32_t, SinkNode> sinks;
+    std::map<std::uint32_t, OtherNode> others;
+    std::map<std::uint32_t, CardDevice> devices;
+    std::map<std::uint32_t, NodeLink> links;
+    /// By stream; most have none.
+    std::map<std::uint32_t, StreamTarget> streamTargets;
+    /// The name of the output in force; empty while there is none.
+    std::string defaultSinkName;
+    /// The rate at which the server runs unless a device needs another one.
+    std::uint32_t clockRate = 0;
+    /// A session manager is there, and takes requests.
+    bool hasSession = false;
+    /// It inserts filters by itself.
+    bool insertsSmartFilters = false;
+
+    std::optional<std::uint32_t> sinkNamed(std::string_view name) const
+    {
+        for (const auto& [id, sink] : sinks) {
+            if (sink.name() == name)
+                return id;
+        }
+        return std::nullopt;
+    }
+};
+
+} // namespace quenstal

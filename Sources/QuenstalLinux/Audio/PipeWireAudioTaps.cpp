@@ -1,0 +1,280 @@
+#include "QuenstalLinux/Audio/PipeWireAudioTaps.hpp"
+
+#include "QuenstalLinux/Audio/SoftwareNodes.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include <unistd.h>
+
+namespace quenstal {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// Away from the numbers of outputs, which are the server's serial numbers.
+constexpr AudioObjectID firstID = 0x4000'0000;
+constexpr std::uint32_t usualRate = 48000;
+/// At the end of the program there is no later turn on which the streams could be moved back.
+constexpr auto farewellTime = 200ms;
+
+/// The text that makes the aggregate device's name unique.
+std::string uniquePart(const AggregateDeviceDescription& description)
+{
+    const auto uid = description.find(AggregateDeviceKey::uid);
+    const auto* const text = uid == description.end() ? nullptr : std::get_if<std::string>(&uid->second);
+    return text ? text->substr(text->rfind('.') + 1) : std::string();
+}
+
+/// The UID of the only member of a list of the description; empty when there is none.
+std::string memberUID(const AggregateDeviceDescription& description, const char* listKey)
+{
+    const auto list = description.find(listKey);
+    const auto* const members
+        = list == description.end() ? nullptr : std::get_if<std::vector<AggregateMember>>(&list->second);
+    if (!members || members->size() != 1)
+        return {};
+    const auto uid = members->front().find(AggregateDeviceKey::memberUID);
+    const auto* const text = uid == members->front().end() ? nullptr : std::get_if<std::string>(&uid->second);
+    return text ? *text : std::string();
+}
+
+/// Planar float32, as the server's own graph has it.
+AudioStreamBasicDescription planarFloat(std::uint32_t rate, std::size_t channels)
+{
+    return {
+        .sampleRate = static_cast<double>(rate),
+        .formatID = audioFormatLinearPCM,
+        .formatFlags = AudioFormatFlag::isFloat | AudioFormatFlag::isNonInterleaved,
+        .bytesPerPacket = sizeof(float),
+        .framesPerPacket = 1,
+        .bytesPerFrame = sizeof(float),
+        .channelsPerFrame = static_cast<std::uint32_t>(channels),
+        .bitsPerChannel = 32,
+        .reserved = 0,
+    };
+}
+
+} // namespace
+
+PipeWireAudioTaps::PipeWireAudioTaps(PipeWireConnection& connection, PipeWireGraph& graph, RunLoop& runLoop)
+    : connection_(connection)
+    , graph_(graph)
+    , runLoop_(runLoop)
+    , tapChanged_(runLoop)
+    , nextID_(firstID)
+{
+    connection_.addListener(*this);
+}
+
+PipeWireAudioTaps::~PipeWireAudioTaps()
+{
+    connection_.removeListener(*this);
+    for (const auto& [id, device] : devices_) {
+        if (device->path)
+            retire(std::move(device->path));
+    }
+    if (!retiring_.empty())
+        connection_.runFor(farewellTime);
+}
+
+PlatformStatus PipeWireAudioTaps::translateProcessID(std::int32_t processID, AudioObjectID& processObject) const
+{
+    if (processID != getpid())
+        return -ESRCH;
+    const auto client = connection_.clientNumber();
+    if (!client)
+        return -ENOTCONN;
+    processObject = *client;
+    return 0;
+}
+
+PlatformStatus PipeWireAudioTaps::createProcessTap(const ProcessTapDescription& description, AudioObjectID& tap)
+{
+    if (!connection_.core())
+        return -ENOTCONN;
+    if (!graph_.graph().sinkNamed(description.deviceUID))
+        return -ENODEV;
+    const auto refusal = refusals_.find(description.deviceUID);
+    if (refusal != refusals_.end())
+        return refusal->second;
+    tap = nextID_++;
+    taps_.emplace(tap, Tap{description, "quenstal.tap." + std::to_string(tap)});
+    return 0;
+}
+
+PlatformStatus PipeWireAudioTaps::destroyProcessTap(AudioObjectID tap)
+{
+    return taps_.erase(tap) == 1 ? 0 : -ENODEV;
+}
+
+PlatformStatus PipeWireAudioTaps::tapUID(AudioObjectID tap, std::optional<std::string>& uid) const
+{
+    const auto found = taps_.find(tap);
+    if (found == taps_.end())
+        return -ENODEV;
+    uid = found->second.uid;
+    return 0;
+}
+
+PlatformStatus PipeWireAudioTaps::tapFormat(AudioObjectID tap, AudioStreamBasicDescription& format) const
+{
+    const auto found = taps_.find(tap);
+    if (found == taps_.end())
+        return -ENODEV;
+    const AudioGraph& graph = graph_.graph();
+    const auto target = graph.sinkNamed(found->second.description.deviceUID);
+    if (!target)
+        return -ENODEV;
+    const SinkNode& sink = graph.sinks.at(*target);
+    std::uint32_t rate = 0;
+    for (const auto& [id, device] : devices_) {
+        if (device->tap == tap && device->path)
+            rate = device->path->rate();
+    }
+    for (const std::uint32_t guess : {sink.rate, graph.clockRate, usualRate})
+        rate = rate == 0 ? guess : rate;
+    format = planarFloat(rate, sink.volume ? sink.volume->channels.size() : 2);
+    return 0;
+}
+
+PlatformStatus PipeWireAudioTaps::createAggregateDevice(
+    const AggregateDeviceDescription& description, AudioObjectID& device)
+{
+    const AudioObjectID tap = tapNamed(memberUID(description, AggregateDeviceKey::taps));
+    if (tap == 0)
+        return -ENODEV;
+    device = nextID_++;
+    auto made = std::make_unique<Device>();
+    made->targetName = memberUID(description, AggregateDeviceKey::subdevices);
+    made->tap = tap;
+    SoftwarePath::Setup setup{std::string(softwareNodePrefix) + uniquePart(description), made->targetName,
+        taps_.at(tap).description.excludedProcesses};
+    SoftwarePath::Events events{
+        [this, tap] { tapChanged_.notify(tap, TapChange::format); },
+        [this, id = device](int status) { ended(id, status); },
+    };
+    made->path = std::make_unique<SoftwarePath>(connection_, graph_, runLoop_, std::move(setup), std::move(events));
+    devices_.emplace(device, std::move(made));
+    return 0;
+}
+
+PlatformStatus PipeWireAudioTaps::destroyAggregateDevice(AudioObjectID device)
+{
+    const auto found = devices_.find(device);
+    if (found == devices_.end())
+        return -ENODEV;
+    auto path = std::move(found->second->path);
+    devices_.erase(found);
+    if (path)
+        retire(std::move(path));
+    return 0;
+}
+
+PlatformStatus PipeWireAudioTaps::createIOProcID(
+    AudioObjectID device, AudioIOProc procedure, void* clientData, AudioIOProcID& procedureID)
+{
+    const auto found = devices_.find(device);
+    if (found == devices_.end())
+        return -ENODEV;
+    if (!procedure || found->second->procedure)
+        return -EINVAL;
+    found->second->procedure = procedure;
+    found->second->clientData = clientData;
+    procedureID = found->second->procedureID();
+    return 0;
+}
+
+PlatformStatus PipeWireAudioTaps::destroyIOProcID(AudioObjectID device, AudioIOProcID procedureID)
+{
+    Device* const found = deviceWith(device, procedureID);
+    if (!found)
+        return -ENODEV;
+    found->procedure = nullptr;
+    return 0;
+}
+
+PlatformStatus PipeWireAudioTaps::startDevice(AudioObjectID device, AudioIOProcID procedureID)
+{
+    Device* const found = deviceWith(device, procedureID);
+    if (!found || !found->path)
+        return -ENODEV;
+    found->path->start(device, found->procedure, found->clientData);
+    return 0;
+}
+
+PlatformStatus PipeWireAudioTaps::stopDevice(AudioObjectID device, AudioIOProcID procedureID)
+{
+    Device* const found = deviceWith(device, procedureID);
+    if (!found)
+        return -ENODEV;
+    if (found->path)
+        found->path->stop();
+    return 0;
+}
+
+Cancellation PipeWireAudioTaps::onTapChanged(std::function<void(AudioObjectID, TapChange)> handler)
+{
+    return tapChanged_.add(std::move(handler));
+}
+
+std::uint64_t PipeWireAudioTaps::cycles() const
+{
+    std::uint64_t sum = 0;
+    for (const auto& [id, device] : devices_)
+        sum += device->path ? device->path->cycle().cycles() : 0;
+    return sum;
+}
+
+std::uint64_t PipeWireAudioTaps::repairedSamples() const
+{
+    std::uint64_t sum = earlierRepairs_;
+    for (const auto& [id, device] : devices_)
+        sum += device->path ? device->path->cycle().repairedSamples() : 0;
+    return sum;
+}
+
+void PipeWireAudioTaps::connected(pw_core&)
+{
+    refusals_.clear();
+}
+
+PipeWireAudioTaps::Device* PipeWireAudioTaps::deviceWith(AudioObjectID device, AudioIOProcID procedureID)
+{
+    const auto found = devices_.find(device);
+    const bool known
+        = found != devices_.end() && found->second->procedure && procedureID == found->second->procedureID();
+    return known ? found->second.get() : nullptr;
+}
+
+AudioObjectID PipeWireAudioTaps::tapNamed(const std::string& uid) const
+{
+    const auto found = std::ranges::find(taps_, uid, [](const auto& entry) { return entry.second.uid; });
+    return found == taps_.end() ? 0 : found->first;
+}
+
+void PipeWireAudioTaps::ended(AudioObjectID device, int status)
+{
+    const auto found = devices_.find(device);
+    if (found == devices_.end() || !found->second->path)
+        return;
+    // An output that went may come back; a refusal stays one.
+    if (status != -ENODEV)
+        refusals_[found->second->targetName] = status;
+    retire(std::move(found->second->path));
+    tapChanged_.notify(found->second->tap, TapChange::ended);
+}
+
+void PipeWireAudioTaps::retire(std::unique_ptr<SoftwarePath> path)
+{
+    earlierRepairs_ += path->cycle().repairedSamples();
+    path->stop();
+    path->whenDrained([this, drained = path.get()] {
+        std::erase_if(retiring_, [&](const auto& retired) { return retired.get() == drained; });
+    });
+    retiring_.push_back(std::move(path));
+}
+
+} // namespace quenstal

@@ -1,0 +1,84 @@
+#pragma once
+
+#include "QuenstalLinux/Audio/PipeWireGraph.hpp"
+#include "QuenstalLinux/Audio/SoftwarePath.hpp"
+#include "QuenstalPlatform/AudioTaps.hpp"
+#include "QuenstalPlatform/Notifier.hpp"
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace quenstal {
+
+/// Taps and aggregate devices over the server's streams: one pair of streams is the tap, the device and its procedure
+/// in one, and exists while the device is started. A tap's `deviceUID` is the output's name at the server.
+class PipeWireAudioTaps final : public AudioTaps, private PipeWireConnection::Listener {
+public:
+    /// All outlive it.
+    PipeWireAudioTaps(PipeWireConnection& connection, PipeWireGraph& graph, RunLoop& runLoop);
+    /// Waits a moment so that the server hears where the streams go.
+    ~PipeWireAudioTaps() override;
+
+    PlatformStatus translateProcessID(std::int32_t processID, AudioObjectID& processObject) const override;
+    PlatformStatus createProcessTap(const ProcessTapDescription& description, AudioObjectID& tap) override;
+    PlatformStatus destroyProcessTap(AudioObjectID tap) override;
+    PlatformStatus tapUID(AudioObjectID tap, std::optional<std::string>& uid) const override;
+    PlatformStatus tapFormat(AudioObjectID tap, AudioStreamBasicDescription& format) const override;
+    PlatformStatus createAggregateDevice(const AggregateDeviceDescription& description, AudioObjectID& device) override;
+    PlatformStatus destroyAggregateDevice(AudioObjectID device) override;
+    PlatformStatus createIOProcID(
+        AudioObjectID device, AudioIOProc procedure, void* clientData, AudioIOProcID& procedureID) override;
+    PlatformStatus destroyIOProcID(AudioObjectID device, AudioIOProcID procedureID) override;
+    PlatformStatus startDevice(AudioObjectID device, AudioIOProcID procedureID) override;
+    PlatformStatus stopDevice(AudioObjectID device, AudioIOProcID procedureID) override;
+    [[nodiscard]] Cancellation onTapChanged(std::function<void(AudioObjectID, TapChange)> handler) override;
+
+    /// Cycles of all running procedures; for tests and diagnostics.
+    std::uint64_t cycles() const;
+    /// Samples of other programs that were not finite or absurdly large; for diagnostics.
+    std::uint64_t repairedSamples() const;
+
+private:
+    struct Tap {
+        ProcessTapDescription description;
+        std::string uid;
+    };
+    struct Device {
+        std::string targetName;
+        AudioObjectID tap = 0;
+        AudioIOProc procedure = nullptr;
+        void* clientData = nullptr;
+        std::unique_ptr<SoftwarePath> path;
+
+        /// Its address is the identifier.
+        AudioIOProcID procedureID() { return reinterpret_cast<AudioIOProcID>(&procedure); }
+    };
+
+    void connected(pw_core&) override;
+    void disconnected() override { }
+    void refused(std::uint32_t, int) override { }
+
+    Device* deviceWith(AudioObjectID device, AudioIOProcID procedureID);
+    AudioObjectID tapNamed(const std::string& uid) const;
+    void ended(AudioObjectID device, int status);
+    void retire(std::unique_ptr<SoftwarePath> path);
+
+    PipeWireConnection& connection_;
+    PipeWireGraph& graph_;
+    RunLoop& runLoop_;
+    Notifier<AudioObjectID, TapChange> tapChanged_;
+    AudioObjectID nextID_;
+    std::map<AudioObjectID, Tap> taps_;
+    std::map<AudioObjectID, std::unique_ptr<Device>> devices_;
+    /// Stopped, and waiting for the streams to be back on their direct path.
+    std::vector<std::unique_ptr<SoftwarePath>> retiring_;
+    /// Why the last session on an output ended by itself, by the output's name. Told until the server is another one:
+    /// what it refuses, it refuses every time.
+    std::map<std::string, int> refusals_;
+    std::uint64_t earlierRepairs_ = 0;
+};
+
+} // namespace quenstal

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "QuenstalLinux/Audio/PipeWireHandles.hpp"
+#include "QuenstalPlatform/RunLoop.hpp"
+
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+namespace quenstal {
+
+/// The one connection to the audio server. Its control loop runs on the run loop; the only thread besides is the
+/// server library's data thread. While the server is away, the connection is tried again and again. Main thread.
+class PipeWireConnection {
+public:
+    /// Hears of the connection. Called on the run loop.
+    class Listener {
+    public:
+        virtual void connected(pw_core& core) = 0;
+        /// Everything that was made with the core is to be destroyed now. Later listeners hear it first.
+        virtual void disconnected() = 0;
+        /// The server refused something that was asked of the object with that number on this connection.
+        virtual void refused(std::uint32_t proxyID, int status) = 0;
+
+    protected:
+        ~Listener() = default;
+    };
+
+    /// The run loop outlives it.
+    explicit PipeWireConnection(RunLoop& runLoop);
+    ~PipeWireConnection();
+    PipeWireConnection(const PipeWireConnection&) = delete;
+    PipeWireConnection& operator=(const PipeWireConnection&) = delete;
+
+    /// The listener hears of the present connection at once, and outlives the listening.
+    void addListener(Listener& listener);
+    void removeListener(Listener& listener);
+
+    /// Null while the server is away.
+    pw_core* core() const { return core_.get(); }
+    pw_loop& loop() const { return *loop_; }
+    /// The number that the server gave this program; none until it is known.
+    std::optional<std::uint32_t> clientNumber() const;
+    /// Serves the connection for that long, without the run loop: for the last words of the program only.
+    void runFor(RunLoop::Duration duration);
+
+private:
+    struct Events;
+
+    void tryToConnect();
+    void lose();
+    void retryLater();
+
+    RunLoop& runLoop_;
+    PipeWireLibrary library_;
+    PipeWireLoop loop_;
+    PipeWireContext context_;
+    PipeWireHook coreHook_;
+    PipeWireCore core_;
+    std::vector<Listener*> listeners_;
+    Cancellation loopWatch_;
+    Cancellation pendingLoss_;
+    Cancellation retry_;
+    int attempts_ = 0;
+};
+
+} // namespace quenstal

@@ -1,0 +1,92 @@
+#pragma once
+
+#include "QuenstalLinux/Audio/AudioGraph.hpp"
+#include "QuenstalLinux/Audio/PipeWireConnection.hpp"
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace quenstal {
+
+enum class GraphChange {
+    /// Sinks came, went or were told more about, or another one is the default.
+    outputs,
+    volumes,
+    /// Streams came, went, or flow elsewhere.
+    streams,
+    /// The session manager came or went.
+    session,
+};
+
+/// A mirror of the server's nodes, cards, routes, links and metadata, kept by the server's own announcements, so that
+/// reading never waits. Main thread.
+class PipeWireGraph final : private PipeWireConnection::Listener {
+public:
+    class Observer {
+    public:
+        virtual void graphChanged(GraphChange change) = 0;
+
+    protected:
+        ~Observer() = default;
+    };
+
+    /// Both outlive it.
+    PipeWireGraph(PipeWireConnection& connection, RunLoop& runLoop, SoundCardRoots soundCards = {});
+    ~PipeWireGraph();
+    PipeWireGraph(const PipeWireGraph&) = delete;
+    PipeWireGraph& operator=(const PipeWireGraph&) = delete;
+
+    const AudioGraph& graph() const { return graph_; }
+    /// The card that the sink belongs to, and the route that it plays through. Null when there is none.
+    const CardDevice* cardOf(const SinkNode& sink) const;
+    const OutputRoute* routeOf(const SinkNode& sink) const;
+
+    /// Through the card's route when the sink has one. False when the sink has gone.
+    bool writeVolume(std::uint32_t sink, const AudioVolume& volume);
+    /// Whether requests for the sink's volume travel through the object with that number on this connection.
+    bool writesVolumeThrough(std::uint32_t sink, std::uint32_t proxyID) const;
+    /// Tells the session manager where the stream should play; none leaves it to the session manager.
+    void setStreamTarget(std::uint32_t stream, const std::optional<StreamTarget>& target);
+
+    void addObserver(Observer& observer) { observers_.push_back(&observer); }
+    void removeObserver(Observer& observer) { std::erase(observers_, &observer); }
+
+private:
+    struct Events;
+    struct BoundSink;
+    struct BoundCard;
+    struct BoundMetadata;
+
+    void connected(pw_core& core) override;
+    void disconnected() override;
+    void refused(std::uint32_t, int) override { }
+
+    void added(std::uint32_t id, std::string_view type, const AudioProperties& properties);
+    void removed(std::uint32_t id);
+    void addNode(std::uint32_t id, const AudioProperties& properties);
+    void addMetadata(std::uint32_t id, const std::string& name);
+    void removeMetadata(std::uint32_t id);
+    void metadataSet(
+        const std::string& name, std::uint32_t subject, const char* key, const char* type, const char* value);
+    void defaultMetadataSet(std::uint32_t subject, const char* key, const char* type, const char* value);
+    void askForRoutes();
+    void updateEld(SinkNode& sink) const;
+    void changed(GraphChange change);
+
+    PipeWireConnection& connection_;
+    RunLoop& runLoop_;
+    const SoundCardRoots soundCards_;
+    AudioGraph graph_;
+    std::vector<Observer*> observers_;
+    PipeWireHook registryHook_;
+    PipeWireProxy<pw_registry> registry_;
+    std::map<std::uint32_t, std::unique_ptr<BoundSink>> sinks_;
+    std::map<std::uint32_t, std::unique_ptr<BoundCard>> cards_;
+    std::map<std::uint32_t, std::unique_ptr<BoundMetadata>> metadata_;
+    Cancellation askAgain_;
+};
+
+} // namespace quenstal

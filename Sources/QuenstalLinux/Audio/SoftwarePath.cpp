@@ -1,0 +1,152 @@
+#include "QuenstalLinux/Audio/SoftwarePath.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include <spa/param/audio/raw.h>
+#include <system_error>
+
+namespace quenstal {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// The session manager moves a stream within a few cycles of being asked.
+constexpr auto drainTime = 150ms;
+
+std::vector<std::uint32_t> positionsOf(const SinkNode& sink)
+{
+    if (sink.volume && !sink.volume->positions.empty())
+        return sink.volume->positions;
+    return {SPA_AUDIO_CHANNEL_FL, SPA_AUDIO_CHANNEL_FR};
+}
+
+} // namespace
+
+SoftwarePath::SoftwarePath(
+    PipeWireConnection& connection, PipeWireGraph& graph, RunLoop& runLoop, Setup setup, Events events)
+    : connection_(connection)
+    , graph_(graph)
+    , runLoop_(runLoop)
+    , setup_(std::move(setup))
+    , events_(std::move(events))
+    , router_(graph, setup_.targetName, setup_.excludedClients)
+{
+    graph_.addObserver(*this);
+    connection_.addListener(*this);
+}
+
+SoftwarePath::~SoftwarePath()
+{
+    connection_.removeListener(*this);
+    graph_.removeObserver(*this);
+    cycle_.clearProcedure();
+    router_.release();
+}
+
+void SoftwarePath::start(AudioObjectID device, AudioIOProc procedure, void* clientData)
+{
+    cycle_.setProcedure(device, procedure, clientData);
+    wanted_ = true;
+    buildWhenPossible();
+}
+
+void SoftwarePath::stop()
+{
+    cycle_.clearProcedure();
+    wanted_ = false;
+    pendingEnd_.reset();
+    pendingFormat_.reset();
+    router_.release();
+}
+
+void SoftwarePath::whenDrained(std::function<void()> task)
+{
+    draining_ = runLoop_.after(streams_ ? drainTime : 0ms, std::move(task));
+}
+
+void SoftwarePath::buildWhenPossible()
+{
+    const auto target = graph_.graph().sinkNamed(setup_.targetName);
+    if (!wanted_ || streams_ || pendingEnd_ || !connection_.core() || !graph_.graph().hasSession || !target)
+        return;
+    targetSeen_ = true;
+    positions_ = positionsOf(graph_.graph().sinks.at(*target));
+    StreamPair::Owner& owner = *this;
+    try {
+        streams_ = std::make_unique<StreamPair>(
+            connection_, StreamPair::Setup{setup_.nodeName, setup_.targetName, positions_}, cycle_, owner);
+    } catch (const std::system_error& error) {
+        endLater(-error.code().value());
+    }
+}
+
+void SoftwarePath::dropStreams()
+{
+    router_.forget();
+    streams_.reset();
+}
+
+void SoftwarePath::endLater(int status)
+{
+    if (wanted_ && !pendingEnd_)
+        pendingEnd_ = runLoop_.after({}, [this, status] { events_.ended(status); });
+}
+
+void SoftwarePath::graphChanged(GraphChange change)
+{
+    const AudioGraph& graph = graph_.graph();
+    switch (change) {
+    case GraphChange::session:
+        if (!graph.hasSession)
+            dropStreams();
+        break;
+    case GraphChange::outputs:
+    case GraphChange::volumes: {
+        const auto target = graph.sinkNamed(setup_.targetName);
+        if (!target && targetSeen_ && graph.hasSession)
+            endLater(-ENODEV);
+        // The output has other speakers now: streams made for the old ones would be mixed.
+        if (target && streams_ && positionsOf(graph.sinks.at(*target)) != positions_)
+            dropStreams();
+        break;
+    }
+    case GraphChange::streams:
+        if (streams_ && wanted_)
+            router_.route(streams_->captureNode());
+        break;
+    }
+    buildWhenPossible();
+}
+
+void SoftwarePath::disconnected()
+{
+    dropStreams();
+    targetSeen_ = false;
+}
+
+void SoftwarePath::refused(std::uint32_t, int status)
+{
+    lastRefusal_ = status;
+}
+
+void SoftwarePath::streamsAdvanced()
+{
+    // Within the constructor of the pair there is nothing to route yet.
+    if (streams_ && wanted_)
+        router_.route(streams_->captureNode());
+}
+
+void SoftwarePath::streamsFailed()
+{
+    endLater(lastRefusal_ != 0 ? lastRefusal_ : -EIO);
+}
+
+void SoftwarePath::rateChanged()
+{
+    pendingFormat_ = runLoop_.after({}, [this] { events_.formatChanged(); });
+}
+
+} // namespace quenstal

@@ -1,0 +1,70 @@
+#include "AudioSessionTest.hpp"
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+
+namespace quenstal {
+
+namespace {
+
+constexpr const char* outputs[] = {"monitor", "monitor2", "surround", "usb", "builtin"};
+
+} // namespace
+
+std::string outputOf(const std::string& command)
+{
+    FILE* const pipe = popen(command.c_str(), "r");
+    std::string text;
+    std::array<char, 256> piece{};
+    while (std::fgets(piece.data(), piece.size(), pipe))
+        text += piece.data();
+    EXPECT_EQ(pclose(pipe), 0) << command;
+    if (text.ends_with('\n'))
+        text.pop_back();
+    return text;
+}
+
+void AudioSessionTest::SetUp()
+{
+    if (!std::getenv("QUENSTAL_AUDIO_SESSION"))
+        GTEST_SKIP() << "no private audio session";
+    parts = std::make_unique<Parts>(loop);
+}
+
+void AudioSessionTest::TearDown()
+{
+    parts.reset();
+    if (!std::getenv("QUENSTAL_AUDIO_SESSION"))
+        return;
+    for (const char* const output : outputs)
+        session(std::string("unplug ") + output);
+}
+
+void AudioSessionTest::session(const std::string& command)
+{
+    outputOf(std::string(AUDIO_SESSION_SCRIPT) + ' ' + command);
+}
+
+AudioOutputDevice AudioSessionTest::plugInDefault(const std::string& name, const std::string& uid)
+{
+    session("plug " + name);
+    EXPECT_TRUE(waitForDefault(uid));
+    return defaultOutput().value_or(AudioOutputDevice{});
+}
+
+bool AudioSessionTest::waitForDefault(const std::string& uid)
+{
+    return loop.runUntil([&] {
+        const auto device = defaultOutput();
+        return device && device->coreAudioUID == uid;
+    });
+}
+
+bool AudioSessionTest::waitForCycles()
+{
+    const auto before = parts->taps.cycles();
+    return loop.runUntil([&] { return parts->taps.cycles() > before + 1; });
+}
+
+} // namespace quenstal

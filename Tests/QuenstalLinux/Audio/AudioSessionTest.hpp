@@ -1,0 +1,61 @@
+#pragma once
+
+#include "QuenstalApp/NativeAdapters.hpp"
+#include "QuenstalLinux/Audio/PipeWireAudioObjects.hpp"
+#include "QuenstalLinux/Audio/PipeWireAudioTaps.hpp"
+#include "Support/AudioSession/AudioProbe.hpp"
+#include "Support/EpollRunLoop.hpp"
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace quenstal {
+
+inline constexpr const char* monitorUID = "alsa_output.pci-0000_01_00.1.hdmi-stereo";
+inline constexpr const char* secondMonitorUID = "alsa_output.pci-0000_01_00.1.hdmi-stereo-extra1";
+inline constexpr const char* surroundUID = "alsa_output.pci-0000_01_00.1.hdmi-surround";
+inline constexpr const char* usbUID = "alsa_output.usb-Simulated_DAC-00.analog-stereo";
+
+/// What a shell command prints, without the last line's end. Fails the test when the command fails.
+std::string outputOf(const std::string& command);
+
+/// This program in a real audio session of its own, with the adapters on top. Skips where no session can be had.
+struct AudioSessionTest : testing::Test {
+    void SetUp() override;
+    void TearDown() override;
+
+    /// One word of tools/audio_session.sh: "plug", "unplug", "stop", "start".
+    static void session(const std::string& command);
+    /// Plugs the output in, and waits until it is the default.
+    AudioOutputDevice plugInDefault(const std::string& name, const std::string& uid);
+    std::optional<AudioOutputDevice> defaultOutput() { return provider().defaultOutputDevice(); }
+    bool waitForDefault(const std::string& uid);
+    CoreAudioDeviceProvider provider() { return CoreAudioDeviceProvider(parts->objects); }
+    /// Waits until the procedure runs.
+    bool waitForCycles();
+
+    /// Everything between the run loop and the adapters.
+    struct Parts {
+        explicit Parts(EpollRunLoop& loop)
+            : connection(loop)
+            , graph(connection, loop)
+            , objects(connection, graph, loop)
+            , taps(connection, graph, loop)
+        {
+        }
+        PipeWireConnection connection;
+        PipeWireGraph graph;
+        PipeWireAudioObjects objects;
+        PipeWireAudioTaps taps;
+        CoreAudioTapSoftwareVolumeController software{taps};
+        CoreAudioSystemVolumeController system{objects};
+    };
+
+    EpollRunLoop loop;
+    std::unique_ptr<Parts> parts;
+};
+
+} // namespace quenstal

@@ -1,0 +1,120 @@
+#include "AudioSessionTest.hpp"
+
+#include <cmath>
+#include <utility>
+
+namespace quenstal {
+namespace {
+
+struct OutputTest : AudioSessionTest {
+    /// Plugged in, and at the volume that the session manager gives it, which is not the card's own.
+    AudioOutputDevice plugInUsb()
+    {
+        const AudioOutputDevice device = plugInDefault("usb", usbUID);
+        EXPECT_TRUE(waitForLevel(device, [](double level) { return level < 0.999; }));
+        // What is to be told about that is told now.
+        bool told = false;
+        loop.post([&] { told = true; });
+        EXPECT_TRUE(loop.runUntil([&] { return told; }));
+        return defaultOutput().value_or(device);
+    }
+    bool waitForLevel(const AudioOutputDevice& device, const std::function<bool(double)>& fits)
+    {
+        return loop.runUntil(
+            [&] { return defaultOutput()->supportsNativeVolume && fits(parts->system.readVolume(device).level); });
+    }
+};
+
+TEST_F(OutputTest, aMonitorIsAnOutputOfFixedVolume)
+{
+    const AudioOutputDevice device = plugInDefault("monitor", monitorUID);
+    EXPECT_EQ(device.name, "Simulated Monitor");
+    EXPECT_EQ(device.transport, AudioTransport::hdmi);
+    EXPECT_FALSE(device.supportsNativeVolume);
+    EXPECT_THROW(parts->system.readVolume(device), QuenstalError);
+}
+
+TEST_F(OutputTest, everyOutputHasItsTransportAndItsVolume)
+{
+    const struct {
+        const char* name;
+        const char* uid;
+        AudioTransport transport;
+        bool nativeVolume;
+    } rows[] = {
+        {"builtin", "alsa_output.pci-0000_00_1f.3.analog-stereo", AudioTransport::builtIn, true},
+        {"usb", usbUID, AudioTransport::usb, true},
+        {"monitor2", secondMonitorUID, AudioTransport::hdmi, false},
+    };
+    for (const auto& row : rows) {
+        const AudioOutputDevice device = plugInDefault(row.name, row.uid);
+        // The card may be announced after the output.
+        EXPECT_TRUE(loop.runUntil([&] { return defaultOutput()->transport == row.transport; })) << row.name;
+        EXPECT_TRUE(loop.runUntil([&] { return defaultOutput()->supportsNativeVolume == row.nativeVolume; }))
+            << row.name;
+    }
+}
+
+TEST_F(OutputTest, theDefaultFollowsWhatIsPluggedInAndOut)
+{
+    int changes = 0;
+    const auto watch = parts->objects.onOutputsChanged([&] { ++changes; });
+    const AudioOutputDevice monitor = plugInDefault("monitor", monitorUID);
+    EXPECT_GT(changes, 0);
+    session("plug usb");
+    session("unplug monitor");
+    EXPECT_TRUE(waitForDefault(usbUID));
+    session("unplug usb");
+    EXPECT_TRUE(loop.runUntil([&] { return !defaultOutput(); })) << "the stand-in of the server is no output";
+    EXPECT_THROW(parts->system.readVolume(monitor), QuenstalError);
+    EXPECT_EQ(plugInDefault("monitor", monitorUID).id, monitor.id) << "the number goes with the name";
+}
+
+TEST_F(OutputTest, theVolumeIsTheOneThatTheDesktopShows)
+{
+    const AudioOutputDevice device = plugInUsb();
+    for (const auto& [level, shown] : {std::pair(0.5, "Volume: 0.50"), std::pair(0.25, "Volume: 0.25")}) {
+        parts->system.setVolume({level, false}, device);
+        EXPECT_NEAR(parts->system.readVolume(device).level, level, 1e-6) << "what was set is read at once";
+        EXPECT_TRUE(loop.runUntil([&] { return outputOf("wpctl get-volume @DEFAULT_AUDIO_SINK@") == shown; }));
+    }
+    parts->system.setVolume({0.25, true}, device);
+    EXPECT_TRUE(
+        loop.runUntil([&] { return outputOf("wpctl get-volume @DEFAULT_AUDIO_SINK@") == "Volume: 0.25 [MUTED]"; }));
+    EXPECT_TRUE(parts->system.readVolume(device).isMuted);
+}
+
+TEST_F(OutputTest, aVolumeChangedElsewhereIsReportedAndReadOurOwnIsNot)
+{
+    const AudioOutputDevice device = plugInUsb();
+    int reports = 0;
+    const auto watch = parts->objects.onVolumeChangedElsewhere([&](AudioObjectID) { ++reports; });
+    parts->system.setVolume({0.9, false}, device);
+    loop.runUntil([&] { return outputOf("wpctl get-volume @DEFAULT_AUDIO_SINK@") == "Volume: 0.90"; });
+    EXPECT_EQ(reports, 0);
+    outputOf("wpctl set-volume @DEFAULT_AUDIO_SINK@ 0.7");
+    EXPECT_TRUE(loop.runUntil([&] { return reports > 0; }));
+    EXPECT_TRUE(waitForLevel(device, [](double level) { return std::abs(level - 0.7) < 0.001; }));
+    outputOf("wpctl set-mute @DEFAULT_AUDIO_SINK@ 1");
+    EXPECT_TRUE(loop.runUntil([&] { return parts->system.readVolume(device).isMuted; }));
+}
+
+TEST_F(OutputTest, theServerIsWaitedForAndFoundAgain)
+{
+    const AudioOutputDevice monitor = plugInDefault("monitor", monitorUID);
+    session("stop server");
+    EXPECT_TRUE(loop.runUntil([&] { return !defaultOutput(); }));
+    EXPECT_THROW(parts->software.setVolume({0.5, false}, monitor), QuenstalError);
+    session("unplug monitor");
+    parts = std::make_unique<Parts>(loop);
+    EXPECT_EQ(defaultOutput(), std::nullopt) << "started without a server";
+    session("stop manager");
+    session("stop pulse");
+    session("start server");
+    session("start manager");
+    session("start pulse");
+    EXPECT_EQ(plugInDefault("monitor", monitorUID).name, "Simulated Monitor");
+}
+
+} // namespace
+} // namespace quenstal

@@ -1,0 +1,166 @@
+#include "Support/EpollRunLoop.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <system_error>
+#include <unistd.h>
+
+namespace quenstal {
+
+namespace {
+
+/// A condition may come true on another thread, which wakes nobody.
+constexpr auto longestLook = std::chrono::milliseconds(5);
+
+} // namespace
+
+class EpollRunLoop::Registration final : public Interface {
+public:
+    Registration(EpollRunLoop& loop, Key key)
+        : loop_(loop)
+        , key_(key)
+    {
+    }
+    ~Registration() override
+    {
+        loop_.timers_.erase(key_);
+        const auto watch = loop_.watches_.extract(key_);
+        if (!watch.empty())
+            epoll_ctl(loop_.epoll_, EPOLL_CTL_DEL, watch.mapped().descriptor, nullptr);
+    }
+
+private:
+    EpollRunLoop& loop_;
+    Key key_;
+};
+
+EpollRunLoop::EpollRunLoop()
+    : epoll_(epoll_create1(EPOLL_CLOEXEC))
+    , wakeEvent_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+{
+    epoll_event event{};
+    event.events = EPOLLIN;
+    if (epoll_ctl(epoll_, EPOLL_CTL_ADD, wakeEvent_, &event) != 0)
+        throw std::system_error(errno, std::generic_category(), "epoll_ctl");
+}
+
+EpollRunLoop::~EpollRunLoop()
+{
+    close(wakeEvent_);
+    close(epoll_);
+}
+
+void EpollRunLoop::post(Task task)
+{
+    {
+        const std::lock_guard lock(mutex_);
+        posted_.push_back(std::move(task));
+    }
+    wake();
+}
+
+Cancellation EpollRunLoop::after(Duration delay, Task task)
+{
+    return addTimer(delay, {}, std::move(task));
+}
+
+Cancellation EpollRunLoop::repeat(Duration interval, Task task)
+{
+    return addTimer(interval, interval, std::move(task));
+}
+
+Cancellation EpollRunLoop::addTimer(Duration delay, Duration interval, Task task)
+{
+    timers_.emplace(++nextKey_, Timer{steadyNow() + delay, interval, std::move(task)});
+    return std::make_unique<Registration>(*this, nextKey_);
+}
+
+Cancellation EpollRunLoop::watchReadable(int descriptor, Task task)
+{
+    watches_.emplace(++nextKey_, Watch{descriptor, std::move(task)});
+    epoll_event event{};
+    event.events = EPOLLIN;
+    event.data.u64 = nextKey_;
+    if (epoll_ctl(epoll_, EPOLL_CTL_ADD, descriptor, &event) != 0)
+        throw std::system_error(errno, std::generic_category(), "epoll_ctl");
+    return std::make_unique<Registration>(*this, nextKey_);
+}
+
+bool EpollRunLoop::runUntil(const std::function<bool()>& condition, Duration limit)
+{
+    const SteadyTime end = steadyNow() + limit;
+    while (!condition()) {
+        if (steadyNow() >= end)
+            return false;
+        if (!runPosted() && !runDueTimer())
+            waitUntil(std::min(end, steadyNow() + longestLook));
+    }
+    return true;
+}
+
+void EpollRunLoop::runFor(Duration duration)
+{
+    runUntil([] { return false; }, duration);
+}
+
+bool EpollRunLoop::runPosted()
+{
+    Task task;
+    {
+        const std::lock_guard lock(mutex_);
+        if (posted_.empty())
+            return false;
+        task = std::move(posted_.front());
+        posted_.pop_front();
+    }
+    task();
+    return true;
+}
+
+bool EpollRunLoop::runDueTimer()
+{
+    const auto entry = std::ranges::min_element(timers_, {}, [](const auto& timer) { return timer.second.due; });
+    if (entry == timers_.end() || entry->second.due > steadyNow())
+        return false;
+    // A copy: the task may cancel its own timer.
+    const Task task = entry->second.task;
+    if (entry->second.interval > Duration::zero())
+        entry->second.due = steadyNow() + entry->second.interval;
+    else
+        timers_.erase(entry);
+    task();
+    return true;
+}
+
+void EpollRunLoop::waitUntil(SteadyTime end)
+{
+    for (const auto& [key, timer] : timers_)
+        end = std::min(end, timer.due);
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(std::max(end - steadyNow(), Duration::zero()));
+    epoll_event event{};
+    if (epoll_wait(epoll_, &event, 1, static_cast<int>(left.count())) != 1)
+        return;
+    ++wakeUps_;
+    if (event.data.u64 == 0) {
+        std::uint64_t count = 0;
+        [[maybe_unused]] const auto bytes = read(wakeEvent_, &count, sizeof count);
+        return;
+    }
+    const auto watch = watches_.find(event.data.u64);
+    if (watch == watches_.end())
+        return;
+    const Task task = watch->second.task;
+    task();
+}
+
+void EpollRunLoop::wake() const
+{
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const auto bytes = write(wakeEvent_, &one, sizeof one);
+}
+
+} // namespace quenstal

@@ -1,0 +1,68 @@
+#pragma once
+
+#include "QuenstalPlatform/RunLoop.hpp"
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+namespace quenstal {
+
+/// A run loop in real time, for tests of what talks to real servers and devices. The thread that makes it is the main
+/// thread.
+class EpollRunLoop final : public RunLoop {
+public:
+    EpollRunLoop();
+    ~EpollRunLoop() override;
+
+    void post(Task task) override;
+    [[nodiscard]] Cancellation after(Duration delay, Task task) override;
+    [[nodiscard]] Cancellation repeat(Duration interval, Task task) override;
+    [[nodiscard]] Cancellation watchReadable(int descriptor, Task task) override;
+    SteadyTime steadyNow() const override { return std::chrono::steady_clock::now(); }
+    WallTime wallNow() const override { return std::chrono::system_clock::now(); }
+    bool isMainThread() const override { return std::this_thread::get_id() == mainThread_; }
+
+    /// Runs turns until the condition holds. False when it does not within the limit.
+    bool runUntil(const std::function<bool()>& condition, Duration limit = std::chrono::seconds(10));
+    void runFor(Duration duration);
+    /// Times that the loop woke up since it was made.
+    std::uint64_t wakeUps() const { return wakeUps_; }
+
+private:
+    class Registration;
+    struct Timer {
+        SteadyTime due;
+        /// Zero for a single shot.
+        Duration interval;
+        Task task;
+    };
+    struct Watch {
+        int descriptor;
+        Task task;
+    };
+    using Key = std::uint64_t;
+
+    Cancellation addTimer(Duration delay, Duration interval, Task task);
+    bool runPosted();
+    bool runDueTimer();
+    /// Waits for an event until that time at the latest, and runs what it woke up for.
+    void waitUntil(SteadyTime end);
+    void wake() const;
+
+    const std::thread::id mainThread_ = std::this_thread::get_id();
+    std::mutex mutex_; // guards posted_
+    std::deque<Task> posted_;
+    int epoll_;
+    int wakeEvent_;
+    Key nextKey_ = 0;
+    std::map<Key, Timer> timers_;
+    std::map<Key, Watch> watches_;
+    std::uint64_t wakeUps_ = 0;
+};
+
+} // namespace quenstal
