@@ -1,0 +1,44 @@
+#pragma once
+
+#include "QuenstalPlatform/RunLoop.hpp"
+
+#include <memory>
+#include <string>
+
+#include <systemd/sd-bus.h>
+
+namespace quenstal {
+
+struct ReleaseBus {
+    void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
+};
+
+/// A message bus whose messages are handled on the run loop. Main thread.
+class BusConnection {
+public:
+    enum class Which { system, session };
+
+    /// Without a bus, or with one that goes away, nothing ever arrives. The run loop outlives this.
+    BusConnection(RunLoop& runLoop, Which which);
+    /// At an address of its own.
+    BusConnection(RunLoop& runLoop, const std::string& address);
+
+    /// Null without a bus.
+    sd_bus* get() const { return bus_.get(); }
+    explicit operator bool() const { return bus_ != nullptr; }
+
+    /// Calls the handler for every signal of that name from anyone, for as long as the connection lives.
+    void addSignal(const char* interface, const char* member, sd_bus_message_handler_t handler, void* userData);
+    /// Handles what has arrived, and sends what waits to be sent.
+    void process();
+
+private:
+    void watch();
+
+    RunLoop& runLoop_;
+    std::unique_ptr<sd_bus, ReleaseBus> bus_;
+    Cancellation watch_;
+    Cancellation firstTurn_;
+};
+
+} // namespace quenstal

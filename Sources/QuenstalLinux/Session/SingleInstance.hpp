@@ -1,0 +1,40 @@
+#pragma once
+
+#include "QuenstalLinux/Session/BusConnection.hpp"
+#include "QuenstalPlatform/RunLoop.hpp"
+
+#include <memory>
+
+namespace quenstal {
+
+/// One instance a session: the one that owns the program's name on the session bus. Main thread.
+class SingleInstance {
+public:
+    static constexpr const char* busName = "app.quenstal.Quenstal";
+
+    /// Tries to become the one. The bus outlives this. Without a bus every instance is the first.
+    explicit SingleInstance(BusConnection& sessionBus);
+    SingleInstance(const SingleInstance&) = delete;
+    SingleInstance& operator=(const SingleInstance&) = delete;
+
+    bool isFirst() const { return isFirst_; }
+    /// Asks the first instance to show itself. False when it does not answer.
+    bool activateFirst();
+    /// Runs the task whenever another start, or the desktop, asks this instance to show itself.
+    void onActivated(RunLoop::Task task) { activated_ = std::move(task); }
+
+private:
+    struct ReleaseSlot {
+        void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
+    };
+
+    static int activate(sd_bus_message* message, void* userData, sd_bus_error* error);
+    static int ignore(sd_bus_message* message, void* userData, sd_bus_error* error);
+
+    BusConnection& sessionBus_;
+    std::unique_ptr<sd_bus_slot, ReleaseSlot> object_;
+    bool isFirst_ = true;
+    RunLoop::Task activated_;
+};
+
+} // namespace quenstal

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "QuenstalPlatform/RunLoop.hpp"
+
+#include <QObject>
+
+namespace quenstal {
+
+/// The toolkit's event loop. Made on the main thread, after the application object. What was posted and has not run
+/// when it goes never runs.
+class QtRunLoop final : public RunLoop {
+public:
+    void post(Task task) override;
+    [[nodiscard]] Cancellation after(Duration delay, Task task) override;
+    [[nodiscard]] Cancellation repeat(Duration interval, Task task) override;
+    [[nodiscard]] Cancellation watchReadable(int descriptor, Task task) override;
+    SteadyTime steadyNow() const override { return std::chrono::steady_clock::now(); }
+    WallTime wallNow() const override { return std::chrono::system_clock::now(); }
+    bool isMainThread() const override;
+
+private:
+    /// Lives on the main thread and takes what is posted down with it.
+    QObject context_;
+};
+
+} // namespace quenstal

@@ -1,0 +1,176 @@
+// Sleep, wake and the single instance over a real message bus of the test's own.
+
+#include "QuenstalLinux/Session/LogindWake.hpp"
+#include "QuenstalLinux/Session/SingleInstance.hpp"
+#include "QuenstalSimulation/SimulatedRunLoop.hpp"
+#include "Support/PrivateXServer.hpp"
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+
+namespace quenstal {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+/// A message bus with nobody on it but the test.
+class PrivateBus {
+public:
+    PrivateBus()
+    {
+        std::array<int, 2> output{};
+        if (pipe2(output.data(), 0) != 0)
+            return;
+        const std::string print = "--print-address=" + std::to_string(output[1]);
+        process_ = fork();
+        if (process_ == 0) {
+            close(output[0]);
+            execlp("dbus-daemon", "dbus-daemon", "--session", "--nofork", "--nopidfile", print.c_str(),
+                static_cast<char*>(nullptr));
+            _exit(127);
+        }
+        close(output[1]);
+        char letter = 0;
+        while (read(output[0], &letter, 1) == 1 && letter != '\n')
+            address_ += letter;
+        close(output[0]);
+    }
+    PrivateBus(const PrivateBus&) = delete;
+    PrivateBus& operator=(const PrivateBus&) = delete;
+    ~PrivateBus() { stop(); }
+
+    const std::string& address() const { return address_; }
+    void stop()
+    {
+        if (process_ <= 0)
+            return;
+        kill(process_, SIGTERM);
+        waitpid(process_, nullptr, 0);
+        process_ = -1;
+    }
+
+private:
+    pid_t process_ = -1;
+    std::string address_;
+};
+
+struct SessionBusTest : testing::Test {
+    void SetUp() override
+    {
+        if (bus.address().empty())
+            GTEST_SKIP() << "dbus-daemon is not installed";
+    }
+
+    bool eventually(const std::function<bool()>& holds)
+    {
+        const auto limit = std::chrono::steady_clock::now() + 5s;
+        while (!holds()) {
+            if (std::chrono::steady_clock::now() > limit)
+                return false;
+            loop.runUntilIdle();
+            poll(nullptr, 0, 1);
+        }
+        return true;
+    }
+    /// Everything sent on the connection before this has reached the bus, and its answers are here.
+    static void roundTrip(BusConnection& connection)
+    {
+        sd_bus_call_method(connection.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+            "GetId", nullptr, nullptr, "");
+    }
+
+    PrivateBus bus;
+    SimulatedRunLoop loop;
+};
+
+TEST_F(SessionBusTest, sleepAndWakeAreToldInTheirOrder)
+{
+    BusConnection ours(loop, bus.address());
+    LogindWake wake(loop, ours, ours);
+    std::vector<std::string> told;
+    const auto sleeping = wake.onWillSleep([&] { told.emplace_back("will sleep"); });
+    const auto waking = wake.onDidWake([&] { told.emplace_back("did wake"); });
+    const auto screens = wake.onScreensDidWake([&] { told.emplace_back("screens did wake"); });
+    roundTrip(ours);
+
+    BusConnection logind(loop, bus.address());
+    const auto emit = [&](const char* interface, const char* member, int flag) {
+        sd_bus_emit_signal(logind.get(), "/some/path", interface, member, "b", flag);
+    };
+    emit("org.freedesktop.login1.Manager", "PrepareForSleep", 1);
+    emit("org.freedesktop.login1.Manager", "PrepareForSleep", 0);
+    emit("org.freedesktop.ScreenSaver", "ActiveChanged", 1);
+    emit("org.gnome.ScreenSaver", "ActiveChanged", 0);
+    sd_bus_emit_signal(logind.get(), "/some/path", "org.freedesktop.login1.Manager", "PrepareForSleep", "s", "no flag");
+    sd_bus_flush(logind.get());
+    ASSERT_TRUE(eventually([&] { return told.size() >= 3; }));
+    roundTrip(ours);
+    loop.runUntilIdle();
+    EXPECT_THAT(told, ElementsAre("will sleep", "did wake", "screens did wake"));
+}
+
+TEST_F(SessionBusTest, theSecondInstanceIsToldSoAndShowsTheFirst)
+{
+    BusConnection firstBus(loop, bus.address());
+    SingleInstance first(firstBus);
+    EXPECT_TRUE(first.isFirst());
+    int activations = 0;
+    first.onActivated([&] { ++activations; });
+
+    bool secondIsFirst = true;
+    bool isAnswered = false;
+    std::thread secondProcess([&] {
+        SimulatedRunLoop itsLoop;
+        BusConnection itsBus(itsLoop, bus.address());
+        SingleInstance second(itsBus);
+        secondIsFirst = second.isFirst();
+        isAnswered = second.activateFirst();
+    });
+    EXPECT_TRUE(eventually([&] { return activations == 1; }));
+    loop.runUntilIdle();
+    secondProcess.join();
+    EXPECT_FALSE(secondIsFirst);
+    EXPECT_TRUE(isAnswered);
+}
+
+TEST_F(SessionBusTest, whenTheFirstHasEndedTheNextIsTheFirst)
+{
+    {
+        BusConnection bus1(loop, bus.address());
+        SingleInstance first(bus1);
+        EXPECT_TRUE(first.isFirst());
+    }
+    BusConnection bus2(loop, bus.address());
+    EXPECT_TRUE(SingleInstance(bus2).isFirst());
+}
+
+TEST_F(SessionBusTest, withoutABusNothingIsToldAndEveryInstanceIsTheFirst)
+{
+    BusConnection none(loop, "unix:path=/nowhere/at/all");
+    EXPECT_FALSE(none);
+    LogindWake wake(loop, none, none);
+    SingleInstance instance(none);
+    EXPECT_TRUE(instance.isFirst());
+    loop.runUntilIdle();
+}
+
+TEST_F(SessionBusTest, aBusThatGoesAwayDoesNotKeepTheLoopBusy)
+{
+    BusConnection ours(loop, bus.address());
+    LogindWake wake(loop, ours, ours);
+    bus.stop();
+    EXPECT_TRUE(eventually([&] { return !ours; }));
+    EXPECT_FALSE(loop.runOneTurn());
+}
+
+} // namespace
+} // namespace quenstal
