@@ -1,0 +1,136 @@
+#include "QuenstalLinux/Keys/EvdevKeyCapture.hpp"
+
+#include <algorithm>
+
+#include <unistd.h>
+
+namespace quenstal {
+
+struct EvdevKeyCapture::Session {
+    EvdevKeyCapture& capture;
+};
+
+EvdevKeyCapture::EvdevKeyCapture(RunLoop& runLoop)
+    : runLoop_(runLoop)
+    , changes_(runLoop)
+    , udev_(udev_new())
+{
+    if (!udev_)
+        return;
+    nodes_ = findVolumeKeyNodes(*udev_);
+    watchHotplug();
+}
+
+EvdevKeyCapture::~EvdevKeyCapture()
+{
+    stop();
+}
+
+void EvdevKeyCapture::watchHotplug()
+{
+    monitor_.reset(udev_monitor_new_from_netlink(udev_.get(), "udev"));
+    if (!monitor_)
+        return;
+    udev_monitor_filter_add_match_subsystem_devtype(monitor_.get(), "input", nullptr);
+    if (udev_monitor_enable_receiving(monitor_.get()) < 0)
+        return;
+    watch_ = runLoop_.watchReadable(udev_monitor_get_fd(monitor_.get()), [this] {
+        while (udev_device* device = udev_monitor_receive_device(monitor_.get()))
+            udev_device_unref(device);
+        nodesMayHaveChanged();
+    });
+}
+
+void EvdevKeyCapture::nodesMayHaveChanged()
+{
+    const std::vector<InputNode> nodes = findVolumeKeyNodes(*udev_);
+    if (nodes == nodes_)
+        return;
+    nodes_ = nodes;
+    changes_.notify();
+    // The same keyboards are left as they are: taking them anew would drop keys that are held.
+    if (listener_ && accessibleNodes() != grabbedNodes_)
+        grab();
+}
+
+std::vector<std::string> EvdevKeyCapture::accessibleNodes() const
+{
+    std::vector<std::string> paths;
+    for (const InputNode& node : nodes_) {
+        // Asked anew: access is given and withdrawn without an event.
+        if (access(node.path.c_str(), R_OK | W_OK) == 0)
+            paths.push_back(node.path);
+    }
+    return paths;
+}
+
+bool EvdevKeyCapture::isPausing() const
+{
+    return busySince_ && runLoop_.steadyNow() - *busySince_ < busyPause;
+}
+
+bool EvdevKeyCapture::isPossible()
+{
+    return listener_ || (!isPausing() && access(uinputNode, W_OK) == 0 && !accessibleNodes().empty());
+}
+
+std::string EvdevKeyCapture::obstacle()
+{
+    if (isPossible())
+        return {};
+    if (nodes_.empty())
+        return "No keyboard with volume keys is connected.";
+    if (isPausing())
+        return "Another program has taken the keyboard over. Quenstal tries again when it has ended.";
+    return "Quenstal may not use the keyboard. Install Quenstal's package, which allows the user at the screen to use "
+           "the volume keys, then plug the keyboard in again or log in anew. Do not join the group \"input\": every "
+           "program could then read everything you type.";
+}
+
+bool EvdevKeyCapture::start(KeyCaptureListener& listener)
+{
+    if (!isPossible())
+        return false;
+    listener_ = &listener;
+    grab();
+    return true;
+}
+
+void EvdevKeyCapture::grab()
+{
+    grabber_.reset();
+    session_ = std::make_shared<Session>(Session{*this});
+    grabbedNodes_ = accessibleNodes();
+    const auto onMain = [&loop = runLoop_, weak = std::weak_ptr(session_)](auto task) {
+        loop.post([weak, task] {
+            if (const auto session = weak.lock())
+                task(session->capture);
+        });
+    };
+    const auto press = [onMain](std::int64_t button, bool isRepeat) {
+        onMain([button, isRepeat](EvdevKeyCapture& capture) { capture.listener_->volumeKeyDown(button, isRepeat); });
+    };
+    const auto lost
+        = [onMain](KeyGrabber::Loss loss) { onMain([loss](EvdevKeyCapture& capture) { capture.lost(loss); }); };
+    grabber_ = std::make_unique<KeyGrabber>(grabbedNodes_, KeyGrabber::Handlers{press, lost});
+}
+
+void EvdevKeyCapture::lost(KeyGrabber::Loss loss)
+{
+    if (loss == KeyGrabber::Loss::busy)
+        busySince_ = runLoop_.steadyNow();
+    KeyCaptureListener* const listener = listener_;
+    stop();
+    changes_.notify();
+    listener->captureLost();
+}
+
+void EvdevKeyCapture::stop()
+{
+    listener_ = nullptr;
+    session_.reset();
+    grabber_.reset();
+    grabbedNodes_.clear();
+}
+
+} // namespace quenstal

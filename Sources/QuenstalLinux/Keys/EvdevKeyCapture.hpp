@@ -1,0 +1,58 @@
+#pragma once
+
+#include "QuenstalLinux/Keys/InputNodes.hpp"
+#include "QuenstalLinux/Keys/KeyCapture.hpp"
+#include "QuenstalLinux/Keys/KeyGrabber.hpp"
+#include "QuenstalPlatform/Notifier.hpp"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace quenstal {
+
+/// Volume keys from the keyboards themselves, for desktops that offer no other way. Needs access to the keyboards'
+/// nodes and to uinput.
+class EvdevKeyCapture final : public KeyCapture {
+public:
+    static constexpr const char* uinputNode = "/dev/uinput";
+    /// After another program was found to hold the keyboards they are left alone for this long.
+    static constexpr auto busyPause = std::chrono::seconds(30);
+
+    /// The run loop outlives this.
+    explicit EvdevKeyCapture(RunLoop& runLoop);
+    ~EvdevKeyCapture() override;
+
+    bool isPossible() override;
+    std::string obstacle() override;
+    bool start(KeyCaptureListener& listener) override;
+    void stop() override;
+    [[nodiscard]] Cancellation onMayHaveChanged(RunLoop::Task task) override { return changes_.add(std::move(task)); }
+
+private:
+    /// What the grabber's thread may post to: gone once the capture has stopped.
+    struct Session;
+
+    std::vector<std::string> accessibleNodes() const;
+    bool isPausing() const;
+    void watchHotplug();
+    void nodesMayHaveChanged();
+    void grab();
+    void lost(KeyGrabber::Loss loss);
+
+    RunLoop& runLoop_;
+    Notifier<> changes_;
+    std::unique_ptr<udev, ReleaseUdev> udev_;
+    std::unique_ptr<udev_monitor, ReleaseUdev> monitor_;
+    Cancellation watch_;
+    std::vector<InputNode> nodes_;
+    std::optional<RunLoop::SteadyTime> busySince_;
+    KeyCaptureListener* listener_ = nullptr;
+    std::shared_ptr<Session> session_;
+    std::vector<std::string> grabbedNodes_;
+    std::unique_ptr<KeyGrabber> grabber_;
+};
+
+} // namespace quenstal

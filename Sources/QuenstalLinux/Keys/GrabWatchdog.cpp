@@ -1,0 +1,101 @@
+#include "QuenstalLinux/Keys/GrabWatchdog.hpp"
+
+#include <array>
+
+#include <fcntl.h>
+#include <linux/input.h>
+#include <poll.h>
+#include <sys/epoll.h>
+#include <sys/ioctl.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace quenstal {
+
+namespace {
+
+constexpr int checks = 10;
+constexpr int checkInterval = static_cast<int>(GrabWatchdog::patience.count()) / checks;
+constexpr int lifelineMark = -1;
+
+bool isReadable(int descriptor)
+{
+    pollfd entry{descriptor, POLLIN, 0};
+    return poll(&entry, 1, 0) == 1 && (entry.revents & POLLIN) != 0;
+}
+
+/// A reader that lives empties the queue between two of the looks, however fast the keys come.
+bool readerHasStalled(int device)
+{
+    for (int check = 0; check < checks; ++check) {
+        poll(nullptr, 0, checkInterval);
+        if (!isReadable(device))
+            return false;
+    }
+    return true;
+}
+
+void addTo(int epoll, int descriptor, std::uint32_t events, int mark)
+{
+    epoll_event event{};
+    event.events = events;
+    event.data.fd = mark;
+    epoll_ctl(epoll, EPOLL_CTL_ADD, descriptor, &event);
+}
+
+/// Runs in the child of a process with threads: system calls only.
+[[noreturn]] void watch(const std::vector<int>& devices, int lifeline, int released)
+{
+    prctl(PR_SET_NAME, "quenstal-guard");
+    // Out of reach of a terminal that stops its foreground group.
+    setsid();
+    const int epoll = epoll_create1(EPOLL_CLOEXEC);
+    addTo(epoll, lifeline, EPOLLIN, lifelineMark);
+    for (const int device : devices)
+        addTo(epoll, device, EPOLLIN | EPOLLET, device);
+    for (;;) {
+        epoll_event event{};
+        if (epoll_wait(epoll, &event, 1, -1) != 1)
+            continue;
+        if (event.data.fd == lifelineMark)
+            _exit(0);
+        if (!readerHasStalled(event.data.fd))
+            continue;
+        for (const int device : devices)
+            ioctl(device, EVIOCGRAB, 0);
+        const char mark = 1;
+        if (write(released, &mark, 1) != 1)
+            _exit(1);
+    }
+}
+
+} // namespace
+
+GrabWatchdog::GrabWatchdog(const std::vector<int>& devices)
+{
+    std::array<int, 2> released{};
+    std::array<int, 2> lifeline{};
+    if (pipe2(released.data(), O_CLOEXEC | O_NONBLOCK) != 0)
+        return;
+    released_ = FileDescriptor(released[0]);
+    const FileDescriptor releasedEnd(released[1]);
+    if (pipe2(lifeline.data(), O_CLOEXEC) != 0)
+        return;
+    const FileDescriptor lifelineEnd(lifeline[0]);
+    lifeline_ = FileDescriptor(lifeline[1]);
+    process_ = fork();
+    if (process_ == 0) {
+        close(lifeline[1]);
+        watch(devices, lifeline[0], released[1]);
+    }
+}
+
+GrabWatchdog::~GrabWatchdog()
+{
+    lifeline_ = FileDescriptor();
+    if (process_ > 0)
+        waitpid(process_, nullptr, 0);
+}
+
+} // namespace quenstal

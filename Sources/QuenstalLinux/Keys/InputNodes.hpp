@@ -1,0 +1,37 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <libudev.h>
+
+namespace quenstal {
+
+/// The clones of this program are called so: they are not keyboards to be captured again.
+inline constexpr const char* cloneNamePrefix = "Quenstal ";
+
+struct ReleaseUdev {
+    void operator()(udev* context) const { udev_unref(context); }
+    void operator()(udev_monitor* monitor) const { udev_monitor_unref(monitor); }
+    void operator()(udev_device* device) const { udev_device_unref(device); }
+    void operator()(udev_enumerate* enumeration) const { udev_enumerate_unref(enumeration); }
+};
+
+/// A device node of a keyboard with volume keys.
+struct InputNode {
+    std::string path;
+    /// This process may read it.
+    bool isAccessible = false;
+
+    bool operator==(const InputNode&) const = default;
+};
+
+/// Whether a kernel bitmap of keys, as sysfs prints it, has all three volume keys.
+bool hasVolumeKeys(std::string_view keyBitmap);
+
+/// The nodes of all keyboards with volume keys, sorted by path.
+std::vector<InputNode> findVolumeKeyNodes(udev& context);
+
+} // namespace quenstal

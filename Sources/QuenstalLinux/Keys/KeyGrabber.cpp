@@ -1,0 +1,107 @@
+#include "QuenstalLinux/Keys/KeyGrabber.hpp"
+
+#include <algorithm>
+#include <utility>
+
+#include <poll.h>
+#include <sys/eventfd.h>
+
+namespace quenstal {
+
+namespace {
+
+/// How soon to look again whether a held key was let go. Runs only while one is held at the start.
+constexpr int releasePollMilliseconds = 20;
+constexpr int forever = -1;
+
+} // namespace
+
+KeyGrabber::KeyGrabber(std::vector<std::string> nodes, Handlers handlers)
+    : handlers_(std::move(handlers))
+    , wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+    , thread_([this, nodes = std::move(nodes)] { run(nodes); })
+{
+}
+
+KeyGrabber::~KeyGrabber()
+{
+    eventfd_write(wake_.get(), 1);
+    thread_.join();
+}
+
+void KeyGrabber::run(const std::vector<std::string>& nodes)
+{
+    open(nodes);
+    while (dropUnusable()) {
+        tendWatchdog();
+        if (!waitForEvents())
+            break;
+    }
+    // The watchdog shares the open files: it goes first, so that closing them ends the grabs.
+    watchdog_.reset();
+    keyboards_.clear();
+}
+
+void KeyGrabber::open(const std::vector<std::string>& nodes)
+{
+    for (const std::string& node : nodes)
+        keyboards_.push_back(std::make_unique<GrabbedKeyboard>(node, handlers_.press));
+}
+
+/// False, with the reason told, when no keyboard is left.
+bool KeyGrabber::dropUnusable()
+{
+    using State = GrabbedKeyboard::State;
+    const bool anyBusy
+        = std::ranges::any_of(keyboards_, [](const auto& keyboard) { return keyboard->state() == State::busy; });
+    std::erase_if(keyboards_,
+        [](const auto& keyboard) { return keyboard->state() == State::busy || keyboard->state() == State::gone; });
+    if (!keyboards_.empty())
+        return true;
+    handlers_.lost(anyBusy ? Loss::busy : Loss::allGone);
+    return false;
+}
+
+void KeyGrabber::tendWatchdog()
+{
+    std::vector<int> grabbed;
+    for (const auto& keyboard : keyboards_) {
+        if (keyboard->state() == GrabbedKeyboard::State::grabbed)
+            grabbed.push_back(keyboard->descriptor());
+    }
+    if (grabbed.size() == watched_)
+        return;
+    watchdog_.reset();
+    watched_ = grabbed.size();
+    if (!grabbed.empty())
+        watchdog_ = std::make_unique<GrabWatchdog>(grabbed);
+}
+
+bool KeyGrabber::waitForEvents()
+{
+    std::vector<pollfd> descriptors{
+        {wake_.get(), POLLIN, 0}, {watchdog_ ? watchdog_->releasedDescriptor() : -1, POLLIN, 0}};
+    bool isWaiting = false;
+    for (const auto& keyboard : keyboards_) {
+        descriptors.push_back({keyboard->descriptor(), POLLIN, 0});
+        descriptors.push_back({keyboard->cloneDescriptor(), POLLIN, 0});
+        isWaiting = isWaiting || keyboard->state() == GrabbedKeyboard::State::waiting;
+    }
+    poll(descriptors.data(), descriptors.size(), isWaiting ? releasePollMilliseconds : forever);
+    if (descriptors[0].revents != 0)
+        return false;
+    if (descriptors[1].revents != 0) {
+        handlers_.lost(Loss::stalled);
+        return false;
+    }
+    for (std::size_t i = 0; i < keyboards_.size(); ++i) {
+        if (descriptors[2 + 2 * i].revents != 0)
+            keyboards_[i]->readEvents();
+        if (descriptors[3 + 2 * i].revents != 0)
+            keyboards_[i]->readLights();
+        keyboards_[i]->tryToGrab();
+    }
+    return true;
+}
+
+} // namespace quenstal

@@ -1,0 +1,282 @@
+// The real capture against emulated keyboards: the device nodes are answered by the test, in place of the kernel.
+
+#include "QuenstalLinux/Keys/EvdevKeyCapture.hpp"
+#include "QuenstalPlatform/EventTaps.hpp"
+#include "QuenstalSimulation/SimulatedRunLoop.hpp"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <linux/uinput.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <umockdev.h>
+#include <unistd.h>
+
+namespace quenstal {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr const char* keyboardNode = "/dev/input/event5";
+
+/// A keyboard and a uinput whose requests the test answers; a journal of what was written to the clone.
+class EmulatedKeyboard {
+public:
+    EmulatedKeyboard()
+        : testbed_(umockdev_testbed_new())
+        , keyboard_(umockdev_ioctl_base_new())
+        , uinput_(umockdev_ioctl_base_new())
+    {
+        umockdev_testbed_add_from_string(testbed_,
+            "P: /devices/keyboard/input/input5\nE: SUBSYSTEM=input\nA: name=Test keyboard\n"
+            "A: capabilities/key=402000000 3803078f800d001 feffffdfffefffff fffffffffffffffe\n\n"
+            "P: /devices/keyboard/input/input5/event5\nN: input/event5\nE: SUBSYSTEM=input\n"
+            "E: DEVNAME=/dev/input/event5\nE: ID_INPUT_KEYBOARD=1\nA: dev=13:69\n\n"
+            "P: /devices/mouse/input/input6\nE: SUBSYSTEM=input\nA: name=Test mouse\n"
+            "A: capabilities/key=1f0000 0 0 0 0\n\n"
+            "P: /devices/mouse/input/input6/event6\nN: input/event6\nE: SUBSYSTEM=input\n"
+            "E: DEVNAME=/dev/input/event6\nA: dev=13:70\n\n"
+            "P: /devices/virtual/misc/uinput\nN: uinput\nE: SUBSYSTEM=misc\nE: DEVNAME=/dev/uinput\nA: dev=10:223\n",
+            nullptr);
+        g_signal_connect(keyboard_, "handle-ioctl", G_CALLBACK(answerKeyboard), this);
+        g_signal_connect(uinput_, "handle-ioctl", G_CALLBACK(answerUinput), this);
+        g_signal_connect(uinput_, "handle-write", G_CALLBACK(takeWrite), this);
+        umockdev_testbed_attach_ioctl(testbed_, keyboardNode, keyboard_, nullptr);
+        umockdev_testbed_attach_ioctl(testbed_, "/dev/uinput", uinput_, nullptr);
+    }
+    ~EmulatedKeyboard()
+    {
+        umockdev_testbed_detach_ioctl(testbed_, keyboardNode, nullptr);
+        umockdev_testbed_detach_ioctl(testbed_, "/dev/uinput", nullptr);
+        g_object_unref(keyboard_);
+        g_object_unref(uinput_);
+        g_object_unref(testbed_);
+    }
+    EmulatedKeyboard(const EmulatedKeyboard&) = delete;
+    EmulatedKeyboard& operator=(const EmulatedKeyboard&) = delete;
+
+    void holdKey(bool isHeld) { isHeld_ = isHeld; }
+    void refuseGrab(bool isRefused) { grabIsRefused_ = isRefused; }
+    bool isGrabbed() const { return isGrabbed_; }
+    int clones() const { return clones_; }
+    /// Types, codes and values that reached the clone, without the reports.
+    std::vector<std::string> passed()
+    {
+        const std::lock_guard lock(mutex_);
+        return passed_;
+    }
+    /// Keys and their values as the kernel tells them, a frame each. Once in a keyboard's life.
+    void type(const std::vector<std::pair<std::uint16_t, std::int32_t>>& keys)
+    {
+        std::string script;
+        for (const auto& [code, value] : keys)
+            script
+                += "E: 0.000000 0001 " + hexadecimal(code) + " " + hexadecimal(value) + "\nE: 0.000000 0000 0000 0\n";
+        std::string file = (std::filesystem::temp_directory_path() / "quenstal-keys-XXXXXX").string();
+        close(mkstemp(file.data()));
+        g_file_set_contents(file.c_str(), script.c_str(), -1, nullptr);
+        umockdev_testbed_load_evemu_events(testbed_, keyboardNode, file.c_str(), nullptr);
+        std::filesystem::remove(file);
+    }
+
+private:
+    static std::string hexadecimal(int value)
+    {
+        std::array<char, 8> text{};
+        std::snprintf(text.data(), text.size(), "%04x", static_cast<unsigned>(value));
+        return text.data();
+    }
+    static void answer(UMockdevIoctlClient* client, const void* bytes, std::size_t size)
+    {
+        UMockdevIoctlData* const argument = umockdev_ioctl_client_get_arg(client);
+        const std::size_t room = _IOC_SIZE(umockdev_ioctl_client_get_request(client));
+        g_autoptr(UMockdevIoctlData) buffer = umockdev_ioctl_data_resolve(argument, 0, room, nullptr);
+        std::vector<guint8> answer(room, 0);
+        std::memcpy(answer.data(), bytes, std::min(size, room));
+        umockdev_ioctl_data_update(buffer, 0, answer.data(), static_cast<int>(room));
+        umockdev_ioctl_client_complete(client, static_cast<glong>(std::min(size, room)), 0);
+    }
+    static gboolean answerKeyboard(UMockdevIoctlBase*, UMockdevIoctlClient* client, gpointer self)
+    {
+        auto& keyboard = *static_cast<EmulatedKeyboard*>(self);
+        const unsigned long request = umockdev_ioctl_client_get_request(client);
+        const unsigned number = _IOC_NR(request);
+        if (request == EVIOCGRAB) {
+            UMockdevIoctlData* const argument = umockdev_ioctl_client_get_arg(client);
+            const bool grabs = *reinterpret_cast<const long*>(argument->data) != 0;
+            if (grabs && keyboard.grabIsRefused_) {
+                umockdev_ioctl_client_complete(client, -1, EBUSY);
+                return TRUE;
+            }
+            keyboard.isGrabbed_ = grabs;
+            umockdev_ioctl_client_complete(client, 0, 0);
+            return TRUE;
+        }
+        std::array<unsigned char, KEY_MAX / 8 + 1> bits{};
+        if (number == _IOC_NR(EVIOCGVERSION)) {
+            const int version = 0x10001;
+            answer(client, &version, sizeof version);
+        } else if (number == _IOC_NR(EVIOCGNAME(0))) {
+            answer(client, "Test keyboard", sizeof "Test keyboard");
+        } else if (number == _IOC_NR(EVIOCGKEY(0))) {
+            bits[KEY_A / 8] = keyboard.isHeld_ ? 1 << KEY_A % 8 : 0;
+            answer(client, bits.data(), bits.size());
+        } else if (number == 0x20) {
+            bits[0] = 1 << EV_SYN | 1 << EV_KEY | 1 << EV_MSC;
+            answer(client, bits.data(), bits.size());
+        } else if (number == 0x20 + EV_KEY) {
+            std::fill_n(bits.begin(), 24, 0xFF);
+            answer(client, bits.data(), bits.size());
+        } else {
+            answer(client, bits.data(), bits.size());
+        }
+        return TRUE;
+    }
+    static gboolean answerUinput(UMockdevIoctlBase*, UMockdevIoctlClient* client, gpointer self)
+    {
+        auto& keyboard = *static_cast<EmulatedKeyboard*>(self);
+        const unsigned long request = umockdev_ioctl_client_get_request(client);
+        if (request == UI_DEV_CREATE)
+            ++keyboard.clones_;
+        if (request == UI_DEV_DESTROY)
+            --keyboard.clones_;
+        if (request == UI_GET_VERSION) {
+            const unsigned version = 5;
+            answer(client, &version, sizeof version);
+        } else if (_IOC_NR(request) == _IOC_NR(UI_GET_SYSNAME(0))) {
+            answer(client, "input9", sizeof "input9");
+        } else {
+            umockdev_ioctl_client_complete(client, 0, 0);
+        }
+        return TRUE;
+    }
+    static gboolean takeWrite(UMockdevIoctlBase*, UMockdevIoctlClient* client, gpointer self)
+    {
+        auto& keyboard = *static_cast<EmulatedKeyboard*>(self);
+        UMockdevIoctlData* const argument = umockdev_ioctl_client_get_arg(client);
+        input_event event{};
+        if (static_cast<std::size_t>(argument->data_len) == sizeof event) {
+            std::memcpy(&event, argument->data, sizeof event);
+            const std::lock_guard lock(keyboard.mutex_);
+            if (event.type != EV_SYN)
+                keyboard.passed_.push_back(
+                    std::to_string(event.type) + " " + std::to_string(event.code) + " " + std::to_string(event.value));
+        }
+        umockdev_ioctl_client_complete(client, argument->data_len, 0);
+        return TRUE;
+    }
+
+    UMockdevTestbed* testbed_;
+    UMockdevIoctlBase* keyboard_;
+    UMockdevIoctlBase* uinput_;
+    std::atomic<bool> isHeld_ = false;
+    std::atomic<bool> grabIsRefused_ = false;
+    std::atomic<bool> isGrabbed_ = false;
+    std::atomic<int> clones_ = 0;
+    std::mutex mutex_;
+    std::vector<std::string> passed_;
+};
+
+struct EmulatedKeyboardTest : testing::Test, KeyCaptureListener {
+    void SetUp() override
+    {
+        const char* preloaded = std::getenv("LD_PRELOAD");
+        if (!preloaded || std::string_view(preloaded).find("umockdev") == std::string_view::npos)
+            GTEST_SKIP() << "umockdev is not preloaded";
+        keyboard = std::make_unique<EmulatedKeyboard>();
+    }
+
+    void volumeKeyDown(std::int64_t button, bool isRepeat) override { presses.emplace_back(button, isRepeat); }
+    void captureLost() override { ++losses; }
+
+    bool eventually(const std::function<bool()>& holds)
+    {
+        const auto limit = std::chrono::steady_clock::now() + 5s;
+        while (!holds()) {
+            if (std::chrono::steady_clock::now() > limit)
+                return false;
+            loop.runUntilIdle();
+            poll(nullptr, 0, 1);
+        }
+        return true;
+    }
+
+    std::unique_ptr<EmulatedKeyboard> keyboard;
+    SimulatedRunLoop loop;
+    std::vector<std::pair<std::int64_t, bool>> presses;
+    int losses = 0;
+};
+
+TEST_F(EmulatedKeyboardTest, volumeKeysAreSwallowedAndEverythingElseReachesTheClone)
+{
+    EvdevKeyCapture capture(loop);
+    ASSERT_TRUE(capture.isPossible());
+    ASSERT_TRUE(capture.start(*this));
+    ASSERT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
+    EXPECT_EQ(keyboard->clones(), 1);
+    keyboard->type({{KEY_A, 1}, {KEY_A, 0}, {KEY_VOLUMEUP, 1}, {KEY_VOLUMEUP, 2}, {KEY_VOLUMEUP, 0}, {KEY_B, 1}});
+    ASSERT_TRUE(eventually([&] { return keyboard->passed().size() == 4; }));
+    EXPECT_THAT(keyboard->passed(), ElementsAre("1 30 1", "1 30 0", "1 115 0", "1 48 1"));
+    EXPECT_TRUE(eventually([&] { return presses.size() == 2; }));
+    EXPECT_THAT(
+        presses, ElementsAre(std::pair(AuxiliaryButton::soundUp, false), std::pair(AuxiliaryButton::soundUp, true)));
+}
+
+TEST_F(EmulatedKeyboardTest, stoppingFreesTheKeyboardAndRemovesTheClone)
+{
+    EvdevKeyCapture capture(loop);
+    ASSERT_TRUE(capture.start(*this));
+    ASSERT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
+    capture.stop();
+    EXPECT_FALSE(keyboard->isGrabbed());
+    EXPECT_EQ(keyboard->clones(), 0);
+    EXPECT_TRUE(capture.isPossible());
+    ASSERT_TRUE(capture.start(*this));
+    EXPECT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
+}
+
+TEST_F(EmulatedKeyboardTest, theKeyboardIsNotTakenWhileAKeyIsHeld)
+{
+    keyboard->holdKey(true);
+    EvdevKeyCapture capture(loop);
+    ASSERT_TRUE(capture.start(*this));
+    poll(nullptr, 0, 100);
+    EXPECT_FALSE(keyboard->isGrabbed());
+    keyboard->holdKey(false);
+    EXPECT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
+}
+
+TEST_F(EmulatedKeyboardTest, aKeyboardThatAnotherProgramHasTakenIsALossAndLeftAloneForAWhile)
+{
+    keyboard->refuseGrab(true);
+    EvdevKeyCapture capture(loop);
+    ASSERT_TRUE(capture.start(*this));
+    ASSERT_TRUE(eventually([&] { return losses == 1; }));
+    EXPECT_FALSE(capture.isPossible());
+    EXPECT_THAT(capture.obstacle(), testing::HasSubstr("Another program has taken the keyboard over"));
+    EXPECT_FALSE(capture.start(*this));
+    EXPECT_EQ(keyboard->clones(), 0);
+    loop.advance(EvdevKeyCapture::busyPause);
+    keyboard->refuseGrab(false);
+    ASSERT_TRUE(capture.start(*this));
+    EXPECT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
+}
+
+} // namespace
+} // namespace quenstal
