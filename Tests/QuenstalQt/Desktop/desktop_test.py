@@ -2,10 +2,12 @@
 """The panel on a real X server: tray hosts, clicks, keys, focus, a compositor, assistive technology."""
 
 import json
+import os
 import pathlib
 import select
 import subprocess
 import sys
+import time
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).parents[2] / "Support"))
@@ -162,25 +164,31 @@ class Compositing(DesktopTest):
 
 
 class Watcher:
-    def __init__(self, test, session):
-        self.session = session
+    def __init__(self, session):
         self.child = session.start(sys.executable, str(HERE / "watcher.py"), stdin=subprocess.PIPE,
                                    stdout=subprocess.PIPE, text=True, bufsize=1)
-        self.test = test
+        self.lines = []
+        self.rest = ""
         self.expect("ready")
 
     def expect(self, key):
+        """The first thing said with that key; what was said before it is forgotten."""
+        end = time.monotonic() + LIMIT
         while True:
-            if not select.select([self.child.stdout], [], [], LIMIT)[0]:
+            while self.lines:
+                said = json.loads(self.lines.pop(0))
+                if "problem" in said:
+                    raise AssertionError(said["problem"])
+                if key in said:
+                    return said
+            output = self.child.stdout
+            if not select.select([output], [], [], max(0, end - time.monotonic()))[0]:
                 raise AssertionError(f"the watcher said nothing of {key}")
-            line = self.child.stdout.readline()
-            if not line:
+            data = os.read(output.fileno(), 65536).decode()
+            if not data:
                 raise AssertionError(f"the watcher ended before {key}")
-            said = json.loads(line)
-            if "problem" in said:
-                raise AssertionError(said["problem"])
-            if key in said:
-                return said
+            *lines, self.rest = (self.rest + data).split("\n")
+            self.lines += lines
 
     def command(self, line):
         self.child.stdin.write(line + "\n")
@@ -195,7 +203,7 @@ class NotifierItem(DesktopTest):
         except ImportError as problem:
             self.skipTest(str(problem))
         self.session = self.open_session()
-        self.watcher = Watcher(self, self.session)
+        self.watcher = Watcher(self.session)
         self.stand = Stand(self.session, STAND)
         self.watcher.expect("registered")
 
@@ -234,7 +242,7 @@ class NotifierItem(DesktopTest):
 
     def test_a_watcher_that_comes_back_gets_the_item_again(self):
         self.session.stop(self.watcher.child)
-        self.watcher = Watcher(self, self.session)
+        self.watcher = Watcher(self.session)
         self.assertIn("StatusNotifierItem", self.watcher.expect("registered")["registered"])
 
 
