@@ -258,7 +258,7 @@ QString PanelModel::lastCapture() const
     if (split == std::string::npos)
         return shown(description);
     //: %1 is a key, %2 the time of day
-    return tr("%1 at %2")
+    return QCoreApplication::translate("Core", "%1 at %2")
         .arg(shown(description.substr(0, split)), QString::fromStdString(description.substr(split + separator.size())));
 }
 

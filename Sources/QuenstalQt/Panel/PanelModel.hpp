@@ -127,7 +127,7 @@ public:
     bool isCaptureActive() const { return state_.mediaKeyCaptureActive(); }
     bool hasCapturedKey() const;
     QString lastCapture() const;
-    QString captureAdvice() const { return QString::fromStdString(state_.captureAdvice()); }
+    QString captureAdvice() const { return shown(state_.captureAdvice()); }
 
     /// "dial", "setup" or "equalizer".
     QString screen() const;

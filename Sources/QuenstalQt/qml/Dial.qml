@@ -53,15 +53,16 @@ Item {
 
     Item {
         anchors.horizontalCenter: parent.horizontalCenter
-        y: 47
+        y: 46
         width: figure.width + 18
-        height: 54
+        height: 58
         opacity: frame.dimmed ? 0.7 : 1
 
         TextMetrics {
             id: cell
             font.family: Theme.displayFamily
-            font.pixelSize: 48
+            // Three digits would reach the ticks.
+            font.pixelSize: frame.panel.levelPercent > 99 ? 42 : 48
             font.weight: Font.Light
             text: "0"
         }
@@ -69,6 +70,7 @@ Item {
         Row {
             id: figure
             anchors.horizontalCenter: parent.horizontalCenter
+            anchors.verticalCenter: parent.verticalCenter
 
             Repeater {
                 model: frame.panel.levelPercent.toString().split("")
@@ -86,7 +88,7 @@ Item {
         }
         Label {
             x: figure.x + figure.width + 1
-            y: 7
+            y: figure.y + 7
             text: "%"
             color: frame.dimmed ? Theme.primaryText : Theme.secondaryText
             font.family: Theme.displayFamily
@@ -105,7 +107,7 @@ Item {
     }
     SymbolItem {
         x: 73
-        y: 140
+        y: 142
         width: 20
         height: 20
         name: frame.panel.statusSymbol

@@ -14,7 +14,7 @@ Item {
     property bool prominent: false
     signal action()
 
-    height: content.height + 24
+    height: content.height + 20
     Accessible.role: Accessible.Grouping
     Accessible.name: title
     Accessible.description: status
@@ -27,7 +27,7 @@ Item {
     }
     GlassPlate {
         x: 12
-        y: 12
+        y: 10
         width: 34
         height: 34
         radius: 17
@@ -45,7 +45,7 @@ Item {
     Column {
         id: content
         x: 58
-        y: 12
+        y: 10
         width: parent.width - x - 12
 
         Row {
@@ -81,7 +81,7 @@ Item {
             width: parent.width
             visible: text !== ""
             wrapMode: Text.WordWrap
-            maximumLineCount: 3
+            maximumLineCount: 6
             text: card.detail
             font.pixelSize: 11
             color: card.detailDone ? "#8fe8b6" : Theme.tertiaryText
@@ -89,9 +89,9 @@ Item {
             Accessible.role: Accessible.StaticText
             Accessible.name: text
         }
-        Item { width: 1; height: 9 }
+        Item { width: 1; height: 8 }
         ActionButton {
-            height: 30
+            height: 28
             text: card.actionTitle
             prominent: card.prominent
             onClicked: card.action()

@@ -17,13 +17,13 @@ Item {
     }
     Column {
         x: Theme.edge
-        y: 64
+        y: 62
         width: parent.width - 2 * Theme.edge
-        spacing: 8
+        spacing: 6
 
         GlassPlate {
             width: parent.width
-            height: facts.height + 22
+            height: facts.height + 20
             radius: 16
             sunken: true
             color: Theme.well
@@ -32,7 +32,7 @@ Item {
             Column {
                 id: facts
                 x: 12
-                y: 11
+                y: 10
                 width: parent.width - 24
                 spacing: 8
 

@@ -172,7 +172,9 @@ void addSetupScenes(std::vector<Scene>& scenes)
         [](auto& state) {
             state.setScreen(Screen::setup);
             state.setCaptureAdvice(
-                "Quenstal may not read the keyboard. Add yourself to the group input, then log in again.");
+                "Another program uses the volume keys, most often the desktop itself. Open the keyboard "
+                "shortcuts in the desktop's settings and free \"Raise volume\", \"Lower volume\" "
+                "and \"Mute\". Quenstal takes the keys as soon as they are free.");
         }});
     scenes.push_back({"setup-done", softwareState(), [](auto& state) {
                           state.setScreen(Screen::setup);

@@ -12,6 +12,7 @@
 #include <QDir>
 #include <QGuiApplication>
 #include <QQmlEngine>
+#include <QTranslator>
 
 namespace {
 
@@ -80,6 +81,23 @@ private:
     int failed_ = 0;
 };
 
+/// The screens with the longest texts.
+void takeGermanScenes(Run& run, QQmlEngine& engine)
+{
+    QTranslator translator;
+    if (!translator.load(QStringLiteral(":/i18n/quenstal_de.qm")))
+        qFatal("There is no German translation.");
+    QGuiApplication::installTranslator(&translator);
+    for (const gallery::Scene& scene : gallery::scenes()) {
+        const QString name = QString::fromStdString(scene.name);
+        if (QStringList{
+                "dial-more", "dial-banner", "equalizer-hint", "equalizer-hardware", "equalizer-reset", "setup-advice"}
+                .contains(name))
+            run.take("german-" + name, [&] { return gallery::Stage(engine, scene).picture(); });
+    }
+    QGuiApplication::removeTranslator(&translator);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -100,5 +118,6 @@ int main(int argc, char** argv)
         run.take(QString::fromStdString(scene.name), [&] { return gallery::Stage(engine, scene).picture(); });
     for (const auto& [name, feedback] : gallery::feedbacks())
         run.take(QString::fromStdString(name), [&] { return gallery::feedbackPicture(engine, feedback); });
+    takeGermanScenes(run, engine);
     return run.finish();
 }

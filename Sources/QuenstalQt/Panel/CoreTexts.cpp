@@ -1,0 +1,94 @@
+#include "QuenstalQt/Panel/CoreTexts.hpp"
+
+#include <array>
+
+#include <QtCore/qglobal.h>
+
+namespace quenstal {
+
+namespace {
+
+constexpr std::array texts{
+    QT_TRANSLATE_NOOP("Core", "Muted"),
+    QT_TRANSLATE_NOOP("Core", "Off"),
+    QT_TRANSLATE_NOOP("Core", "System volume"),
+    QT_TRANSLATE_NOOP("Core", "Monitor hardware"),
+    QT_TRANSLATE_NOOP("Core", "Software volume"),
+    QT_TRANSLATE_NOOP("Core", "Unavailable"),
+    QT_TRANSLATE_NOOP("Core", "Disabled"),
+    QT_TRANSLATE_NOOP("Core", "No Output"),
+    QT_TRANSLATE_NOOP("Core", "No output"),
+    QT_TRANSLATE_NOOP("Core", "Flat"),
+    QT_TRANSLATE_NOOP("Core", "Voice"),
+    QT_TRANSLATE_NOOP("Core", "Movie"),
+    QT_TRANSLATE_NOOP("Core", "Music"),
+    QT_TRANSLATE_NOOP("Core", "Night"),
+    QT_TRANSLATE_NOOP("Core", "Custom"),
+    QT_TRANSLATE_NOOP("Core", "LOW"),
+    QT_TRANSLATE_NOOP("Core", "L-MID"),
+    QT_TRANSLATE_NOOP("Core", "MID"),
+    QT_TRANSLATE_NOOP("Core", "H-MID"),
+    QT_TRANSLATE_NOOP("Core", "HIGH"),
+    QT_TRANSLATE_NOOP("Core", "DDC/CI hardware mode"),
+    QT_TRANSLATE_NOOP("Core", "system volume mode"),
+    QT_TRANSLATE_NOOP("Core", "the current output does not support software processing"),
+    QT_TRANSLATE_NOOP("Core", "audio capture permission"),
+    QT_TRANSLATE_NOOP("Core", "an unknown mode"),
+    QT_TRANSLATE_NOOP("Core", "No output device is selected."),
+    QT_TRANSLATE_NOOP("Core", "Keyboard volume keys cannot be captured yet."),
+    QT_TRANSLATE_NOOP("Core", "This fixed-volume output is not an HDMI or DisplayPort monitor."),
+    QT_TRANSLATE_NOOP("Core", "This display does not expose DDC/CI volume control."),
+    QT_TRANSLATE_NOOP("Core", "Software volume fallback is not available for this output."),
+    QT_TRANSLATE_NOOP("Core", "Software volume needs system audio capture permission."),
+    QT_TRANSLATE_NOOP("Core", "Software processing is active for this HDMI or DisplayPort output."),
+    QT_TRANSLATE_NOOP("Core", "Software volume fallback is active for this HDMI or DisplayPort output."),
+    QT_TRANSLATE_NOOP("Core", "Volume command ignored because this output is not controllable."),
+    QT_TRANSLATE_NOOP("Core", "Volume command failed."),
+    QT_TRANSLATE_NOOP("Core", "Monitor hardware volume failed, so Quenstal switched to software volume."),
+    QT_TRANSLATE_NOOP("Core", "Software processing could not be started for EQ."),
+    QT_TRANSLATE_NOOP("Core", "Software volume could not be restored after enabling Quenstal."),
+    QT_TRANSLATE_NOOP("Core", "This display exposes DDC/CI hardware volume."),
+    QT_TRANSLATE_NOOP("Core", "This display may not expose DDC/CI volume."),
+    QT_TRANSLATE_NOOP("Core", "Built-in, USB, Bluetooth, and AirPlay outputs use normal system volume."),
+    QT_TRANSLATE_NOOP("Core", "Software volume and EQ are available for this output."),
+    QT_TRANSLATE_NOOP("Core", "EQ needs software mode; hardware volume can still be used without EQ."),
+    QT_TRANSLATE_NOOP("Core", "Software mode is not needed for this output."),
+    QT_TRANSLATE_NOOP("Core", "Software mode is used only for supported HDMI/DisplayPort outputs."),
+    QT_TRANSLATE_NOOP("Core", "Software mode needs System Audio Capture permission."),
+    QT_TRANSLATE_NOOP("Core", "Permission granted, waiting for F-key test"),
+    QT_TRANSLATE_NOOP("Core", "Needed for F10/F11/F12"),
+    QT_TRANSLATE_NOOP("Core", "Accessibility Settings"),
+    QT_TRANSLATE_NOOP("Core", "Not needed for this output"),
+    QT_TRANSLATE_NOOP("Core", "Active"),
+    QT_TRANSLATE_NOOP("Core", "Ready when software mode starts"),
+    QT_TRANSLATE_NOOP("Core", "Needed for software mode"),
+    QT_TRANSLATE_NOOP("Core", "Try Software Mode"),
+    QT_TRANSLATE_NOOP("Core", "Open Sound Settings"),
+    QT_TRANSLATE_NOOP("Core", "No F-key events captured yet"),
+    QT_TRANSLATE_NOOP("Core", "F10 mute"),
+    QT_TRANSLATE_NOOP("Core", "F11 volume down"),
+    QT_TRANSLATE_NOOP("Core", "F12 volume up"),
+    QT_TRANSLATE_NOOP("Core", "Other media key"),
+    QT_TRANSLATE_NOOP("Core", "Reset equalizer?"),
+    QT_TRANSLATE_NOOP("Core", "This restores the Flat preset for the current output."),
+    QT_TRANSLATE_NOOP("Core", "Reset"),
+    QT_TRANSLATE_NOOP("Core", "Cancel"),
+    QT_TRANSLATE_NOOP("Core", "OK"),
+    QT_TRANSLATE_NOOP("Core", "Let Quenstal use the volume keys"),
+    QT_TRANSLATE_NOOP("Core",
+        "Another program uses the volume keys, most often the desktop itself. Open the keyboard "
+        "shortcuts in the desktop's settings and free \"Raise volume\", \"Lower volume\" and "
+        "\"Mute\". Quenstal takes the keys as soon as they are free."),
+    QT_TRANSLATE_NOOP("Core", "No keyboard with volume keys was found."),
+    QT_TRANSLATE_NOOP(
+        "Core", "The keyboard layout has no volume keys. Choose one that has, or connect a keyboard with volume keys."),
+};
+
+} // namespace
+
+std::span<const char* const> coreTexts()
+{
+    return texts;
+}
+
+} // namespace quenstal

@@ -1,0 +1,491 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="de" sourcelanguage="en">
+<context>
+    <name>BandPlot</name>
+    <message>
+        <source>L</source>
+        <translation>L</translation>
+    </message>
+    <message>
+        <source>R</source>
+        <translation>R</translation>
+    </message>
+</context>
+<context>
+    <name>BandSlider</name>
+    <message>
+        <source>%1 Hz</source>
+        <translation>%1 Hz</translation>
+    </message>
+    <message>
+        <source>%1 dB</source>
+        <translation>%1 dB</translation>
+    </message>
+</context>
+<context>
+    <name>BoostHint</name>
+    <message>
+        <source>Positive gain may clip - Quenstal applied -2 dB preamp.</source>
+        <translation>Verstärkung kann übersteuern – Vorverstärker auf −2 dB.</translation>
+    </message>
+    <message>
+        <source>Dismiss</source>
+        <translation>Ausblenden</translation>
+    </message>
+</context>
+<context>
+    <name>Core</name>
+    <message>
+        <source>Muted</source>
+        <translation>Stumm</translation>
+    </message>
+    <message>
+        <source>Off</source>
+        <translation>Aus</translation>
+    </message>
+    <message>
+        <source>System volume</source>
+        <translation>Systemlautstärke</translation>
+    </message>
+    <message>
+        <source>Monitor hardware</source>
+        <translation>Monitor-Hardware</translation>
+    </message>
+    <message>
+        <source>Software volume</source>
+        <translation>Software-Lautstärke</translation>
+    </message>
+    <message>
+        <source>Unavailable</source>
+        <translation>Nicht verfügbar</translation>
+    </message>
+    <message>
+        <source>Disabled</source>
+        <translation>Ausgeschaltet</translation>
+    </message>
+    <message>
+        <source>No Output</source>
+        <translation>Kein Ausgang</translation>
+    </message>
+    <message>
+        <source>No output</source>
+        <translation>Kein Ausgang</translation>
+    </message>
+    <message>
+        <source>Flat</source>
+        <translation>Linear</translation>
+    </message>
+    <message>
+        <source>Voice</source>
+        <translation>Stimme</translation>
+    </message>
+    <message>
+        <source>Movie</source>
+        <translation>Film</translation>
+    </message>
+    <message>
+        <source>Music</source>
+        <translation>Musik</translation>
+    </message>
+    <message>
+        <source>Night</source>
+        <translation>Nacht</translation>
+    </message>
+    <message>
+        <source>Custom</source>
+        <translation>Eigenes</translation>
+    </message>
+    <message>
+        <source>LOW</source>
+        <translation>TIEFEN</translation>
+    </message>
+    <message>
+        <source>L-MID</source>
+        <translation>T-MITT.</translation>
+    </message>
+    <message>
+        <source>MID</source>
+        <translation>MITTEN</translation>
+    </message>
+    <message>
+        <source>H-MID</source>
+        <translation>H-MITT.</translation>
+    </message>
+    <message>
+        <source>HIGH</source>
+        <translation>HÖHEN</translation>
+    </message>
+    <message>
+        <source>DDC/CI hardware mode</source>
+        <translation>DDC/CI-Hardwaremodus</translation>
+    </message>
+    <message>
+        <source>system volume mode</source>
+        <translation>Systemlautstärke</translation>
+    </message>
+    <message>
+        <source>the current output does not support software processing</source>
+        <translation>der Ausgang erlaubt keine Softwareverarbeitung</translation>
+    </message>
+    <message>
+        <source>audio capture permission</source>
+        <translation>fehlende Berechtigung zur Audioaufnahme</translation>
+    </message>
+    <message>
+        <source>an unknown mode</source>
+        <translation>ein unbekannter Modus</translation>
+    </message>
+    <message>
+        <source>No output device is selected.</source>
+        <translation>Kein Ausgabegerät ist gewählt.</translation>
+    </message>
+    <message>
+        <source>Keyboard volume keys cannot be captured yet.</source>
+        <translation>Die Lautstärketasten sind noch nicht nutzbar.</translation>
+    </message>
+    <message>
+        <source>This fixed-volume output is not an HDMI or DisplayPort monitor.</source>
+        <translation>Dieser Ausgang mit fester Lautstärke ist kein HDMI- oder DisplayPort-Monitor.</translation>
+    </message>
+    <message>
+        <source>This display does not expose DDC/CI volume control.</source>
+        <translation>Dieser Monitor bietet keine Lautstärke über DDC/CI.</translation>
+    </message>
+    <message>
+        <source>Software volume fallback is not available for this output.</source>
+        <translation>Software-Lautstärke ist für diesen Ausgang nicht verfügbar.</translation>
+    </message>
+    <message>
+        <source>Software volume needs system audio capture permission.</source>
+        <translation>Software-Lautstärke braucht die Berechtigung zur Audioaufnahme.</translation>
+    </message>
+    <message>
+        <source>Software processing is active for this HDMI or DisplayPort output.</source>
+        <translation>Softwareverarbeitung ist für diesen HDMI- oder DisplayPort-Ausgang aktiv.</translation>
+    </message>
+    <message>
+        <source>Software volume fallback is active for this HDMI or DisplayPort output.</source>
+        <translation>Software-Lautstärke ist für diesen HDMI- oder DisplayPort-Ausgang aktiv.</translation>
+    </message>
+    <message>
+        <source>Volume command ignored because this output is not controllable.</source>
+        <translation>Keine Wirkung: Dieser Ausgang ist nicht steuerbar.</translation>
+    </message>
+    <message>
+        <source>Volume command failed.</source>
+        <translation>Der Lautstärkebefehl ist fehlgeschlagen.</translation>
+    </message>
+    <message>
+        <source>Monitor hardware volume failed, so Quenstal switched to software volume.</source>
+        <translation>Der Monitor antwortet nicht; Quenstal nutzt nun Software-Lautstärke.</translation>
+    </message>
+    <message>
+        <source>Software processing could not be started for EQ.</source>
+        <translation>Die Softwareverarbeitung für den EQ ließ sich nicht starten.</translation>
+    </message>
+    <message>
+        <source>Software volume could not be restored after enabling Quenstal.</source>
+        <translation>Die Software-Lautstärke ließ sich nach dem Einschalten nicht wiederherstellen.</translation>
+    </message>
+    <message>
+        <source>This display exposes DDC/CI hardware volume.</source>
+        <translation>Dieser Monitor bietet Lautstärke über DDC/CI.</translation>
+    </message>
+    <message>
+        <source>This display may not expose DDC/CI volume.</source>
+        <translation>Dieser Monitor bietet wohl keine Lautstärke über DDC/CI.</translation>
+    </message>
+    <message>
+        <source>Built-in, USB, Bluetooth, and AirPlay outputs use normal system volume.</source>
+        <translation>Eingebaute, USB-, Bluetooth- und AirPlay-Ausgänge nutzen die Systemlautstärke.</translation>
+    </message>
+    <message>
+        <source>Software volume and EQ are available for this output.</source>
+        <translation>Software-Lautstärke und EQ sind für diesen Ausgang verfügbar.</translation>
+    </message>
+    <message>
+        <source>EQ needs software mode; hardware volume can still be used without EQ.</source>
+        <translation>EQ braucht den Softwaremodus; ohne EQ bleibt die Hardware-Lautstärke nutzbar.</translation>
+    </message>
+    <message>
+        <source>Software mode is not needed for this output.</source>
+        <translation>Dieser Ausgang braucht keinen Softwaremodus.</translation>
+    </message>
+    <message>
+        <source>Software mode is used only for supported HDMI/DisplayPort outputs.</source>
+        <translation>Den Softwaremodus gibt es nur für unterstützte HDMI-/DisplayPort-Ausgänge.</translation>
+    </message>
+    <message>
+        <source>Software mode needs System Audio Capture permission.</source>
+        <translation>Der Softwaremodus braucht die Berechtigung zur Audioaufnahme.</translation>
+    </message>
+    <message>
+        <source>Permission granted, waiting for F-key test</source>
+        <translation>Erlaubt, wartet auf einen Druck der F-Tasten</translation>
+    </message>
+    <message>
+        <source>Needed for F10/F11/F12</source>
+        <translation>Nötig für F10/F11/F12</translation>
+    </message>
+    <message>
+        <source>Accessibility Settings</source>
+        <translation>Bedienungshilfen öffnen</translation>
+    </message>
+    <message>
+        <source>Not needed for this output</source>
+        <translation>Für diesen Ausgang nicht nötig</translation>
+    </message>
+    <message>
+        <source>Active</source>
+        <translation>Aktiv</translation>
+    </message>
+    <message>
+        <source>Ready when software mode starts</source>
+        <translation>Bereit, sobald der Softwaremodus startet</translation>
+    </message>
+    <message>
+        <source>Needed for software mode</source>
+        <translation>Nötig für den Softwaremodus</translation>
+    </message>
+    <message>
+        <source>Try Software Mode</source>
+        <translation>Softwaremodus testen</translation>
+    </message>
+    <message>
+        <source>Open Sound Settings</source>
+        <translation>Toneinstellungen öffnen</translation>
+    </message>
+    <message>
+        <source>No F-key events captured yet</source>
+        <translation>Noch keine F-Taste empfangen</translation>
+    </message>
+    <message>
+        <source>F10 mute</source>
+        <translation>F10 Stumm</translation>
+    </message>
+    <message>
+        <source>F11 volume down</source>
+        <translation>F11 Leiser</translation>
+    </message>
+    <message>
+        <source>F12 volume up</source>
+        <translation>F12 Lauter</translation>
+    </message>
+    <message>
+        <source>Other media key</source>
+        <translation>Andere Medientaste</translation>
+    </message>
+    <message>
+        <source>Reset equalizer?</source>
+        <translation>Equalizer zurücksetzen?</translation>
+    </message>
+    <message>
+        <source>This restores the Flat preset for the current output.</source>
+        <translation>Das stellt die Vorgabe „Linear“ für den aktuellen Ausgang wieder her.</translation>
+    </message>
+    <message>
+        <source>Reset</source>
+        <translation>Zurücksetzen</translation>
+    </message>
+    <message>
+        <source>Cancel</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>OK</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>Let Quenstal use the volume keys</source>
+        <translation>Quenstal die Lautstärketasten geben</translation>
+    </message>
+    <message>
+        <source>Another program uses the volume keys, most often the desktop itself. Open the keyboard shortcuts in the desktop's settings and free "Raise volume", "Lower volume" and "Mute". Quenstal takes the keys as soon as they are free.</source>
+        <translation>Ein anderes Programm nutzt die Tasten, meist der Desktop selbst. Geben Sie in dessen Tastenkürzeln „Lauter“, „Leiser“ und „Stumm“ frei. Quenstal übernimmt sie dann.</translation>
+    </message>
+    <message>
+        <source>No keyboard with volume keys was found.</source>
+        <translation>Keine Tastatur mit Lautstärketasten gefunden.</translation>
+    </message>
+    <message>
+        <source>The keyboard layout has no volume keys. Choose one that has, or connect a keyboard with volume keys.</source>
+        <translation>Die Tastaturbelegung hat keine Lautstärketasten. Wählen Sie eine andere oder schließen Sie eine Tastatur mit solchen Tasten an.</translation>
+    </message>
+    <message>
+        <source>%1 at %2</source>
+        <extracomment>%1 is a key, %2 the time of day</extracomment>
+        <translation>%1 um %2</translation>
+    </message>
+</context>
+<context>
+    <name>Dial</name>
+    <message>
+        <source>Volume</source>
+        <translation>Lautstärke</translation>
+    </message>
+    <message>
+        <source>OFF</source>
+        <translation>AUS</translation>
+    </message>
+    <message>
+        <source>MUTED</source>
+        <translation>STUMM</translation>
+    </message>
+    <message>
+        <source>VOLUME</source>
+        <translation>LAUTSTÄRKE</translation>
+    </message>
+</context>
+<context>
+    <name>DialScreen</name>
+    <message>
+        <source>Display has no DDC/CI - using software volume</source>
+        <translation>Monitor ohne DDC/CI – Software-Lautstärke aktiv</translation>
+    </message>
+    <message>
+        <source>Quenstal</source>
+        <translation>Quenstal</translation>
+    </message>
+    <message>
+        <source>Mute</source>
+        <translation>Stumm</translation>
+    </message>
+    <message>
+        <source>On</source>
+        <translation>An</translation>
+    </message>
+    <message>
+        <source>Off</source>
+        <translation>Aus</translation>
+    </message>
+    <message>
+        <source>EQ</source>
+        <translation>EQ</translation>
+    </message>
+    <message>
+        <source>More</source>
+        <translation>Mehr</translation>
+    </message>
+    <message>
+        <source>Actions</source>
+        <translation>Aktionen</translation>
+    </message>
+</context>
+<context>
+    <name>EqualizerControls</name>
+    <message>
+        <source>Preamp</source>
+        <translation>Vorverst.</translation>
+    </message>
+    <message>
+        <source>%1 dB</source>
+        <translation>%1 dB</translation>
+    </message>
+    <message>
+        <source>Reset</source>
+        <translation>Zurücksetzen</translation>
+    </message>
+</context>
+<context>
+    <name>EqualizerScreen</name>
+    <message>
+        <source>Equalizer</source>
+        <translation>Equalizer</translation>
+    </message>
+</context>
+<context>
+    <name>EqualizerUnavailable</name>
+    <message>
+        <source>EQ is unavailable</source>
+        <translation>EQ ist nicht verfügbar</translation>
+    </message>
+    <message>
+        <source>Try Software Mode</source>
+        <translation>Softwaremodus testen</translation>
+    </message>
+    <message>
+        <source>Sound Settings</source>
+        <translation>Toneinstellungen</translation>
+    </message>
+    <message>
+        <source>Reason: %1</source>
+        <translation>Grund: %1</translation>
+    </message>
+</context>
+<context>
+    <name>Header</name>
+    <message>
+        <source>Back</source>
+        <translation>Zurück</translation>
+    </message>
+</context>
+<context>
+    <name>MoreActions</name>
+    <message>
+        <source>More</source>
+        <translation>Mehr</translation>
+    </message>
+    <message>
+        <source>Setup Guide</source>
+        <translation>Einrichtung</translation>
+    </message>
+    <message>
+        <source>Sound Settings</source>
+        <translation>Toneinstellungen</translation>
+    </message>
+    <message>
+        <source>Refresh Output</source>
+        <translation>Ausgang neu lesen</translation>
+    </message>
+    <message>
+        <source>Copy Diagnostics</source>
+        <translation>Diagnose kopieren</translation>
+    </message>
+    <message>
+        <source>Quit Quenstal</source>
+        <translation>Quenstal beenden</translation>
+    </message>
+    <message>
+        <source>Close</source>
+        <translation>Schließen</translation>
+    </message>
+</context>
+<context>
+    <name>PreampSlider</name>
+    <message>
+        <source>Preamp</source>
+        <translation>Vorverst.</translation>
+    </message>
+    <message>
+        <source>%1 dB</source>
+        <translation>%1 dB</translation>
+    </message>
+</context>
+<context>
+    <name>PresetBar</name>
+    <message>
+        <source>Presets</source>
+        <translation>Vorgaben</translation>
+    </message>
+</context>
+<context>
+    <name>SetupScreen</name>
+    <message>
+        <source>First-run essentials</source>
+        <translation>Erste Schritte</translation>
+    </message>
+    <message>
+        <source>Accessibility</source>
+        <translation>Bedienungshilfen</translation>
+    </message>
+    <message>
+        <source>System Audio Capture</source>
+        <translation>Systemton-Aufnahme</translation>
+    </message>
+    <message>
+        <source>Done</source>
+        <translation>Fertig</translation>
+    </message>
+</context>
+</TS>

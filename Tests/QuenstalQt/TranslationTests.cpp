@@ -1,0 +1,84 @@
+// The German translation: complete, in force, and no longer than its room.
+
+#include "QuenstalQt/Panel/CoreTexts.hpp"
+#include "ViewFixture.hpp"
+
+#include <algorithm>
+#include <set>
+
+#include <QTranslator>
+
+namespace quenstal {
+namespace {
+
+class German : public testing::Test {
+protected:
+    German()
+    {
+        sharedEngine();
+        isLoaded_ = translator_.load(QStringLiteral(":/i18n/quenstal_de.qm"));
+        QGuiApplication::installTranslator(&translator_);
+    }
+    ~German() override { QGuiApplication::removeTranslator(&translator_); }
+
+    QTranslator translator_;
+    bool isLoaded_ = false;
+};
+
+class EveryGermanScene : public German, public testing::WithParamInterface<gallery::Scene> { };
+
+/// Texts that are the same in both languages.
+bool isShared(const QString& text)
+{
+    static const std::set<QString> words{
+        "Desk Monitor 27", "Built-in Audio Analog Stereo", "Quenstal", "EQ", "Equalizer", "L", "R", "%", "-", "OK"};
+    const bool hasLetters = std::any_of(text.begin(), text.end(), [](QChar c) { return c.isLetter(); });
+    return !hasLetters || words.contains(text) || text.endsWith(" dB") || text.endsWith("k");
+}
+
+QStringList textsOf(gallery::Stage& stage)
+{
+    QStringList texts;
+    for (const QQuickItem* item : shownItems(stage.root())) {
+        if (isText(item))
+            texts << item->property("text").toString();
+    }
+    return texts;
+}
+
+TEST_F(German, knowsEveryTextOfTheCore)
+{
+    ASSERT_TRUE(isLoaded_);
+    for (const char* text : coreTexts())
+        EXPECT_FALSE(translator_.translate("Core", text).isEmpty()) << text;
+}
+
+TEST_P(EveryGermanScene, leavesNoEnglishTextOnAnyScreen)
+{
+    QGuiApplication::removeTranslator(&translator_);
+    gallery::Stage english(sharedEngine(), GetParam());
+    const QStringList originals = textsOf(english);
+    QGuiApplication::installTranslator(&translator_);
+    gallery::Stage german(sharedEngine(), GetParam());
+    for (const QString& text : textsOf(german))
+        EXPECT_TRUE(isShared(text) || !originals.contains(text)) << qPrintable(text);
+}
+
+TEST_P(EveryGermanScene, showsEveryTextWhole)
+{
+    gallery::Stage stage(sharedEngine(), GetParam());
+    for (const QQuickItem* item : shownItems(stage.root())) {
+        const bool isInFront = isText(item) && item->isEnabled();
+        EXPECT_FALSE(isInFront && item->property("truncated").toBool())
+            << qPrintable(item->property("text").toString());
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, EveryGermanScene, testing::ValuesIn(gallery::scenes()), [](const auto& scene) {
+    std::string name = scene.param.name;
+    std::ranges::replace(name, '-', '_');
+    return name;
+});
+
+} // namespace
+} // namespace quenstal
