@@ -253,6 +253,14 @@ class NoTray(DesktopTest):
         self.stand.wait_open()
 
 
+class SecondStart(DesktopTest):
+    def test_a_second_start_opens_the_panel_of_the_first_and_ends(self):
+        self.start_in_tray()
+        second = self.session.start(STAND, stdin=subprocess.DEVNULL)
+        self.assertEqual(second.wait(LIMIT), 0)
+        self.stand.wait_open()
+
+
 class AssistiveTechnology(DesktopTest):
     def test_the_tree_names_every_control_and_an_action_moves_the_volume(self):
         self.start_in_tray()

@@ -1,9 +1,10 @@
 // quenstal_stand: the real desktop and panel over an output that lives in memory, for tests on a real X server. Reports
-// every change on its output and takes commands on its input: "feedback", "notice", "quit".
+// every change on its output and takes commands on its input: "feedback", "notice", "open", "quit".
 
 #include "QuenstalApp/StatusMenuController.hpp"
 #include "QuenstalLinux/Desktop/X11WindowSystem.hpp"
 #include "QuenstalQt/Desktop/QtDesktop.hpp"
+#include "QuenstalQt/Desktop/SingleInstance.hpp"
 #include "QuenstalQt/QtToolkit.hpp"
 #include "QuenstalSimulation/SimulatedPreferences.hpp"
 #include "QuenstalSimulation/SimulatedTrust.hpp"
@@ -11,8 +12,13 @@
 
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <iostream>
 #include <string>
+
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QQuickWindow>
 
 namespace {
 
@@ -68,12 +74,32 @@ void report(const QuenstalState& state)
     std::fflush(stdout);
 }
 
+/// Opens the panel as a click on the icon does, and reports the time to its first frame.
+void openAndTime(QtDesktop& desktop)
+{
+    QElapsedTimer sinceClick;
+    sinceClick.start();
+    desktop.activateStatusItem();
+    for (QWindow* window : QGuiApplication::allWindows()) {
+        auto* panel = qobject_cast<QQuickWindow*>(window);
+        if (!panel || !panel->isVisible())
+            continue;
+        const auto reportFrame = [sinceClick] {
+            std::printf("frame=%lld\n", static_cast<long long>(sinceClick.elapsed()));
+            std::fflush(stdout);
+        };
+        QObject::connect(panel, &QQuickWindow::frameSwapped, panel, reportFrame, Qt::SingleShotConnection);
+    }
+}
+
 void obey(const std::string& command, QtDesktop& desktop)
 {
     if (command == "feedback")
         desktop.showKeyFeedback({"speaker.wave.2.fill", "48%", 48, "Desk Monitor 27"});
     else if (command == "notice")
         desktop.showNotice("Volume keys", "A text to read.");
+    else if (command == "open")
+        openAndTime(desktop);
     else if (command == "quit")
         desktop.terminate();
 }
@@ -83,6 +109,9 @@ void obey(const std::string& command, QtDesktop& desktop)
 int main(int argc, char** argv)
 {
     QtToolkit toolkit(argc, argv);
+    SingleInstance instance;
+    if (!instance.isFirst())
+        return EXIT_SUCCESS;
     StandRunLoop runLoop;
     const auto windowSystem = connectToX11(runLoop);
     QtDesktop desktop(windowSystem.get());
@@ -96,6 +125,7 @@ int main(int argc, char** argv)
         VolumeSnapshot::defaultAudible());
     StatusMenuController statusMenu({runLoop, desktop, preferences, trust, desktop}, controller);
     statusMenu.onStateChanged = report;
+    instance.onSecondStart = [&desktop] { desktop.activateStatusItem(); };
     const Cancellation input = runLoop.watchReadable(0, [&] {
         std::string command;
         if (std::getline(std::cin, command))
