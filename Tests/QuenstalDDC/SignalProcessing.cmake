@@ -10,6 +10,10 @@ quenstal_suite(dsp_floating_point
     LABEL dsp
     SOURCES SignalProcessingFloatingPointTests.cpp
     DEPENDS QuenstalDDC)
+quenstal_suite(dsp_response
+    LABEL dsp
+    SOURCES SignalProcessingResponseTests.cpp SignalProcessingResponse.cpp
+    DEPENDS QuenstalDDC)
 quenstal_suite(dsp_threads
     LABEL dsp
     SOURCES SignalProcessingThreadsTests.cpp
