@@ -18,16 +18,22 @@ set(bit_exact -ffp-contract=off -O3)
 # Vectors wider than a register are passed between inlined functions only; how they would be passed else is no matter.
 set(vectors -Wno-psabi)
 
+# An audio thread's stack may be small. Sanitizers and builds that are not optimised need more.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT QUENSTAL_SANITIZERS)
+    set(stack_limit -Wstack-usage=12288)
+endif()
+
 target_sources(QuenstalDDC PRIVATE
     SoftwareVolumeTap/PackedCoefficients.cpp
     SoftwareVolumeTap/${machine}/FloatingPointMode.cpp
     SoftwareVolumeTap/${machine}/Kernels.cpp)
-set_source_files_properties(SoftwareVolumeTap/PackedCoefficients.cpp PROPERTIES COMPILE_OPTIONS -O2)
+set_source_files_properties(SoftwareVolumeTap/PackedCoefficients.cpp SoftwareVolumeTap/Procedure.cpp
+    PROPERTIES COMPILE_OPTIONS "-O2;${stack_limit}")
 set_source_files_properties(SoftwareVolumeTap/Reference.cpp SoftwareVolumeTap/Settings.cpp
-    PROPERTIES COMPILE_OPTIONS "-ffp-contract=off;-O2")
+    PROPERTIES COMPILE_OPTIONS "-ffp-contract=off;-O2;${stack_limit}")
 
 foreach(set IN LISTS instruction_sets)
     target_sources(QuenstalDDC PRIVATE SoftwareVolumeTap/${machine}/${set}.cpp)
     set_source_files_properties(SoftwareVolumeTap/${machine}/${set}.cpp
-        PROPERTIES COMPILE_OPTIONS "${bit_exact};${vectors};${${set}_flags}")
+        PROPERTIES COMPILE_OPTIONS "${bit_exact};${vectors};${stack_limit};${${set}_flags}")
 endforeach()
