@@ -24,7 +24,7 @@ struct Lanes {
     Lanes() = default;
     // Part by part: compilers copy a structure of this size through memory, and the row is the recursion's state.
     [[gnu::always_inline]] Lanes(const Lanes& other) { *this = other; }
-    [[gnu::always_inline]] Lanes& operator=(const Lanes& other)
+    [[gnu::always_inline]] Lanes& operator=(const Lanes& other) // NOLINT(bugprone-unhandled-self-assignment): harmless
     {
         assign([&](auto i) __attribute__((always_inline)) { return other.part[i]; });
         return *this;

@@ -37,10 +37,10 @@ public:
     }
 
 private:
-    static constexpr unsigned width = Isa::width;
+    static constexpr std::size_t width = Isa::width;
     static constexpr unsigned meteredChannels = 2;
 
-    using Bits = Ints<width>;
+    using Bits = Ints<Isa::width>;
 
     static constexpr std::int32_t signBit = INT32_MIN;
     static constexpr std::int32_t magnitudeBits = INT32_MAX;
@@ -55,7 +55,7 @@ private:
         void add(const Bits& bits)
         {
             storeVector(lane + count, bits);
-            count += width;
+            count += unsigned{width};
         }
 
         std::int32_t largest(unsigned first, unsigned step) const
@@ -90,7 +90,7 @@ private:
 
     /// Raises the accumulators, taken in turn, to the samples' magnitudes.
     [[gnu::always_inline]] static void raise(
-        const float* samples, std::size_t count, unsigned period, Bits* accumulators)
+        const float* samples, std::size_t count, std::size_t period, Bits* accumulators)
     {
         const auto take = [](Bits & top, Bits sample) __attribute__((always_inline))
         {
@@ -98,10 +98,10 @@ private:
         };
         std::size_t i = 0;
         for (; i + period * width <= count; i += period * width) {
-            for (unsigned p = 0; p < period; ++p)
+            for (std::size_t p = 0; p < period; ++p)
                 take(accumulators[p], loadVector<Bits>(samples + i + p * width));
         }
-        for (unsigned p = 0; i < count; ++p, i += width) {
+        for (std::size_t p = 0; i < count; ++p, i += width) {
             const std::size_t rest = count - i;
             take(accumulators[p],
                 rest < width ? loadPart<Bits>(samples + i, rest * sizeof(float)) : loadVector<Bits>(samples + i));

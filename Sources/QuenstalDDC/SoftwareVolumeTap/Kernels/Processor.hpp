@@ -215,9 +215,7 @@ private:
 
     float preamplified(const float* sample) const
     {
-        float value;
-        __builtin_memcpy(&value, sample, sizeof value);
-        return value * cycle_.gain * cycle_.preampGain;
+        return loadVector<float>(sample) * cycle_.gain * cycle_.preampGain;
     }
 
     QSSoftwareVolumeSession& session_;

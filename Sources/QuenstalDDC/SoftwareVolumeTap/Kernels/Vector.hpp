@@ -16,7 +16,7 @@ namespace quenstal {
 
 template <class Lane, unsigned width>
 struct Vector {
-    typedef Lane Type __attribute__((vector_size(sizeof(Lane) * width)));
+    using Type [[gnu::vector_size(sizeof(Lane) * width)]] = Lane;
 };
 
 template <unsigned width>
