@@ -25,7 +25,7 @@ Item {
 
     activeFocusOnTab: true
     Accessible.role: Accessible.Slider
-    Accessible.name: qsTr("%1 Hz").arg(hertz)
+    Accessible.name: hertz.endsWith("k") ? qsTr("%1 kHz").arg(hertz.slice(0, -1)) : qsTr("%1 Hz").arg(hertz)
     Accessible.description: qsTr("%1 dB").arg(Theme.decibels(shownValue))
     Accessible.focusable: true
     Accessible.onIncreaseAction: moved(Math.min(maximumValue, shownValue + stepSize))

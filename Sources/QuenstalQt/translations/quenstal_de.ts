@@ -22,6 +22,10 @@
         <source>%1 dB</source>
         <translation>%1 dB</translation>
     </message>
+    <message>
+        <source>%1 kHz</source>
+        <translation>%1 kHz</translation>
+    </message>
 </context>
 <context>
     <name>BoostHint</name>

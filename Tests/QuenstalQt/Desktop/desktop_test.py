@@ -262,9 +262,8 @@ class SecondStart(DesktopTest):
 
 
 class AssistiveTechnology(DesktopTest):
-    def test_the_tree_names_every_control_and_an_action_moves_the_volume(self):
-        self.start_in_tray()
-        self.open_panel()
+    def read(self):
+        """The tree as roles and names, and all that the reader said."""
         reader = self.session.start(sys.executable, str(HERE / "read_accessibility.py"), stdout=subprocess.PIPE,
                                     stderr=subprocess.PIPE, text=True)
         output, problems = reader.communicate(timeout=60)
@@ -272,14 +271,33 @@ class AssistiveTechnology(DesktopTest):
             self.skipTest(problems.strip().splitlines()[-1])
         self.assertEqual(reader.returncode, 0, problems)
         said = json.loads(output)
-        names = {(entry["role"], entry["name"]) for entry in said["tree"]}
+        return {(entry["role"], entry["name"]) for entry in said["tree"]}, said
+
+    def test_the_tree_names_every_control_and_an_action_moves_the_volume(self):
+        self.start_in_tray()
+        self.open_panel()
+        names, said = self.read()
         for control in (("check box", "Quenstal"), ("slider", "Volume")):
             self.assertIn(control, names)
         self.assertTrue({"Mute", "EQ", "More"} <= {name for _, name in names}, names)
-        self.assertEqual(said["before"], [42, 0, 100])
+        self.assertEqual(said["values"]["Volume"], [42, 0, 100])
         self.assertEqual(said["increased"], 44)
         self.assertEqual(said["written"], 77)
         self.stand.wait(percent=77)
+
+    def test_on_the_equalizer_bands_are_sliders_in_decibels_and_the_dial_is_gone(self):
+        self.start_in_tray()
+        window = self.open_panel()
+        x, y, _, height = self.session.frame(window)
+        self.session.click(x + 172, y + height - 40)
+        wait_for(lambda: self.session.frame(window)[3] == 475, "equalizer")
+        names, said = self.read()
+        self.assertEqual({name: limits[1:] for name, limits in said["values"].items()},
+                         {"60 Hz": [-12, 12], "250 Hz": [-12, 12], "1 kHz": [-12, 12], "4 kHz": [-12, 12],
+                          "12 kHz": [-12, 12], "Preamp": [-12, 6]})
+        for preset in ("Flat", "Voice", "Movie", "Music", "Night", "Custom"):
+            self.assertIn(("radio button", preset), names)
+        self.assertNotIn("Mute", {name for _, name in names})
 
 
 if __name__ == "__main__":

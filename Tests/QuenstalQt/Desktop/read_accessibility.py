@@ -35,16 +35,25 @@ def wait_for_value(slider, value):
 def main():
     nodes = list(walk(application()))
     tree = [{"role": node.getRoleName(), "name": node.name, "description": node.description} for node in nodes]
-    slider = next(node for node in nodes if node.getRoleName() == "slider")
-    value = slider.queryValue()
-    said = {"tree": tree, "before": [value.currentValue, value.minimumValue, value.maximumValue]}
+    sliders = [node for node in nodes if node.getRoleName() == "slider"]
+    values = {}
+    for node in sliders:
+        value = node.queryValue()
+        values[node.name] = [value.currentValue, value.minimumValue, value.maximumValue]
+    said = {"tree": tree, "values": values}
+    if "Volume" in values:
+        use(next(node for node in sliders if node.name == "Volume"), said)
+    print(json.dumps(said))
+
+
+def use(slider, said):
+    """An action and a written value, with what the slider has then."""
     action = slider.queryAction()
     names = [action.getName(index).lower() for index in range(action.nActions)]
     action.doAction(next(index for index, name in enumerate(names) if name.startswith("increase")))
     said["increased"] = wait_for_value(slider, 44)
     slider.queryValue().currentValue = 77
     said["written"] = wait_for_value(slider, 77)
-    print(json.dumps(said))
 
 
 main()

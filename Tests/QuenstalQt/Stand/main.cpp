@@ -5,10 +5,10 @@
 #include "QuenstalLinux/Desktop/X11WindowSystem.hpp"
 #include "QuenstalQt/Desktop/QtDesktop.hpp"
 #include "QuenstalQt/Desktop/SingleInstance.hpp"
+#include "QuenstalQt/QtRunLoop.hpp"
 #include "QuenstalQt/QtToolkit.hpp"
 #include "QuenstalSimulation/SimulatedPreferences.hpp"
 #include "QuenstalSimulation/SimulatedTrust.hpp"
-#include "Stand/StandRunLoop.hpp"
 
 #include <cmath>
 #include <cstdio>
@@ -112,7 +112,7 @@ int main(int argc, char** argv)
     SingleInstance instance;
     if (!instance.isFirst())
         return EXIT_SUCCESS;
-    StandRunLoop runLoop;
+    QtRunLoop runLoop;
     const auto windowSystem = connectToX11(runLoop);
     QtDesktop desktop(windowSystem.get());
     SimulatedPreferences preferences;
