@@ -1,10 +1,9 @@
 #include "EmulatedMonitor/MachineFixture.hpp"
 
+#include <cstdlib>
 #include <fstream>
 #include <stdexcept>
 #include <string_view>
-
-#include <stdlib.h>
 
 namespace quenstal {
 namespace {

@@ -29,7 +29,7 @@ void ColdBudget::spend(WorkerTime::Duration duration)
     left_ = std::max(left_ - duration, WorkerTime::Duration::zero());
 }
 
-BusEngine::BusEngine(std::string device, std::shared_ptr<I2CDevices> devices, std::shared_ptr<WorkerTime> time,
+BusEngine::BusEngine(std::string device, std::shared_ptr<I2CDevices> devices, const std::shared_ptr<WorkerTime>& time,
     std::shared_ptr<CardGate> gate, BusNews news)
     : device_(std::move(device))
     , time_(time)

@@ -45,7 +45,7 @@ private:
 class BusEngine {
 public:
     /// Begins to ask at once.
-    BusEngine(std::string device, std::shared_ptr<I2CDevices> devices, std::shared_ptr<WorkerTime> time,
+    BusEngine(std::string device, std::shared_ptr<I2CDevices> devices, const std::shared_ptr<WorkerTime>& time,
         std::shared_ptr<CardGate> gate, BusNews news);
     /// Leaves a worker that hangs to itself.
     ~BusEngine();

@@ -42,8 +42,8 @@ bool isHopeless(int error)
 
 } // namespace
 
-BusWorker::BusWorker(const std::string& device, std::shared_ptr<I2CDevices> devices, std::shared_ptr<WorkerTime> time,
-    std::shared_ptr<CardGate> gate, BusNews news)
+BusWorker::BusWorker(const std::string& device, std::shared_ptr<I2CDevices> devices,
+    const std::shared_ptr<WorkerTime>& time, std::shared_ptr<CardGate> gate, BusNews news)
     : time_(time)
     , news_(std::move(news))
     , link_(device, std::move(devices), time, std::move(gate))

@@ -13,7 +13,7 @@ namespace quenstal {
 /// stands below `mutex_`, which is never held across a system call.
 class BusWorker {
 public:
-    BusWorker(const std::string& device, std::shared_ptr<I2CDevices> devices, std::shared_ptr<WorkerTime> time,
+    BusWorker(const std::string& device, std::shared_ptr<I2CDevices> devices, const std::shared_ptr<WorkerTime>& time,
         std::shared_ptr<CardGate> gate, BusNews news);
 
     // Main thread; contracts as in BusEngine.

@@ -4,12 +4,12 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <set>
 #include <string_view>
 
-#include <string.h>
 #include <system_error>
 
 namespace quenstal {

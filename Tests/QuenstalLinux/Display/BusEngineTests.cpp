@@ -508,11 +508,62 @@ TEST_F(DisplayBusEngineTest, rediscoveryClosesTheDeviceAndAsksAgainBeforeItWrite
     EXPECT_FALSE(set(42)) << "the monitor may be another";
     time->advance(10ms);
     EXPECT_EQ(devices->openDescriptors(), 0u);
-    time->advance(500ms);
+    time->advance(150ms);
     EXPECT_EQ(monitor->volume(), 41) << "an accepted value is not lost";
-    EXPECT_EQ(get(), Answer(std::pair(41, 100)));
+    EXPECT_EQ(get(), Answer(std::pair(41, 100))) << "nor forgotten before it is verified";
     EXPECT_EQ(valuesSet(*monitor), (std::vector<std::uint16_t>{40, 41}));
     EXPECT_GE(getsAsked(*monitor), 2);
+}
+
+TEST_F(DisplayBusEngineTest, anAnswerOfTheMonitorBeforeIsNotTakenForThatOfTheNewOne)
+{
+    start();
+    time->advance(10ms);
+    monitor->setVolume(50);
+    engine->rediscover();
+    time->advance(45ms);
+    EXPECT_EQ(get(), Answer(std::pair(50, 100)));
+}
+
+TEST_F(DisplayBusEngineTest, aSetThatIsTriedAgainIsNotTriedOnAnotherMonitor)
+{
+    startAndDiscover();
+    monitor->failNext(1, ENXIO);
+    EXPECT_TRUE(set(40));
+    const std::size_t before = monitor->journal().size();
+    engine->rediscover();
+    time->advance(300ms);
+    ASSERT_GT(monitor->journal().size(), before);
+    EXPECT_EQ(monitor->journal()[before].kind, MonitorTransaction::Kind::get);
+    EXPECT_EQ(monitor->volume(), 40);
+}
+
+TEST_F(DisplayBusEngineTest, aFailedSetIsToldOnceEvenIfTheMonitorIsBack)
+{
+    startAndDiscover();
+    EXPECT_TRUE(set(40));
+    time->advance(30ms);
+    EXPECT_TRUE(set(41));
+    monitor->failNext(5, ENXIO); // four times the Set, once the question after it
+    time->advance(700ms);
+    EXPECT_EQ(get(), nothing);
+    EXPECT_EQ(get(), Answer(std::pair(40, 100)));
+}
+
+TEST_F(DisplayBusEngineTest, aSetHeldBackByAQuestionThatHangsIsDropped)
+{
+    startAndDiscover();
+    time->advance(3s);
+    devices->hangNext();
+    get();
+    time->advance(10ms);
+    EXPECT_TRUE(set(40));
+    time->advance(5s);
+    devices->release();
+    time->advance(1s);
+    EXPECT_EQ(monitor->volume(), 37);
+    EXPECT_EQ(get(), nothing);
+    EXPECT_EQ(blocked, 0ms);
 }
 
 TEST_F(DisplayBusEngineTest, aSuspendedBusIsClosedAndSilent)

@@ -123,15 +123,21 @@ struct PlayingRow {
 
 TEST_F(DisplayRegistryTest, theMonitorThatPlaysIsTheOnlyCandidateWhenThatIsCertain)
 {
-    startWithTwo();
-    const Names both{"card0-DP-1 /dev/i2c-5", "card0-HDMI-A-1 /dev/i2c-6"};
+    const auto stranger = std::make_shared<SimulatedMonitor>(
+        MonitorDescription{.name = "Stranger", .manufacturer = "XYZ", .product = 9});
+    write({{{"eDP-1", Link::auxiliary, 3, edidOf(panel)}, {"DP-1", Link::auxiliary, 5, edidOf(left)},
+               {"DP-2", Link::auxiliary, 7, edidOf(stranger)}, {"HDMI-A-1", Link::ddc, 6, edidOf(right)}},
+        {}});
+    start();
+    settle();
+    const Names all{"card0-DP-1 /dev/i2c-5", "card0-DP-2 /dev/i2c-7", "card0-HDMI-A-1 /dev/i2c-6"};
     const std::vector<PlayingRow> rows{
-        {"not known", std::nullopt, both},
+        {"not known", std::nullopt, all},
         {"by name", MonitorIdentity{"Right", {}, {}}, {"card0-HDMI-A-1 /dev/i2c-6"}},
         {"by product", MonitorIdentity{"", {}, 1}, {"card0-DP-1 /dev/i2c-5"}},
-        {"by maker, which both share", MonitorIdentity{"", left->edid()[8] | left->edid()[9] << 8, {}}, both},
-        {"the panel, which is no candidate", MonitorIdentity{"Panel", {}, {}}, both},
-        {"somewhere else", MonitorIdentity{"Projector", {}, {}}, both},
+        {"by maker, which both share", MonitorIdentity{"", left->edid()[8] | left->edid()[9] << 8, {}}, all},
+        {"the panel, which is no candidate", MonitorIdentity{"Panel", {}, {}}, all},
+        {"somewhere else", MonitorIdentity{"Projector", {}, {}}, all},
     };
     for (const PlayingRow& row : rows) {
         SCOPED_TRACE(row.what);
