@@ -340,6 +340,21 @@ TEST_F(DisplayBusEngineTest, aBurstEndsOnItsLastValueWhateverTheOddity)
     }
 }
 
+TEST(ColdBudgetTest, connectorsThatFlapDoNotRefillIt)
+{
+    const WorkerTime::Time now{};
+    ColdBudget budget;
+    EXPECT_EQ(budget.left(), 0ms);
+    budget.grant(now);
+    budget.spend(150ms);
+    budget.grant(now + 9s);
+    EXPECT_EQ(budget.left(), 250ms);
+    budget.spend(1s);
+    EXPECT_EQ(budget.left(), 0ms);
+    budget.grant(now + 10s);
+    EXPECT_EQ(budget.left(), 400ms);
+}
+
 TEST_F(DisplayBusEngineTest, aMonitorWithoutTheFeatureIsAskedOnce)
 {
     monitor->setQuirks({.resultCode = 1});
@@ -408,7 +423,7 @@ TEST_F(DisplayBusEngineTest, aMonitorThatRefusesSetsCountsAsNotAnsweringForAWhil
     EXPECT_EQ(engine->problem(), std::nullopt);
 
     EXPECT_TRUE(set(41));
-    time->advance(31s);
+    time->advance(40s);
     EXPECT_EQ(get(), nothing) << "twice as long the second time";
     time->advance(200ms);
     EXPECT_EQ(get(), nothing);
