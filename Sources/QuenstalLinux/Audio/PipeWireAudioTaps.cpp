@@ -19,6 +19,8 @@ constexpr AudioObjectID firstID = 0x4000'0000;
 constexpr std::uint32_t usualRate = 48000;
 /// At the end of the program there is no later turn on which the streams could be moved back.
 constexpr auto farewellTime = 200ms;
+/// A start that just failed is not tried again at every refresh.
+constexpr auto refusalTime = 5s;
 
 /// The text that makes the aggregate device's name unique.
 std::string uniquePart(const AggregateDeviceDescription& description)
@@ -66,12 +68,12 @@ PipeWireAudioTaps::PipeWireAudioTaps(PipeWireConnection& connection, PipeWireGra
     , tapChanged_(runLoop)
     , nextID_(firstID)
 {
-    connection_.addListener(*this);
+    graph_.addObserver(*this);
 }
 
 PipeWireAudioTaps::~PipeWireAudioTaps()
 {
-    connection_.removeListener(*this);
+    graph_.removeObserver(*this);
     for (const auto& [id, device] : devices_) {
         if (device->path)
             retire(std::move(device->path));
@@ -97,9 +99,8 @@ PlatformStatus PipeWireAudioTaps::createProcessTap(const ProcessTapDescription& 
         return -ENOTCONN;
     if (!graph_.graph().sinkNamed(description.deviceUID))
         return -ENODEV;
-    const auto refusal = refusals_.find(description.deviceUID);
-    if (refusal != refusals_.end())
-        return refusal->second;
+    if (const PlatformStatus status = refusalOf(description.deviceUID))
+        return status;
     tap = nextID_++;
     taps_.emplace(tap, Tap{description, "quenstal.tap." + std::to_string(tap)});
     return 0;
@@ -236,9 +237,21 @@ std::uint64_t PipeWireAudioTaps::repairedSamples() const
     return sum;
 }
 
-void PipeWireAudioTaps::connected(pw_core&)
+void PipeWireAudioTaps::graphChanged(GraphChange change)
 {
-    refusals_.clear();
+    // Another server or session manager may think differently.
+    if (change == GraphChange::session)
+        refusals_.clear();
+}
+
+PlatformStatus PipeWireAudioTaps::refusalOf(const std::string& targetName) const
+{
+    const auto refusal = refusals_.find(targetName);
+    if (refusal == refusals_.end())
+        return 0;
+    const auto& [status, time] = refusal->second;
+    const bool isForGood = status == -EACCES || status == -EPERM;
+    return isForGood || runLoop_.steadyNow() - time < refusalTime ? status : 0;
 }
 
 PipeWireAudioTaps::Device* PipeWireAudioTaps::deviceWith(AudioObjectID device, AudioIOProcID procedureID)
@@ -262,7 +275,7 @@ void PipeWireAudioTaps::ended(AudioObjectID device, int status)
         return;
     // An output that went may come back; a refusal stays one.
     if (status != -ENODEV)
-        refusals_[found->second->targetName] = status;
+        refusals_[found->second->targetName] = {status, runLoop_.steadyNow()};
     retire(std::move(found->second->path));
     tapChanged_.notify(found->second->tap, TapChange::ended);
 }

@@ -15,7 +15,7 @@ namespace quenstal {
 
 /// Taps and aggregate devices over the server's streams: one pair of streams is the tap, the device and its procedure
 /// in one, and exists while the device is started. A tap's `deviceUID` is the output's name at the server.
-class PipeWireAudioTaps final : public AudioTaps, private PipeWireConnection::Listener {
+class PipeWireAudioTaps final : public AudioTaps, private PipeWireGraph::Observer {
 public:
     /// All outlive it.
     PipeWireAudioTaps(PipeWireConnection& connection, PipeWireGraph& graph, RunLoop& runLoop);
@@ -57,13 +57,18 @@ private:
         AudioIOProcID procedureID() { return reinterpret_cast<AudioIOProcID>(&procedure); }
     };
 
-    void connected(pw_core&) override;
-    void disconnected() override { }
-    void refused(std::uint32_t, int) override { }
+    struct Refusal {
+        int status = 0;
+        RunLoop::SteadyTime time;
+    };
+
+    void graphChanged(GraphChange change) override;
 
     Device* deviceWith(AudioObjectID device, AudioIOProcID procedureID);
     AudioObjectID tapNamed(const std::string& uid) const;
     void ended(AudioObjectID device, int status);
+    /// The status that creating a tap on the output would only lead to again; 0 when it is worth trying.
+    PlatformStatus refusalOf(const std::string& targetName) const;
     void retire(std::unique_ptr<SoftwarePath> path);
 
     PipeWireConnection& connection_;
@@ -75,9 +80,8 @@ private:
     std::map<AudioObjectID, std::unique_ptr<Device>> devices_;
     /// Stopped, and waiting for the streams to be back on their direct path.
     std::vector<std::unique_ptr<SoftwarePath>> retiring_;
-    /// Why the last session on an output ended by itself, by the output's name. Told until the server is another one:
-    /// what it refuses, it refuses every time.
-    std::map<std::string, int> refusals_;
+    /// Why the last session on an output ended by itself, by the output's name.
+    std::map<std::string, Refusal> refusals_;
     std::uint64_t earlierRepairs_ = 0;
 };
 
