@@ -105,7 +105,10 @@ if [ "$command" = run ] && [ "$#" -ge 2 ]; then
     run "$@"
 fi
 dir=${QUENSTAL_AUDIO_SESSION:-}
-[ -n "$dir" ] && [ "$#" = 1 ] || { sed -n '2,15s/^# \{0,1\}//p' "$0"; exit 2; }
+if [ -z "$dir" ] || [ "$#" != 1 ]; then
+    sed -n '2,15s/^# \{0,1\}//p' "$0"
+    exit 2
+fi
 case $command in
     plug) plug "$1" ;;
     unplug) end "card-$1" ;;
