@@ -17,8 +17,13 @@ namespace {
 
 /// Where the message of a failing step goes; every failure is false.
 struct ErrorText {
-    char* buffer;
-    std::size_t size;
+    ErrorText(char* buffer, std::size_t size)
+        : buffer(buffer)
+        , size(size)
+    {
+    }
+    char* const buffer;
+    const std::size_t size;
 
     bool is(const char* message) const
     {
@@ -142,7 +147,7 @@ bool build(AudioTaps& taps, QSSoftwareVolumeSession& session, const char* device
 bool QSSoftwareVolumeSessionCreate(AudioTaps& taps, const char* deviceUID, QSSoftwareVolumeSession** session,
     char* errorBuffer, std::size_t errorBufferSize, float initialGain)
 {
-    const ErrorText error{errorBuffer, errorBufferSize};
+    const ErrorText error(errorBuffer, errorBufferSize);
     if (session == nullptr)
         return error.is("No software volume session output pointer was supplied.");
     *session = nullptr;
@@ -198,7 +203,7 @@ void QSSetStatusError(char* errorBuffer, std::size_t errorBufferSize, const char
 bool QSResolveSampleFormat(const AudioStreamBasicDescription& format, std::uint32_t* sampleFormat, char* errorBuffer,
     std::size_t errorBufferSize)
 {
-    const ErrorText error{errorBuffer, errorBufferSize};
+    const ErrorText error(errorBuffer, errorBufferSize);
     if (format.formatID != audioFormatLinearPCM)
         return error.is("Software volume only supports linear PCM audio taps.");
     const auto resolved = [&]() -> std::optional<QSSampleFormat> {

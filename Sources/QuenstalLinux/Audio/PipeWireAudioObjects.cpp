@@ -15,7 +15,7 @@ namespace {
 using namespace std::chrono_literals;
 
 /// Within this time a server confirms a volume, or it never will.
-constexpr auto confirmationTime = 500ms;
+constexpr auto confirmationTime = 1500ms;
 
 AudioObjectID serialOf(const SinkNode& sink)
 {

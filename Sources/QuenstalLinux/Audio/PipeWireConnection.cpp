@@ -119,8 +119,7 @@ void PipeWireConnection::lose()
 {
     pendingLoss_.reset();
     const std::vector listeners(listeners_);
-    for (auto listener = listeners.rbegin(); listener != listeners.rend(); ++listener)
-        (*listener)->disconnected();
+    std::for_each(listeners.rbegin(), listeners.rend(), [](Listener* listener) { listener->disconnected(); });
     core_.reset();
     retryLater();
 }

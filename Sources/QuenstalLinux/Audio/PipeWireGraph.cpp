@@ -66,22 +66,37 @@ bool isSinkClass(std::string_view mediaClass)
 } // namespace
 
 struct PipeWireGraph::BoundSink {
+    BoundSink(PipeWireGraph& owner, std::uint32_t id)
+        : owner(owner)
+        , id(id)
+    {
+    }
     PipeWireGraph& owner;
-    std::uint32_t id;
+    const std::uint32_t id;
     PipeWireHook hook;
     PipeWireProxy<pw_node> node;
 };
 
 struct PipeWireGraph::BoundCard {
+    BoundCard(PipeWireGraph& owner, std::uint32_t id)
+        : owner(owner)
+        , id(id)
+    {
+    }
     PipeWireGraph& owner;
-    std::uint32_t id;
+    const std::uint32_t id;
     PipeWireHook hook;
     PipeWireProxy<pw_device> device;
 };
 
 struct PipeWireGraph::BoundMetadata {
+    BoundMetadata(PipeWireGraph& owner, std::string name)
+        : owner(owner)
+        , name(std::move(name))
+    {
+    }
     PipeWireGraph& owner;
-    std::string name;
+    const std::string name;
     PipeWireHook hook;
     PipeWireProxy<pw_metadata> metadata;
 };

@@ -59,7 +59,7 @@ void SoftwareCycle::run()
         const std::uint32_t outputs = std::min<std::uint32_t>(output->buffer->n_datas, maximumChannels);
         for (std::uint32_t i = 0; i < outputs; ++i) {
             spa_data& data = output->buffer->datas[i];
-            std::memset(data.data, 0, frames * bytesPerSample);
+            std::memset(data.data, 0, std::size_t{frames} * bytesPerSample);
             data.chunk->offset = 0;
             data.chunk->size = frames * bytesPerSample;
             data.chunk->stride = bytesPerSample;
