@@ -101,8 +101,8 @@ struct QtDesktop::State : QObject {
         auto shared = std::make_shared<Handler>(std::move(handler));
         (this->*list).push_back(shared);
         return std::make_unique<Undo>([self = QPointer<State>(this), list, shared] {
-            if (self)
-                std::erase((self.data()->*list), shared);
+            if (State* alive = self.data())
+                std::erase(alive->*list, shared);
         });
     }
 
@@ -145,8 +145,8 @@ std::unique_ptr<PanelWindow> QtDesktop::createPanel(const PanelSettings& setting
         panel->onDeactivated = [state = state_.get()] { state->clickedOutside(); };
     panel->onReleased = [state = state_.get()] { state->onViewsReleased(); };
     panel->onDestroyed = [state = QPointer<State>(state_.get())] {
-        if (state)
-            state->panel = nullptr;
+        if (State* alive = state.data())
+            alive->panel = nullptr;
     };
     state_->panel = panel.get();
     return panel;

@@ -3,8 +3,8 @@
 
 #include "QuenstalApp/StatusMenuController.hpp"
 #include "QuenstalLinux/Desktop/X11WindowSystem.hpp"
+#include "QuenstalLinux/Session/SingleInstance.hpp"
 #include "QuenstalQt/Desktop/QtDesktop.hpp"
-#include "QuenstalQt/Desktop/SingleInstance.hpp"
 #include "QuenstalQt/QtRunLoop.hpp"
 #include "QuenstalQt/QtToolkit.hpp"
 #include "QuenstalSimulation/SimulatedPreferences.hpp"
@@ -109,10 +109,11 @@ void obey(const std::string& command, QtDesktop& desktop)
 int main(int argc, char** argv)
 {
     QtToolkit toolkit(argc, argv);
-    SingleInstance instance;
-    if (!instance.isFirst())
-        return EXIT_SUCCESS;
     QtRunLoop runLoop;
+    BusConnection sessionBus(runLoop, BusConnection::Which::session);
+    SingleInstance instance(sessionBus);
+    if (!instance.isFirst())
+        return instance.activateFirst() ? EXIT_SUCCESS : EXIT_FAILURE;
     const auto windowSystem = connectToX11(runLoop);
     QtDesktop desktop(windowSystem.get());
     SimulatedPreferences preferences;
@@ -125,7 +126,7 @@ int main(int argc, char** argv)
         VolumeSnapshot::defaultAudible());
     StatusMenuController statusMenu({runLoop, desktop, preferences, trust, desktop}, controller);
     statusMenu.onStateChanged = report;
-    instance.onSecondStart = [&desktop] { desktop.activateStatusItem(); };
+    instance.onActivated([&desktop] { desktop.activateStatusItem(); });
     const Cancellation input = runLoop.watchReadable(0, [&] {
         std::string command;
         if (std::getline(std::cin, command))
