@@ -5,14 +5,14 @@
 // line: at step t band k handles frame t − k · delay, and all bands of all channels are lanes of one row of registers.
 // What remains is the wait of a single biquad, which no order of the same operations can shorten.
 //
-//     step   0  1  2  3  4  5  6  7 …       (delay 1)
-//     band 0 f0 f1 f2 f3 f4 f5 f6 f7
-//     band 1    f0 f1 f2 f3 f4 f5 f6
-//     band 2       f0 f1 f2 f3 f4 f5
-//     band 3          f0 f1 f2 f3 f4
-//     band 4             f0 f1 f2 f3  → out
+//     step   0  1  2  3  4  5  6  7  8  9 …
+//     band 0 f0 f1 f2 f3 f4 f5 f6 f7 f8 f9
+//     band 1       f0 f1 f2 f3 f4 f5 f6 f7
+//     band 2             f0 f1 f2 f3 f4 f5
+//     band 3                   f0 f1 f2 f3
+//     band 4                         f0 f1  → out
 //
-// A delay above 1 takes the handing on from lane to lane out of the wait as well.
+// Two steps from band to band, not one, take the way from lane to lane out of the wait as well.
 //
 // Each lane carries out the operations of the scalar form in the same order, so every bit is the same.
 
