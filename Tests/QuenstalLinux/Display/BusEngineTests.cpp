@@ -423,6 +423,8 @@ TEST_F(DisplayBusEngineTest, aMonitorThatRefusesSetsCountsAsNotAnsweringForAWhil
     EXPECT_EQ(engine->problem(), std::nullopt);
 
     EXPECT_TRUE(set(41));
+    time->advance(1s);
+    EXPECT_EQ(get(), nothing);
     time->advance(40s);
     EXPECT_EQ(get(), nothing) << "twice as long the second time";
     time->advance(200ms);
