@@ -3,6 +3,9 @@
 #
 #   tools/audio_session.sh run CARD_PROGRAM COMMAND...   starts a session, runs the command in it, ends everything that
 #                                                        it started; the result is the command's
+# CARD_PROGRAM is audio_session_card of Examples/AudioSession; audio_session_probe beside it plays a tone and measures
+# what an output is sent.
+#
 # Within the session, for the command and its children:
 #   audio_session.sh plug NAME       plugs an output in and waits until the server shows it (see sound_card.cpp)
 #   audio_session.sh unplug NAME     takes it away
@@ -106,7 +109,7 @@ if [ "$command" = run ] && [ "$#" -ge 2 ]; then
 fi
 dir=${QUENSTAL_AUDIO_SESSION:-}
 if [ -z "$dir" ] || [ "$#" != 1 ]; then
-    sed -n '2,15s/^# \{0,1\}//p' "$0"
+    sed -n '2,18s/^# \{0,1\}//p' "$0"
     exit 2
 fi
 case $command in
