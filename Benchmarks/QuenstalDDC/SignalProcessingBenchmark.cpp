@@ -246,10 +246,14 @@ private:
     std::vector<std::unique_ptr<LadspaEqualiser>> loaded_;
 };
 
-void print(const char* name, const char* what, const std::vector<double>& times, const Spread& ratio)
+/// One line; nothing for what a filter left out.
+bool print(const char* name, const char* what, const std::vector<double>& times, const Spread& ratio)
 {
+    if (times.empty())
+        return false;
     std::printf("%-40s %-10s %8.3f   %6.2f  %6.2f  %6.2f", name, what, spreadOf(times).median, ratio.least,
         ratio.median, ratio.largest);
+    return true;
 }
 
 void printOwn(const RatioReporter& reporter)
@@ -260,10 +264,9 @@ void printOwn(const RatioReporter& reporter)
         const auto& reference = reporter.times(nameOf(given, referenceKernels));
         for (const QSSignalKernels* kernels : availableKernels()) {
             const auto& times = reporter.times(nameOf(given, *kernels));
-            if (times.empty())
-                continue;
             const Spread ratio = ratioOf(reference, times);
-            print(given.name, kernels->name, times, ratio);
+            if (!print(given.name, kernels->name, times, ratio))
+                continue;
             const bool judged = kernels == &fastestKernels() && given.atLeast > 0;
             if (judged)
                 std::printf("   %s %.1f", ratio.median >= given.atLeast ? "reaches" : "MISSES", given.atLeast);
@@ -279,22 +282,21 @@ void printOthers(const RatioReporter& reporter)
     std::printf("\n%-40s %-10s %8s   %s\n", "Against the others, stereo, 1024 frames", "", "ns/frame",
         "times as long as ours: least, median, most");
     for (const Peer& peer : peers()) {
-        if (const auto& times = reporter.times(peer.name); !times.empty()) {
-            print(peer.name, "", times, ratioOf(times, stereo));
+        const auto& times = reporter.times(peer.name);
+        if (print(peer.name, "", times, ratioOf(times, stereo)))
             std::printf("\n");
-        }
     }
     std::printf("\n%-40s %-10s %8s   %s\n", "Against the recursion's latency", "", "ns/frame", "ours in terms of it");
     const auto& floor = reporter.times(floorName);
     for (const Case* given : {&cases[0], &cases[2], &cases[3]}) {
         const auto& times = reporter.times(nameOf(*given, fastest));
-        print(given->name, fastest.name, times, ratioOf(times, floor));
-        std::printf("\n");
+        if (print(given->name, fastest.name, times, ratioOf(times, floor)))
+            std::printf("\n");
     }
     const auto& silence = reporter.times(silenceName);
     std::printf("\n%-40s %-10s %8s   %s\n", "Silence after a signal", "", "ns/frame", "in terms of the signal");
-    print(silenceName, fastest.name, silence, ratioOf(silence, reporter.times(signalName)));
-    std::printf("\n");
+    if (print(silenceName, fastest.name, silence, ratioOf(silence, reporter.times(signalName))))
+        std::printf("\n");
 }
 
 } // namespace
