@@ -2,32 +2,18 @@
 
 #include "QuenstalQt/Desktop/Views.hpp"
 
-#include <chrono>
-#include <utility>
-
 namespace quenstal {
 
-namespace {
-
-/// A panel that is opened again within this time appears at once; after it its memory is free for others.
-constexpr auto keepHiddenViews = std::chrono::seconds(30);
-
-} // namespace
-
-PanelContent::PanelContent(QQuickWindow& window, GlassDialViewState& viewState, std::function<void()> released)
+PanelContent::PanelContent(QQuickWindow& window, GlassDialViewState& viewState)
     : window_(window)
-    , released_(std::move(released))
     , model_(viewState)
 {
-    release_.setSingleShot(true);
-    QObject::connect(&release_, &QTimer::timeout, &model_, [this] { release(); });
 }
 
 PanelContent::~PanelContent() = default;
 
 void PanelContent::show(int margin, bool translucent)
 {
-    release_.stop();
     // Where it was left plays no part: the panel opens as it is, without movement.
     model_.setMotion(false);
     model_.setKeyboardInUse(false);
@@ -44,8 +30,6 @@ void PanelContent::show(int margin, bool translucent)
 void PanelContent::hide()
 {
     model_.setMotion(false);
-    if (root_)
-        release_.start(keepHiddenViews);
 }
 
 void PanelContent::setQuestion(Question* question)
@@ -73,14 +57,6 @@ void PanelContent::load(int margin, bool translucent)
         {{QStringLiteral("panel"), QVariant::fromValue(&model_)}, {QStringLiteral("margin"), margin},
             {QStringLiteral("translucent"), translucent}});
     root_->setParentItem(window_.contentItem());
-}
-
-void PanelContent::release()
-{
-    root_.reset();
-    engine_.reset();
-    window_.releaseResources();
-    released_();
 }
 
 } // namespace quenstal

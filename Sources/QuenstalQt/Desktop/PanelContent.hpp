@@ -3,22 +3,19 @@
 #include "QuenstalQt/Panel/PanelModel.hpp"
 #include "QuenstalQt/Panel/Question.hpp"
 
-#include <functional>
 #include <memory>
 
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
-#include <QTimer>
 
 namespace quenstal {
 
-/// The views in the panel's window: loaded when the panel is first shown, given back some time after it was hidden.
-/// Main thread.
+/// The views in the panel's window: loaded when the panel is first shown, and kept: to give them back would
+/// free little, and the panel would no longer appear at once. Main thread.
 class PanelContent {
 public:
-    /// `released` is called after the views were given back.
-    PanelContent(QQuickWindow& window, GlassDialViewState& viewState, std::function<void()> released);
+    PanelContent(QQuickWindow& window, GlassDialViewState& viewState);
     ~PanelContent();
 
     /// The room for the shadow in points, and whether the desktop shines through.
@@ -32,15 +29,12 @@ public:
 
 private:
     void load(int margin, bool translucent);
-    void release();
 
     QQuickWindow& window_;
-    std::function<void()> released_;
     PanelModel model_;
     bool motion_ = true;
     std::unique_ptr<QQmlEngine> engine_;
     std::unique_ptr<QQuickItem> root_;
-    QTimer release_;
 };
 
 } // namespace quenstal

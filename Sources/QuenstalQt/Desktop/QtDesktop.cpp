@@ -65,7 +65,6 @@ struct QtDesktop::State : QObject {
         : windowSystem(windowSystem)
         , feedback(windowSystem)
     {
-        connect(&feedback, &KeyFeedbackPresenter::released, this, [this] { onViewsReleased(); });
         connect(&motion, &MotionPreference::changed, this, [this] {
             if (panel)
                 panel->setMotion(motion.isWanted());
@@ -116,7 +115,6 @@ struct QtDesktop::State : QObject {
     std::vector<std::shared_ptr<KeyHandler>> keyMonitors;
     std::vector<std::shared_ptr<MouseHandler>> mouseMonitors;
     KeyFeedbackPresenter feedback;
-    std::function<void()> onViewsReleased = [] {};
     MotionPreference motion;
 };
 
@@ -143,7 +141,6 @@ std::unique_ptr<PanelWindow> QtDesktop::createPanel(const PanelSettings& setting
     // Where clicks elsewhere cannot be heard, the loss of the keyboard tells of them.
     if (!state_->windowSystem)
         panel->onDeactivated = [state = state_.get()] { state->clickedOutside(); };
-    panel->onReleased = [state = state_.get()] { state->onViewsReleased(); };
     panel->onDestroyed = [state = QPointer<State>(state_.get())] {
         if (State* alive = state.data())
             alive->panel = nullptr;
@@ -244,11 +241,6 @@ bool QtDesktop::open(std::string_view url)
 void QtDesktop::terminate()
 {
     QGuiApplication::quit();
-}
-
-void QtDesktop::setOnViewsReleased(std::function<void()> released)
-{
-    state_->onViewsReleased = std::move(released);
 }
 
 void QtDesktop::activateStatusItem()

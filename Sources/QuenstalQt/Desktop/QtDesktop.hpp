@@ -35,9 +35,6 @@ public:
     /// As if the user had clicked the status item: the program was started a second time.
     void activateStatusItem();
 
-    /// Called when views were given back: a moment to hand free memory to the system.
-    void setOnViewsReleased(std::function<void()> released);
-
 private:
     struct State;
     std::unique_ptr<State> state_;

@@ -101,10 +101,7 @@ std::unique_ptr<Interface> QtPanelWindow::host(GlassDialViewState& viewState)
     window_->setFlags(windowFlags());
     window_->setColor(Qt::transparent);
     window_->setTitle(QStringLiteral("Quenstal"));
-    content_ = std::make_unique<PanelContent>(*window_, viewState, [this] {
-        if (onReleased)
-            onReleased();
-    });
+    content_ = std::make_unique<PanelContent>(*window_, viewState);
     return std::make_unique<Hosting>(*this);
 }
 

@@ -43,8 +43,6 @@ public:
     std::function<bool(const KeyEvent&)> onKeyDown;
     /// The panel lost the keyboard to another window.
     std::function<void()> onDeactivated;
-    /// Some time after it was hidden the panel gave its views back.
-    std::function<void()> onReleased;
     std::function<void()> onDestroyed;
 
 private:

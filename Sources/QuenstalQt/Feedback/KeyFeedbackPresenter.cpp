@@ -18,7 +18,6 @@ namespace quenstal {
 namespace {
 
 constexpr auto shownFor = std::chrono::milliseconds(1500);
-constexpr auto keepHiddenBar = std::chrono::seconds(30);
 constexpr int barWidth = 300;
 constexpr int barHeight = 60;
 constexpr int shadowMargin = 26;
@@ -39,9 +38,7 @@ KeyFeedbackPresenter::KeyFeedbackPresenter(WindowSystem* windowSystem)
     : windowSystem_(windowSystem)
 {
     hide_.setSingleShot(true);
-    release_.setSingleShot(true);
-    connect(&hide_, &QTimer::timeout, this, [this] { hideBar(); });
-    connect(&release_, &QTimer::timeout, this, [this] { releaseBar(); });
+    connect(&hide_, &QTimer::timeout, this, [this] { window_->hide(); });
     chooseService();
 }
 
@@ -117,7 +114,6 @@ void KeyFeedbackPresenter::showAsNotification(const KeyFeedback& feedback)
 
 void KeyFeedbackPresenter::showBar(const KeyFeedback& feedback)
 {
-    release_.stop();
     if (!bar_)
         loadBar();
     bar_->setProperty("symbol", QString::fromStdString(feedback.symbolName));
@@ -150,20 +146,6 @@ void KeyFeedbackPresenter::loadBar()
     engine_ = std::make_unique<QQmlEngine>();
     bar_ = createView(*engine_, "KeyFeedback", {});
     bar_->setParentItem(window_->contentItem());
-}
-
-void KeyFeedbackPresenter::hideBar()
-{
-    window_->hide();
-    release_.start(keepHiddenBar);
-}
-
-void KeyFeedbackPresenter::releaseBar()
-{
-    bar_.reset();
-    engine_.reset();
-    window_.reset();
-    emit released();
 }
 
 } // namespace quenstal

@@ -25,10 +25,6 @@ public:
 
     void show(const KeyFeedback& feedback);
 
-signals:
-    /// Some time after it was hidden the bar gave its views back.
-    void released();
-
 private:
     enum class Service { none, plasma, notifications };
 
@@ -37,8 +33,6 @@ private:
     void showAsNotification(const KeyFeedback& feedback);
     void showBar(const KeyFeedback& feedback);
     void loadBar();
-    void hideBar();
-    void releaseBar();
 
     WindowSystem* windowSystem_;
     Service service_ = Service::none;
@@ -47,7 +41,6 @@ private:
     std::unique_ptr<QQmlEngine> engine_;
     std::unique_ptr<QQuickItem> bar_;
     QTimer hide_;
-    QTimer release_;
 };
 
 } // namespace quenstal
