@@ -1,10 +1,7 @@
 // Puts the program together on Linux: the machine's parts, the toolkit, and the delegate that lives between them.
 
 #include "QuenstalApp/AppDelegate.hpp"
-#include "QuenstalLinux/Audio/PipeWireAudioObjects.hpp"
-#include "QuenstalLinux/Audio/PipeWireAudioTaps.hpp"
-#include "QuenstalLinux/Audio/PipeWireConnection.hpp"
-#include "QuenstalLinux/Audio/PipeWireGraph.hpp"
+#include "QuenstalLinux/Audio/LinuxAudio.hpp"
 #include "QuenstalLinux/Desktop/X11WindowSystem.hpp"
 #include "QuenstalLinux/Display/LinuxMonitors.hpp"
 #include "QuenstalLinux/Keys/EvdevKeyCapture.hpp"
@@ -22,7 +19,8 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <optional>
+#include <exception>
+#include <memory>
 #include <vector>
 
 namespace quenstal {
@@ -39,31 +37,24 @@ bool isWaylandSession()
 class LinuxMachine {
 public:
     LinuxMachine(RunLoop& runLoop, BusConnection& sessionBus)
-        : monitors_(runLoop, [this] { return currentMonitor(); })
-        , audioConnection_(runLoop)
-        , audioGraph_(audioConnection_, runLoop)
-        , audioObjects_(audioConnection_, audioGraph_, runLoop)
-        , audioTaps_(audioConnection_, audioGraph_, runLoop)
+        : monitors_(runLoop, [this] { return audio_.currentMonitor(); })
+        , audio_(runLoop)
         , systemBus_(runLoop, BusConnection::Which::system)
         , wake_(runLoop, systemBus_, sessionBus)
         , preferences_(FilePreferences::defaultPath())
+        , x11Keys_(isWaylandSession() ? nullptr : std::make_unique<X11KeyCapture>(runLoop))
         , evdevKeys_(runLoop)
         , windowSystem_(connectToX11(runLoop))
         , desktop_(windowSystem_.get())
+        , eventTaps_(runLoop, waysOfCapture())
+        , trust_(desktop_, waysOfCapture())
     {
-        if (!isWaylandSession())
-            x11Keys_.emplace(runLoop);
-        if (x11Keys_)
-            waysOfCapture_.push_back(&*x11Keys_);
-        waysOfCapture_.push_back(&evdevKeys_);
-        eventTaps_.emplace(runLoop, waysOfCapture_);
-        trust_.emplace(desktop_, waysOfCapture_);
     }
 
     AppPlatform platform(RunLoop& runLoop)
     {
-        return {runLoop, audioObjects_, audioTaps_, monitors_.buses(), monitors_.health(), monitors_.displays(),
-            *eventTaps_, *trust_, preferences_, desktop_, wake_, desktop_};
+        return {runLoop, audio_.objects(), audio_.taps(), monitors_.buses(), monitors_.health(), monitors_.displays(),
+            eventTaps_, trust_, preferences_, desktop_, wake_, desktop_};
     }
     QtDesktop& desktop() { return desktop_; }
 
@@ -74,30 +65,26 @@ public:
     }
 
 private:
-    std::optional<MonitorIdentity> currentMonitor() const
+    /// The better way first: the X server gives the keys without any right to read the keyboard.
+    std::vector<KeyCapture*> waysOfCapture()
     {
-        const auto eld = audioObjects_.currentMonitor();
-        if (!eld)
-            return std::nullopt;
-        return MonitorIdentity{eld->monitorName, eld->manufacturer, eld->product};
+        if (x11Keys_)
+            return {x11Keys_.get(), &evdevKeys_};
+        return {&evdevKeys_};
     }
 
     // First: it begins to look for monitors at once, and asks for the current one only on later turns.
     LinuxMonitors monitors_;
-    PipeWireConnection audioConnection_;
-    PipeWireGraph audioGraph_;
-    PipeWireAudioObjects audioObjects_;
-    PipeWireAudioTaps audioTaps_;
+    LinuxAudio audio_;
     BusConnection systemBus_;
     LogindWake wake_;
     FilePreferences preferences_;
-    std::optional<X11KeyCapture> x11Keys_;
+    std::unique_ptr<X11KeyCapture> x11Keys_;
     EvdevKeyCapture evdevKeys_;
-    std::vector<KeyCapture*> waysOfCapture_;
     std::unique_ptr<WindowSystem> windowSystem_;
     QtDesktop desktop_;
-    std::optional<LinuxEventTaps> eventTaps_;
-    std::optional<LinuxTrust> trust_;
+    LinuxEventTaps eventTaps_;
+    LinuxTrust trust_;
 };
 
 int run(int argc, char** argv)
@@ -127,5 +114,10 @@ int run(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    return quenstal::run(argc, argv);
+    try {
+        return quenstal::run(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "Quenstal cannot run: %s\n", error.what());
+        return EXIT_FAILURE;
+    }
 }
