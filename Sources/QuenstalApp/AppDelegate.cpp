@@ -37,10 +37,10 @@ void AppDelegate::applicationDidFinishLaunching()
 {
     requireMainThread();
     controller_ = makeController();
-    statusController_
-        = std::make_shared<StatusMenuController>(StatusMenuController::Platform{platform_.runLoop, platform_.desktop,
-                                                     platform_.userDefaults, platform_.trust, platform_.views},
-            controller_);
+    statusController_ = std::make_shared<StatusMenuController>(
+        StatusMenuController::Platform{platform_.runLoop, platform_.desktop, platform_.userDefaults, platform_.trust,
+            platform_.displayBusHealth, platform_.views},
+        controller_);
     mediaKeyTap_
         = std::make_shared<MediaKeyTap>(platform_.eventTaps, platform_.runLoop, controller_, statusController_);
     statusController_->onEnabledChanged = [this, weakTap = std::weak_ptr(mediaKeyTap_)](bool isEnabled) {

@@ -7,6 +7,7 @@
 #include "QuenstalApp/StatusMenuController/SetupGuidePreferences.hpp"
 #include "QuenstalCore/QuenstalController.hpp"
 #include "QuenstalPlatform/Desktop.hpp"
+#include "QuenstalPlatform/DisplayBuses.hpp"
 #include "QuenstalPlatform/Preferences.hpp"
 #include "QuenstalPlatform/RunLoop.hpp"
 #include "QuenstalPlatform/Trust.hpp"
@@ -29,6 +30,7 @@ public:
         Desktop& desktop;
         Preferences& userDefaults;
         Trust& trust;
+        const DisplayBusHealth& displayBusHealth;
         PanelViewHosting& views;
     };
 

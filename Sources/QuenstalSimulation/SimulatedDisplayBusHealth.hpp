@@ -13,16 +13,22 @@ namespace quenstal {
 class SimulatedDisplayBusHealth final : public DisplayBusHealth {
 public:
     [[nodiscard]] Cancellation observeChanges(RunLoop::Task task) override { return observers_.add(std::move(task)); }
-    std::vector<DisplayBusProblem> problems() const override { return {}; }
+    std::vector<DisplayBusProblem> problems() const override { return problems_; }
     void machineWillSleep() override { calls_.emplace_back("will sleep"); }
     void machineDidWake() override { calls_.emplace_back("did wake"); }
     void stop() override { calls_.emplace_back("stop"); }
 
+    void setProblems(std::vector<DisplayBusProblem> problems)
+    {
+        problems_ = std::move(problems);
+        tellOfChange();
+    }
     void tellOfChange() const { observers_.call(); }
     const std::vector<std::string>& calls() const { return calls_; }
 
 private:
     Registry<RunLoop::Task> observers_;
+    std::vector<DisplayBusProblem> problems_;
     std::vector<std::string> calls_;
 };
 

@@ -175,6 +175,24 @@ TEST_F(JourneyTest, aMonitorThatComesShowsATurnLater)
     EXPECT_EQ(machine.view().snapshot().modeKind, GlassDialModeKind::hardware);
 }
 
+TEST_F(JourneyTest, aDeniedBusIsNamedInTheGuideATurnLaterUntilAccessIsGiven)
+{
+    using Kind = DisplayBusProblem::Kind;
+    machine.plugInMonitorOutput();
+    machine.launch();
+    machine.busHealth.setProblems({{Kind::accessDenied, "/dev/i2c-5", "Left", "Join the group i2c."}});
+    EXPECT_TRUE(machine.view().monitorProblems().empty());
+    machine.loop.runUntilIdle();
+    ASSERT_EQ(machine.view().monitorProblems().size(), 1u);
+    EXPECT_EQ(machine.view().monitorProblems()[0].device, "/dev/i2c-5");
+    EXPECT_EQ(machine.view().snapshot().modeKind, GlassDialModeKind::software);
+    machine.plugInMonitor();
+    machine.busHealth.setProblems({});
+    machine.loop.runUntilIdle();
+    EXPECT_TRUE(machine.view().monitorProblems().empty());
+    EXPECT_EQ(machine.view().snapshot().modeKind, GlassDialModeKind::hardware);
+}
+
 // --- Permission ---
 
 TEST_F(JourneyTest, withoutAccessibilityTheTapIsStoppedAtLaunchAndCaptureReportedInactive)

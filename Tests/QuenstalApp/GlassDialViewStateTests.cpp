@@ -51,6 +51,7 @@ TEST_F(GlassDialViewStateTest, startsOnTheDialWithNothingCaptured)
     EXPECT_EQ(view.lastMediaKeyCaptureDescription(), "No F-key events captured yet");
     EXPECT_EQ(view.focusedEQBandID(), std::nullopt);
     EXPECT_EQ(view.captureAdvice(), "");
+    EXPECT_THAT(view.monitorProblems(), IsEmpty());
     EXPECT_EQ(static_cast<int>(Screen::dial), 0);
     EXPECT_EQ(static_cast<int>(Screen::setup), 1);
     EXPECT_EQ(static_cast<int>(Screen::equalizer), 2);
@@ -74,6 +75,7 @@ TEST_F(GlassDialViewStateTest, settingAnEqualValueAnnouncesNothing)
     view.setShowsMoreActions(false);
     view.setFocusedEQBandID(std::nullopt);
     view.setCaptureAdvice("");
+    view.setMonitorProblems({});
     view.update(GlassDialSnapshot(QuenstalState()));
     view.updateSetupSnapshot(SetupGuideSnapshot(QuenstalState()));
     view.updateMediaKeyCapture(false, "No F-key events captured yet");
@@ -93,13 +95,14 @@ TEST_F(GlassDialViewStateTest, everyPropertyIsAnnouncedByItsName)
     view.updateMediaKeyCapture(true, "F10 mute at 12:00:00");
     view.setFocusedEQBandID(2);
     view.setCaptureAdvice("free the keys");
+    view.setMonitorProblems({{DisplayBusProblem::Kind::stuck, "/dev/i2c-5", "Monitor", "unplug"}});
     std::vector<Property> announced;
     for (const auto& [property, screen] : after)
         announced.push_back(property);
     EXPECT_THAT(announced,
         ElementsAre(Property::snapshot, Property::setupSnapshot, Property::showsMoreActions,
             Property::mediaKeyCaptureActive, Property::lastMediaKeyCaptureDescription, Property::focusedEQBandID,
-            Property::captureAdvice));
+            Property::captureAdvice, Property::monitorProblems));
 }
 
 TEST_F(GlassDialViewStateTest, everyNavigationClosesTheTrayAndTellsOfANewScreenOnce)

@@ -213,6 +213,25 @@ TEST_F(PanelActionsTest, theCaptureStateIsPublishedWithAFreshSetupSnapshotAndThe
     EXPECT_EQ(view().captureAdvice(), "");
 }
 
+TEST_F(PanelActionsTest, everySyncPublishesWhatIsWrongWithTheMonitorsAndTheReportStaysTheSame)
+{
+    const auto report = [this] {
+        view().copyDiagnosticsFromMore();
+        return desktop.pasteboard();
+    };
+    const auto before = report();
+    const DisplayBusProblem problem{
+        DisplayBusProblem::Kind::accessDenied, "/dev/i2c-5", "Left", "Install the udev rule."};
+    busHealth.setProblems({problem});
+    EXPECT_TRUE(view().monitorProblems().empty());
+    view().refreshOutput();
+    EXPECT_THAT(view().monitorProblems(), testing::ElementsAre(problem));
+    EXPECT_EQ(report(), before);
+    busHealth.setProblems({});
+    view().refreshOutput();
+    EXPECT_TRUE(view().monitorProblems().empty());
+}
+
 // --- Accessibility ---
 
 TEST_F(PanelActionsTest, askingForAccessPromptsOpensTheListAndLooksAgainThirtyTimes)

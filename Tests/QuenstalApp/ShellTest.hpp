@@ -7,6 +7,7 @@
 #include "QuenstalApp/StatusMenuController.hpp"
 #include "QuenstalCore/Controller/ControllerTest.hpp"
 #include "QuenstalSimulation/SimulatedDesktop.hpp"
+#include "QuenstalSimulation/SimulatedDisplayBusHealth.hpp"
 #include "QuenstalSimulation/SimulatedEventTaps.hpp"
 #include "QuenstalSimulation/SimulatedPreferences.hpp"
 #include "QuenstalSimulation/SimulatedRunLoop.hpp"
@@ -60,7 +61,7 @@ struct ShellTest : ControllerTest {
     {
         controller = ports.makeController();
         status = std::make_shared<StatusMenuController>(
-            StatusMenuController::Platform{loop, desktop, preferences, trust, views}, controller);
+            StatusMenuController::Platform{loop, desktop, preferences, trust, busHealth, views}, controller);
         tap = std::make_unique<MediaKeyTap>(taps, loop, controller, status);
         ports.takeCalls();
     }
@@ -86,6 +87,7 @@ struct ShellTest : ControllerTest {
     SimulatedDesktop desktop;
     SimulatedPreferences preferences;
     SimulatedTrust trust;
+    SimulatedDisplayBusHealth busHealth;
     SimulatedEventTaps taps;
     NoViews views;
     std::shared_ptr<QuenstalController> controller;

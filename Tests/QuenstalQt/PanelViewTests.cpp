@@ -209,6 +209,38 @@ TEST_F(PanelViews, aClickBesideTheTrayClosesIt)
     EXPECT_THAT(percents_, IsEmpty());
 }
 
+TEST_F(PanelViews, aProblemOfAMonitorIsShownWithWhatHelpsSaidOnce)
+{
+    using Kind = DisplayBusProblem::Kind;
+    open("setup-done");
+    const auto facts = [this] {
+        QStringList texts;
+        for (const QQuickItem* item : shownItems(stage_->root())) {
+            if (isText(item) && item->property("text").toString().contains("i2c"))
+                texts << item->property("text").toString();
+        }
+        return texts.join('|').toStdString();
+    };
+    struct Row {
+        std::vector<DisplayBusProblem> problems;
+        const char* text;
+    };
+    const char* const module = "Load the kernel module i2c-dev.";
+    const Row rows[]{
+        // clang-format off
+        {{{Kind::stuck, "/dev/i2c-3", "Left", "Do it."}}, "Left: the driver of /dev/i2c-3 hangs. Do it."},
+        {{{Kind::accessDenied, "/dev/i2c-3", "Left", "Do it."}, {Kind::accessDenied, "/dev/i2c-4", "Right", "Do it."}}, "Left: no access to /dev/i2c-3. Right: no access to /dev/i2c-4. Do it."},
+        {{{Kind::writesRefused, "/dev/i2c-3", "Left", ""}, {Kind::notAnswering, "/dev/i2c-4", "Right", "Do it."}}, "Left takes no volume over /dev/i2c-3. Right tells no volume over /dev/i2c-4. Do it."},
+        {{{Kind::notAnswering, "", "Left", module}}, "Left cannot be reached over DDC/CI. Load the kernel module i2c-dev."},
+        {{}, ""},
+        // clang-format on
+    };
+    for (const Row& row : rows) {
+        stage_->viewState().setMonitorProblems(row.problems);
+        EXPECT_EQ(facts(), row.text);
+    }
+}
+
 TEST_F(PanelViews, theEqChipShowsTheEqualizerAndBackTheDial)
 {
     open("dial-software");

@@ -65,6 +65,11 @@ void GlassDialViewState::setCaptureAdvice(std::string advice)
     publish(Property::captureAdvice, captureAdvice_, std::move(advice));
 }
 
+void GlassDialViewState::setMonitorProblems(std::vector<DisplayBusProblem> problems)
+{
+    publish(Property::monitorProblems, monitorProblems_, std::move(problems));
+}
+
 void GlassDialViewState::update(GlassDialSnapshot snapshot)
 {
     publish(Property::snapshot, snapshot_, std::move(snapshot));

@@ -2,6 +2,7 @@
 
 #include "QuenstalCore/MenuPresenter.hpp"
 #include "QuenstalCore/Models.hpp"
+#include "QuenstalPlatform/DisplayBuses.hpp"
 
 #include <cstdint>
 #include <functional>
@@ -26,6 +27,7 @@ public:
         lastMediaKeyCaptureDescription,
         focusedEQBandID,
         captureAdvice,
+        monitorProblems,
     };
 
     /// Neither may add or remove observers.
@@ -57,12 +59,15 @@ public:
     std::optional<std::int64_t> focusedEQBandID() const { return focusedEQBandID_; }
     /// What keeps the volume keys from being captured and what to do about it; empty when nothing does.
     const std::string& captureAdvice() const { return captureAdvice_; }
+    /// What keeps monitors from being controlled, and what to do about it.
+    const std::vector<DisplayBusProblem>& monitorProblems() const { return monitorProblems_; }
 
     /// Set by the status controller: a direct assignment, without closing the tray or telling of a new screen.
     void setScreen(Screen screen);
     void setShowsMoreActions(bool shows);
     void setFocusedEQBandID(std::optional<std::int64_t> id);
     void setCaptureAdvice(std::string advice);
+    void setMonitorProblems(std::vector<DisplayBusProblem> problems);
 
     std::function<void(std::int64_t percent)> onVolumeChange;
     std::function<void()> onToggleMute;
@@ -136,6 +141,7 @@ private:
     std::string lastMediaKeyCaptureDescription_;
     std::optional<std::int64_t> focusedEQBandID_;
     std::string captureAdvice_;
+    std::vector<DisplayBusProblem> monitorProblems_;
     std::vector<Observer*> observers_;
 };
 

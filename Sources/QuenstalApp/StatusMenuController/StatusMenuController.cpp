@@ -37,6 +37,7 @@ void StatusMenuController::sync(const QuenstalState& state)
     viewState_.update(std::move(snapshot));
     viewState_.updateSetupSnapshot(SetupGuideSnapshot(state));
     viewState_.setCaptureAdvice(platform_.trust.advice());
+    viewState_.setMonitorProblems(platform_.displayBusHealth.problems());
     updatePanelSize(false, true);
     updateLevelTimer();
     stateDidChange();

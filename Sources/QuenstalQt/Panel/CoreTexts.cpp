@@ -82,6 +82,15 @@ constexpr std::array texts{
     QT_TRANSLATE_NOOP("Core", "No keyboard with volume keys was found."),
     QT_TRANSLATE_NOOP(
         "Core", "The keyboard layout has no volume keys. Choose one that has, or connect a keyboard with volume keys."),
+    QT_TRANSLATE_NOOP("Core", "%1: no access to %2."),
+    QT_TRANSLATE_NOOP("Core", "%1 tells no volume over %2."),
+    QT_TRANSLATE_NOOP("Core", "%1 takes no volume over %2."),
+    QT_TRANSLATE_NOOP("Core", "%1: the driver of %2 hangs."),
+    QT_TRANSLATE_NOOP("Core", "%1 cannot be reached over DDC/CI."),
+    QT_TRANSLATE_NOOP("Core", "Install the udev rule 70-quenstal-i2c.rules, or join the group i2c, and log in again."),
+    QT_TRANSLATE_NOOP("Core", "Switch on DDC/CI in the monitor's own menu."),
+    QT_TRANSLATE_NOOP("Core", "Unplug the monitor and plug it in again."),
+    QT_TRANSLATE_NOOP("Core", "Load the kernel module i2c-dev."),
 };
 
 } // namespace

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
 
 #include <QCoreApplication>
 #include <QLocale>
@@ -52,6 +53,30 @@ bool sameExceptLevels(GlassDialSnapshot left, const GlassDialSnapshot& right)
     return left == right;
 }
 
+const char* statementOf(const DisplayBusProblem& problem)
+{
+    using Kind = DisplayBusProblem::Kind;
+    switch (problem.kind) {
+    case Kind::accessDenied:
+        return "%1: no access to %2.";
+    case Kind::notAnswering:
+        return "%1 tells no volume over %2.";
+    case Kind::writesRefused:
+        return "%1 takes no volume over %2.";
+    case Kind::stuck:
+        return "%1: the driver of %2 hangs.";
+    }
+    return "";
+}
+
+QString described(const DisplayBusProblem& problem)
+{
+    const QString monitor = QString::fromStdString(problem.monitor);
+    if (problem.device.empty())
+        return PanelModel::shown("%1 cannot be reached over DDC/CI.").arg(monitor);
+    return PanelModel::shown(statementOf(problem)).arg(monitor, QString::fromStdString(problem.device));
+}
+
 } // namespace
 
 PanelModel::PanelModel(GlassDialViewState& state, QObject* parent)
@@ -97,6 +122,9 @@ void PanelModel::propertyDidChange(Property property)
     case Property::lastMediaKeyCaptureDescription:
     case Property::captureAdvice:
         emit captureChanged();
+        break;
+    case Property::monitorProblems:
+        emit monitorAdviceChanged();
         break;
     case Property::focusedEQBandID:
         emit focusedBandChanged();
@@ -260,6 +288,21 @@ QString PanelModel::lastCapture() const
     //: %1 is a key, %2 the time of day
     return QCoreApplication::translate("Core", "%1 at %2")
         .arg(shown(description.substr(0, split)), QString::fromStdString(description.substr(split + separator.size())));
+}
+
+/// A sentence for each monitor. What helps several monitors in a row is said once, after the last.
+QString PanelModel::monitorAdvice() const
+{
+    QStringList sentences;
+    const std::vector<DisplayBusProblem>& problems = state_.monitorProblems();
+    for (auto problem = problems.begin(); problem != problems.end(); ++problem) {
+        sentences << described(*problem);
+        const auto next = std::next(problem);
+        const bool isSaidLater = next != problems.end() && next->remedy == problem->remedy;
+        if (!problem->remedy.empty() && !isSaidLater)
+            sentences << shown(problem->remedy);
+    }
+    return sentences.join(' ');
 }
 
 QString PanelModel::screen() const

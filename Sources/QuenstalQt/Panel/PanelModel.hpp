@@ -62,6 +62,7 @@ class PanelModel : public QObject, private GlassDialViewState::Observer {
     Q_PROPERTY(bool keyCaptured READ hasCapturedKey NOTIFY captureChanged)
     Q_PROPERTY(QString lastCapture READ lastCapture NOTIFY captureChanged)
     Q_PROPERTY(QString captureAdvice READ captureAdvice NOTIFY captureChanged)
+    Q_PROPERTY(QString monitorAdvice READ monitorAdvice NOTIFY monitorAdviceChanged)
     // Navigation.
     Q_PROPERTY(QString screen READ screen NOTIFY screenChanged)
     Q_PROPERTY(bool showsMoreActions READ showsMoreActions NOTIFY moreActionsChanged)
@@ -128,6 +129,7 @@ public:
     bool hasCapturedKey() const;
     QString lastCapture() const;
     QString captureAdvice() const { return shown(state_.captureAdvice()); }
+    QString monitorAdvice() const;
 
     /// "dial", "setup" or "equalizer".
     QString screen() const;
@@ -177,6 +179,7 @@ signals:
     void levelsChanged();
     void setupChanged();
     void captureChanged();
+    void monitorAdviceChanged();
     void screenChanged();
     void moreActionsChanged();
     void focusedBandChanged();

@@ -6,6 +6,8 @@ Item {
 
     property string symbol
     property string text
+    property bool isWarning: false
+    property alias maximumLineCount: label.maximumLineCount
 
     height: Math.max(18, label.implicitHeight)
 
@@ -14,7 +16,7 @@ Item {
         width: 18
         height: 18
         name: fact.symbol
-        color: Theme.symbol
+        color: fact.isWarning ? Theme.warningText : Theme.symbol
     }
     Label {
         id: label
@@ -24,7 +26,7 @@ Item {
         text: fact.text
         wrapMode: Text.WordWrap
         font.pixelSize: 11
-        color: Theme.secondaryText
+        color: fact.isWarning ? Theme.warningText : Theme.secondaryText
         Accessible.ignored: false
         Accessible.role: Accessible.StaticText
         Accessible.name: text

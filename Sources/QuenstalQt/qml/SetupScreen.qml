@@ -6,6 +6,9 @@ Item {
     id: screen
 
     required property PanelModel panel
+    readonly property bool showsCaptureAdvice: !panel.keyCaptured && panel.captureAdvice !== ""
+    /// Two pieces of advice leave no room for what else is to be told of the output.
+    readonly property bool isCrowded: showsCaptureAdvice && panel.monitorAdvice !== ""
 
     Header {
         x: Theme.edge
@@ -39,10 +42,20 @@ Item {
                 SetupFact {
                     width: parent.width
                     symbol: "display"
+                    visible: !screen.isCrowded
                     text: screen.panel.hardwareSummary
                 }
                 SetupFact {
                     width: parent.width
+                    visible: text !== ""
+                    symbol: "exclamationmark.triangle"
+                    text: screen.panel.monitorAdvice
+                    isWarning: true
+                    maximumLineCount: 5
+                }
+                SetupFact {
+                    width: parent.width
+                    visible: !screen.isCrowded
                     symbol: "waveform"
                     text: screen.panel.softwareSummary
                 }
@@ -54,8 +67,7 @@ Item {
             title: qsTr("Accessibility")
             status: screen.panel.accessibilityStatus
             done: screen.panel.accessibilityGranted
-            detail: screen.panel.keyCaptured || screen.panel.captureAdvice === "" ? screen.panel.lastCapture
-                                                                                  : screen.panel.captureAdvice
+            detail: screen.showsCaptureAdvice ? screen.panel.captureAdvice : screen.panel.lastCapture
             detailDone: screen.panel.keyCaptured
             actionTitle: screen.panel.accessibilityActionTitle
             prominent: !screen.panel.accessibilityGranted

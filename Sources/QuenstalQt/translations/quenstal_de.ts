@@ -317,6 +317,42 @@
         <translation>Die Tastaturbelegung hat keine Lautstärketasten. Wählen Sie eine andere oder schließen Sie eine Tastatur mit solchen Tasten an.</translation>
     </message>
     <message>
+        <source>%1: no access to %2.</source>
+        <translation>%1: kein Zugriff auf %2.</translation>
+    </message>
+    <message>
+        <source>%1 tells no volume over %2.</source>
+        <translation>%1 meldet keine Lautstärke über %2.</translation>
+    </message>
+    <message>
+        <source>%1 takes no volume over %2.</source>
+        <translation>%1 nimmt keine Lautstärke über %2 an.</translation>
+    </message>
+    <message>
+        <source>%1: the driver of %2 hangs.</source>
+        <translation>%1: Der Treiber von %2 hängt.</translation>
+    </message>
+    <message>
+        <source>%1 cannot be reached over DDC/CI.</source>
+        <translation>%1 ist über DDC/CI nicht erreichbar.</translation>
+    </message>
+    <message>
+        <source>Install the udev rule 70-quenstal-i2c.rules, or join the group i2c, and log in again.</source>
+        <translation>Installieren Sie die udev-Regel 70-quenstal-i2c.rules oder treten Sie der Gruppe i2c bei, und melden Sie sich neu an.</translation>
+    </message>
+    <message>
+        <source>Switch on DDC/CI in the monitor&apos;s own menu.</source>
+        <translation>Schalten Sie DDC/CI im Menü des Monitors ein.</translation>
+    </message>
+    <message>
+        <source>Unplug the monitor and plug it in again.</source>
+        <translation>Ziehen Sie den Monitor ab und schließen Sie ihn wieder an.</translation>
+    </message>
+    <message>
+        <source>Load the kernel module i2c-dev.</source>
+        <translation>Laden Sie das Kernelmodul i2c-dev.</translation>
+    </message>
+    <message>
         <source>%1 at %2</source>
         <extracomment>%1 is a key, %2 the time of day</extracomment>
         <translation>%1 um %2</translation>

@@ -155,6 +155,17 @@ void addEqualizerScenes(std::vector<Scene>& scenes)
         Alert{"Reset equalizer?", "This restores the Flat preset for the current output.", {"Reset", "Cancel"}}});
 }
 
+constexpr const char* takenKeys
+    = "Another program uses the volume keys, most often the desktop itself. Open the keyboard shortcuts in the "
+      "desktop's settings and free \"Raise volume\", \"Lower volume\" and \"Mute\". Quenstal takes the keys as soon "
+      "as they are free.";
+
+DisplayBusProblem deniedMonitor()
+{
+    return {DisplayBusProblem::Kind::accessDenied, "/dev/i2c-5", "Desk Monitor 27",
+        "Install the udev rule 70-quenstal-i2c.rules, or join the group i2c, and log in again."};
+}
+
 void addSetupScenes(std::vector<Scene>& scenes)
 {
     scenes.push_back({"setup-start",
@@ -171,10 +182,21 @@ void addSetupScenes(std::vector<Scene>& scenes)
             }),
         [](auto& state) {
             state.setScreen(Screen::setup);
-            state.setCaptureAdvice(
-                "Another program uses the volume keys, most often the desktop itself. Open the keyboard "
-                "shortcuts in the desktop's settings and free \"Raise volume\", \"Lower volume\" "
-                "and \"Mute\". Quenstal takes the keys as soon as they are free.");
+            state.setCaptureAdvice(takenKeys);
+        }});
+    scenes.push_back({"setup-monitor", softwareState(), [](auto& state) {
+                          state.setScreen(Screen::setup);
+                          state.setMonitorProblems({deniedMonitor()});
+                      }});
+    scenes.push_back({"setup-keys-and-monitor",
+        with(softwareState(),
+            [](auto& state) {
+                state.permissions = {PermissionStatus::denied, PermissionStatus::granted};
+            }),
+        [](auto& state) {
+            state.setScreen(Screen::setup);
+            state.setCaptureAdvice(takenKeys);
+            state.setMonitorProblems({deniedMonitor()});
         }});
     scenes.push_back({"setup-done", softwareState(), [](auto& state) {
                           state.setScreen(Screen::setup);

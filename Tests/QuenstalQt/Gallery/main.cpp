@@ -90,8 +90,8 @@ void takeGermanScenes(Run& run, QQmlEngine& engine)
     QGuiApplication::installTranslator(&translator);
     for (const gallery::Scene& scene : gallery::scenes()) {
         const QString name = QString::fromStdString(scene.name);
-        if (QStringList{
-                "dial-more", "dial-banner", "equalizer-hint", "equalizer-hardware", "equalizer-reset", "setup-advice"}
+        if (QStringList{"dial-more", "dial-banner", "equalizer-hint", "equalizer-hardware", "equalizer-reset",
+                "setup-advice", "setup-keys-and-monitor"}
                 .contains(name))
             run.take("german-" + name, [&] { return gallery::Stage(engine, scene).picture(); });
     }
