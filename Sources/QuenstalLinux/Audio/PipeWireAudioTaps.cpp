@@ -250,8 +250,7 @@ PlatformStatus PipeWireAudioTaps::refusalOf(const std::string& targetName) const
     if (refusal == refusals_.end())
         return 0;
     const auto& [status, time] = refusal->second;
-    const bool isForGood = status == -EACCES || status == -EPERM;
-    return isForGood || runLoop_.steadyNow() - time < refusalTime ? status : 0;
+    return isDenial(status) || runLoop_.steadyNow() - time < refusalTime ? status : 0;
 }
 
 PipeWireAudioTaps::Device* PipeWireAudioTaps::deviceWith(AudioObjectID device, AudioIOProcID procedureID)

@@ -3,11 +3,18 @@
 #include "QuenstalLinux/Audio/PipeWireHandles.hpp"
 #include "QuenstalPlatform/RunLoop.hpp"
 
+#include <cerrno>
 #include <cstdint>
 #include <optional>
 #include <vector>
 
 namespace quenstal {
+
+/// Whether the server refused because this program is not allowed to, and not because something went wrong.
+constexpr bool isDenial(int status)
+{
+    return status == -EACCES || status == -EPERM;
+}
 
 /// The one connection to the audio server. Its control loop runs on the run loop; the only thread besides is the
 /// server library's data thread. While the server is away, the connection is tried again and again. Main thread.

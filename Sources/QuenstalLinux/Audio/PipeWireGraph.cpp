@@ -2,6 +2,7 @@
 
 #include "QuenstalLinux/Audio/VolumePods.hpp"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <string>
@@ -376,6 +377,15 @@ void PipeWireGraph::setStreamTarget(std::uint32_t stream, const std::optional<St
         if (bound->name == defaultMetadata)
             pw_metadata_set_property(bound->metadata.get(), stream, "target.object", type, value);
     }
+}
+
+bool PipeWireGraph::setsTargetsThrough(std::uint32_t proxyID) const
+{
+    return std::ranges::any_of(metadata_, [&](const auto& entry) {
+        const auto& bound = *entry.second;
+        return bound.name == defaultMetadata
+            && pw_proxy_get_id(reinterpret_cast<pw_proxy*>(bound.metadata.get())) == proxyID;
+    });
 }
 
 void PipeWireGraph::updateEld(SinkNode& sink) const

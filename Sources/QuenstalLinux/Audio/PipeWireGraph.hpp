@@ -48,6 +48,8 @@ public:
     bool writeVolume(std::uint32_t sink, const AudioVolume& volume);
     /// Whether requests for the sink's volume travel through the object with that number on this connection.
     bool writesVolumeThrough(std::uint32_t sink, std::uint32_t proxyID) const;
+    /// Whether requests about streams' targets travel through the object with that number on this connection.
+    bool setsTargetsThrough(std::uint32_t proxyID) const;
     /// Tells the session manager where the stream should play; none leaves it to the session manager.
     void setStreamTarget(std::uint32_t stream, const std::optional<StreamTarget>& target);
 

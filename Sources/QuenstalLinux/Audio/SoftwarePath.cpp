@@ -127,9 +127,13 @@ void SoftwarePath::disconnected()
     targetSeen_ = false;
 }
 
-void SoftwarePath::refused(std::uint32_t, int status)
+void SoftwarePath::refused(std::uint32_t proxyID, int status)
 {
     lastRefusal_ = status;
+    // Both leave the streams of others where they are, and nothing else tells of it.
+    const bool streamsWereDenied = proxyID == PW_ID_CORE && streams_ && streams_->captureNode() == SPA_ID_INVALID;
+    if (isDenial(status) && (streamsWereDenied || graph_.setsTargetsThrough(proxyID)))
+        endLater(status);
 }
 
 void SoftwarePath::streamsAdvanced()
