@@ -1,6 +1,7 @@
 // The real capture against emulated keyboards: the device nodes are answered by the test, in place of the kernel.
 
 #include "QuenstalLinux/Keys/EvdevKeyCapture.hpp"
+#include "QuenstalLinux/Keys/LinuxEventTaps.hpp"
 #include "QuenstalPlatform/EventTaps.hpp"
 #include "QuenstalSimulation/SimulatedRunLoop.hpp"
 
@@ -11,6 +12,7 @@
 #include <cstring>
 #include <filesystem>
 #include <functional>
+#include <future>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -34,6 +36,14 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr const char* keyboardNode = "/dev/input/event5";
+
+struct Event {
+    std::uint16_t type;
+    std::uint16_t code;
+    std::int32_t value;
+    /// After the beginning of the script.
+    double seconds = 0;
+};
 
 /// A keyboard and a uinput whose requests the test answers; a journal of what was written to the clone.
 class EmulatedKeyboard {
@@ -81,13 +91,31 @@ public:
         const std::lock_guard lock(mutex_);
         return passed_;
     }
+    /// Once a key has reached the clone, nothing can be asked of the device any more.
+    void pullOutAfterAKey() { pullsOut_ = true; }
+    /// The kernel's announcement of the same.
+    void announceRemoval()
+    {
+        umockdev_testbed_uevent(testbed_, "/sys/devices/keyboard/input/input5/event5", "remove");
+        umockdev_testbed_remove_device(testbed_, "/sys/devices/keyboard/input/input5");
+    }
     /// Keys and their values as the kernel tells them, a frame each. Once in a keyboard's life.
     void type(const std::vector<std::pair<std::uint16_t, std::int32_t>>& keys)
     {
-        std::string script;
+        std::vector<Event> events;
         for (const auto& [code, value] : keys)
-            script
-                += "E: 0.000000 0001 " + hexadecimal(code) + " " + hexadecimal(value) + "\nE: 0.000000 0000 0000 0\n";
+            events.push_back({EV_KEY, code, value});
+        tell(events);
+    }
+    /// Any events, a frame each. Once in a keyboard's life.
+    void tell(const std::vector<Event>& events)
+    {
+        std::string script;
+        for (const Event& event : events) {
+            const std::string time = "E: " + std::to_string(event.seconds) + " ";
+            script += time + hexadecimal(event.type) + " " + hexadecimal(event.code) + " " + std::to_string(event.value)
+                + "\n" + time + "0000 0000 0\n";
+        }
         std::string file = (std::filesystem::temp_directory_path() / "quenstal-keys-XXXXXX").string();
         close(mkstemp(file.data()));
         g_file_set_contents(file.c_str(), script.c_str(), -1, nullptr);
@@ -128,6 +156,10 @@ private:
             umockdev_ioctl_client_complete(client, 0, 0);
             return TRUE;
         }
+        if (keyboard.isPulledOut_) {
+            umockdev_ioctl_client_complete(client, -1, ENODEV);
+            return TRUE;
+        }
         std::array<unsigned char, KEY_MAX / 8 + 1> bits{};
         if (number == _IOC_NR(EVIOCGVERSION)) {
             const int version = 0x10001;
@@ -139,6 +171,9 @@ private:
             answer(client, bits.data(), bits.size());
         } else if (number == 0x20) {
             bits[0] = 1 << EV_SYN | 1 << EV_KEY | 1 << EV_MSC;
+            answer(client, bits.data(), bits.size());
+        } else if (number == 0x20 + EV_MSC) {
+            bits[0] = 1 << MSC_SCAN | 1 << MSC_RAW;
             answer(client, bits.data(), bits.size());
         } else if (number == 0x20 + EV_KEY) {
             std::fill_n(bits.begin(), 24, 0xFF);
@@ -174,6 +209,8 @@ private:
         if (static_cast<std::size_t>(argument->data_len) == sizeof event) {
             std::memcpy(&event, argument->data, sizeof event);
             const std::lock_guard lock(keyboard.mutex_);
+            if (event.type == EV_KEY && keyboard.pullsOut_)
+                keyboard.isPulledOut_ = true;
             if (event.type != EV_SYN)
                 keyboard.passed_.push_back(
                     std::to_string(event.type) + " " + std::to_string(event.code) + " " + std::to_string(event.value));
@@ -188,6 +225,8 @@ private:
     std::atomic<bool> isHeld_ = false;
     std::atomic<bool> grabIsRefused_ = false;
     std::atomic<bool> isGrabbed_ = false;
+    std::atomic<bool> pullsOut_ = false;
+    std::atomic<bool> isPulledOut_ = false;
     std::atomic<int> clones_ = 0;
     std::mutex mutex_;
     std::vector<std::string> passed_;
@@ -260,6 +299,88 @@ TEST_F(EmulatedKeyboardTest, theKeyboardIsNotTakenWhileAKeyIsHeld)
     EXPECT_FALSE(keyboard->isGrabbed());
     keyboard->holdKey(false);
     EXPECT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
+}
+
+TEST_F(EmulatedKeyboardTest, whatIsNoKeyPassesToo)
+{
+    EvdevKeyCapture capture(loop);
+    ASSERT_TRUE(capture.start(*this));
+    ASSERT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
+    keyboard->tell({{EV_MSC, MSC_SCAN, 30}, {EV_MSC, MSC_RAW, 7}, {EV_KEY, KEY_MUTE, 1}});
+    ASSERT_TRUE(eventually([&] { return presses.size() == 1; }));
+    EXPECT_THAT(keyboard->passed(), ElementsAre("4 4 30", "4 3 7"));
+}
+
+TEST_F(EmulatedKeyboardTest, aReleaseThatTheKernelDroppedIsMadeUpFor)
+{
+    EvdevKeyCapture capture(loop);
+    ASSERT_TRUE(capture.start(*this));
+    ASSERT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
+    keyboard->tell({{EV_KEY, KEY_A, 1}, {EV_SYN, SYN_DROPPED, 0}});
+    ASSERT_TRUE(eventually([&] { return keyboard->passed().size() == 2; }));
+    EXPECT_THAT(keyboard->passed(), ElementsAre("1 30 1", "1 30 0"));
+    EXPECT_TRUE(keyboard->isGrabbed());
+    EXPECT_EQ(losses, 0);
+}
+
+TEST_F(EmulatedKeyboardTest, aKeyboardPulledOutWithAKeyDownIsALossAndItsCloneGoes)
+{
+    EvdevKeyCapture capture(loop);
+    ASSERT_TRUE(capture.start(*this));
+    ASSERT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
+    keyboard->pullOutAfterAKey();
+    keyboard->tell({{EV_KEY, KEY_A, 1}, {EV_SYN, SYN_DROPPED, 0}});
+    ASSERT_TRUE(eventually([&] { return losses == 1; }));
+    EXPECT_THAT(keyboard->passed(), ElementsAre("1 30 1"));
+    EXPECT_EQ(keyboard->clones(), 0);
+}
+
+TEST_F(EmulatedKeyboardTest, theAnnouncedRemovalOfTheLastKeyboardIsALoss)
+{
+    EvdevKeyCapture capture(loop);
+    ASSERT_TRUE(capture.start(*this));
+    ASSERT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
+    keyboard->announceRemoval();
+    ASSERT_TRUE(eventually([&] { return losses == 1; }));
+    EXPECT_FALSE(capture.isPossible());
+    EXPECT_EQ(capture.obstacle(), "No keyboard with volume keys is connected.");
+    EXPECT_EQ(keyboard->clones(), 0);
+}
+
+TEST_F(EmulatedKeyboardTest, aReaderThatStallsLosesTheKeyboardToItsUser)
+{
+    std::promise<void> endOfStall;
+    std::atomic<int> stalls = 0;
+    const auto stall = [&, end = endOfStall.get_future().share()](std::int64_t, bool) { end.wait(); };
+    const auto count = [&](KeyGrabber::Loss loss) { stalls += loss == KeyGrabber::Loss::stalled ? 1 : 0; };
+    const KeyGrabber grabber({keyboardNode}, {stall, count});
+    ASSERT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
+    keyboard->tell({{EV_KEY, KEY_MUTE, 1}, {EV_KEY, KEY_A, 1, 0.2}});
+    EXPECT_TRUE(eventually([&] { return !keyboard->isGrabbed(); }));
+    endOfStall.set_value();
+    EXPECT_TRUE(eventually([&] { return stalls == 1 && keyboard->clones() == 0; }));
+}
+
+TEST_F(EmulatedKeyboardTest, aLostKeyboardDisablesTheTapByTimeout)
+{
+    EvdevKeyCapture capture(loop);
+    LinuxEventTaps taps(loop, {&capture});
+    std::vector<EventType> told;
+    const auto note = [](EventType type, const TapEvent* event, void* userInfo) {
+        static_cast<std::vector<EventType>*>(userInfo)->push_back(type);
+        return event;
+    };
+    const auto tap = taps.createEventTap(EventTapLocation::session, EventTapPlacement::headInsert,
+        EventTapOptions::active, EventMask(1) << eventTypeSystemDefined, note, &told);
+    ASSERT_NE(tap, nullptr);
+    const auto source = tap->createRunLoopSource();
+    source->addToMainRunLoop();
+    tap->enable(true);
+    ASSERT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
+    keyboard->pullOutAfterAKey();
+    keyboard->tell({{EV_KEY, KEY_A, 1}, {EV_SYN, SYN_DROPPED, 0}});
+    EXPECT_TRUE(eventually([&] { return !told.empty(); }));
+    EXPECT_THAT(told, ElementsAre(eventTypeTapDisabledByTimeout));
 }
 
 TEST_F(EmulatedKeyboardTest, aKeyboardThatAnotherProgramHasTakenIsALossAndLeftAloneForAWhile)
