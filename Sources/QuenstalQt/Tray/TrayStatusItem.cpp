@@ -73,7 +73,7 @@ void TrayStatusItem::embed()
     embedded_ = std::make_unique<QSystemTrayIcon>();
     QObject::connect(embedded_.get(), &QSystemTrayIcon::activated, this,
         [this](QSystemTrayIcon::ActivationReason reason) { embeddedActivated(reason); });
-    setAppearance(appearance_);
+    showAppearance();
     embedded_->show();
     QGuiApplication::instance()->installEventFilter(this);
 }
@@ -122,10 +122,18 @@ std::optional<Rect> TrayStatusItem::frame()
 
 void TrayStatusItem::setAppearance(const StatusButtonAppearance& appearance)
 {
+    // It is set ten times a second while the meters move: only a change is painted and told to the bar.
+    if (appearance == appearance_)
+        return;
     appearance_ = appearance;
+    showAppearance();
+}
+
+void TrayStatusItem::showAppearance()
+{
     const QList<QImage> pictures = images();
     notifier_.setIcon(pictures);
-    const QString title = PanelModel::shown(QString::fromStdString(appearance.title).trimmed().toStdString());
+    const QString title = PanelModel::shown(QString::fromStdString(appearance_.title).trimmed().toStdString());
     notifier_.setTexts(QLatin1Char(' ') + title, title);
     if (!embedded_)
         return;

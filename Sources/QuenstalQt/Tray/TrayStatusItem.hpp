@@ -33,6 +33,7 @@ private:
     void leaveEmbedding();
     void reportMissingTray();
     void embeddedActivated(QSystemTrayIcon::ActivationReason reason);
+    void showAppearance();
     QList<QImage> images() const;
 
     StatusItemHandler& handler_;
