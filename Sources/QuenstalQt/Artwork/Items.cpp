@@ -13,6 +13,9 @@ namespace quenstal {
 
 namespace {
 
+constexpr int lampCount = 26;
+constexpr qreal meterWidth = 9;
+
 QPainterPath roundedPath(const QRectF& rect, qreal radius)
 {
     QPainterPath path;
@@ -156,26 +159,51 @@ void GlassKnob::paint(QPainter* painter)
     painter->drawEllipse(center, radius, radius);
 }
 
-void LevelMeter::paint(QPainter* painter)
+LevelMeters::LevelMeters(QQuickItem* parent)
+    : PaintedItem(parent)
+{
+    connect(this, &LevelMeters::levelsChanged, this, &LevelMeters::show);
+}
+
+LevelMeters::Lamps LevelMeters::lampsFor(qreal level, qreal peak)
+{
+    // A lamp is lit when the level reaches its middle.
+    const int lit = static_cast<int>(std::floor(level * lampCount + 0.5));
+    return {lit, static_cast<int>(std::ceil(peak * lampCount)) - 1};
+}
+
+void LevelMeters::show()
+{
+    const Look look{lampsFor(levelL_, peakL_), lampsFor(levelR_, peakR_), clipping_};
+    if (look == look_)
+        return;
+    look_ = look;
+    update();
+}
+
+void LevelMeters::paint(QPainter* painter)
 {
     painter->setRenderHint(QPainter::Antialiasing);
     painter->setPen(Qt::NoPen);
-    constexpr int lamps = 26;
-    const qreal clipHeight = 5;
-    painter->setBrush(clipping_ ? QColor(255, 82, 82) : QColor(255, 82, 82, 40));
-    painter->drawRoundedRect(QRectF(0, 0, width(), clipHeight), 2, 2);
+    paintColumn(*painter, 0, look_.left);
+    paintColumn(*painter, width() - meterWidth, look_.right);
+}
 
-    const qreal pitch = (height() - clipHeight - 3) / lamps;
-    const int peakLamp = static_cast<int>(std::ceil(peak_ * lamps)) - 1;
-    for (int lamp = 0; lamp < lamps; ++lamp) {
-        const qreal position = (lamp + 0.5) / lamps;
+void LevelMeters::paintColumn(QPainter& painter, qreal left, const Lamps& lamps) const
+{
+    constexpr qreal clipHeight = 5;
+    painter.setBrush(look_.clipping ? QColor(255, 82, 82) : QColor(255, 82, 82, 40));
+    painter.drawRoundedRect(QRectF(left, 0, meterWidth, clipHeight), 2, 2);
+
+    const qreal pitch = (height() - clipHeight - 3) / lampCount;
+    for (int lamp = 0; lamp < lampCount; ++lamp) {
+        const qreal position = (lamp + 0.5) / lampCount;
         QColor color = position < 0.70 ? QColor(64, 220, 150)
             : position < 0.90          ? QColor(255, 206, 84)
                                        : QColor(255, 128, 92);
-        const bool isLit = position <= level_;
-        color.setAlphaF(isLit ? 0.95F : lamp == peakLamp ? 0.85F : 0.13F);
-        painter->setBrush(color);
-        painter->drawRoundedRect(QRectF(0, height() - (lamp + 1) * pitch + 0.6, width(), pitch - 1.2), 1.2, 1.2);
+        color.setAlphaF(lamp < lamps.lit ? 0.95F : lamp == lamps.peak ? 0.85F : 0.13F);
+        painter.setBrush(color);
+        painter.drawRoundedRect(QRectF(left, height() - (lamp + 1) * pitch + 0.6, meterWidth, pitch - 1.2), 1.2, 1.2);
     }
 }
 

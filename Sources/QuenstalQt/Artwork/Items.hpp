@@ -78,22 +78,51 @@ private:
     bool dimmed_ = false;
 };
 
-/// The level of one channel as a column of lamps, with a lamp that holds the peak and one on top for clipping.
-class LevelMeter : public PaintedItem {
+/// The levels of both channels, each a column of lamps with a lamp that holds the peak and one on top for clipping.
+/// One item, not two: the scene graph blends one changed rectangle far faster than two, and nothing is painted while
+/// the same lamps are lit.
+class LevelMeters : public PaintedItem {
     Q_OBJECT
     /// 0 to 1, by decibels: 0 is silence, 1 is full scale.
-    Q_PROPERTY(qreal level MEMBER level_ NOTIFY lookChanged)
-    Q_PROPERTY(qreal peak MEMBER peak_ NOTIFY lookChanged)
-    Q_PROPERTY(bool clipping MEMBER clipping_ NOTIFY lookChanged)
+    Q_PROPERTY(qreal levelL MEMBER levelL_ NOTIFY levelsChanged)
+    Q_PROPERTY(qreal levelR MEMBER levelR_ NOTIFY levelsChanged)
+    Q_PROPERTY(qreal peakL MEMBER peakL_ NOTIFY levelsChanged)
+    Q_PROPERTY(qreal peakR MEMBER peakR_ NOTIFY levelsChanged)
+    Q_PROPERTY(bool clipping MEMBER clipping_ NOTIFY levelsChanged)
 
 public:
-    using PaintedItem::PaintedItem;
+    explicit LevelMeters(QQuickItem* parent = nullptr);
     void paint(QPainter* painter) override;
 
+signals:
+    void levelsChanged();
+
 private:
-    qreal level_ = 0;
-    qreal peak_ = 0;
+    struct Lamps {
+        /// Counted from below.
+        int lit = 0;
+        int peak = -1;
+
+        bool operator==(const Lamps&) const = default;
+    };
+    struct Look {
+        Lamps left;
+        Lamps right;
+        bool clipping = false;
+
+        bool operator==(const Look&) const = default;
+    };
+
+    static Lamps lampsFor(qreal level, qreal peak);
+    void show();
+    void paintColumn(QPainter& painter, qreal left, const Lamps& lamps) const;
+
+    qreal levelL_ = 0;
+    qreal levelR_ = 0;
+    qreal peakL_ = 0;
+    qreal peakR_ = 0;
     bool clipping_ = false;
+    Look look_;
 };
 
 } // namespace quenstal

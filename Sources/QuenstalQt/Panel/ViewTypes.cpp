@@ -17,7 +17,7 @@ void registerViewTypes()
     qmlRegisterType<GlassSurface>(module, 1, 0, "GlassSurface");
     qmlRegisterType<GlassPlate>(module, 1, 0, "GlassPlate");
     qmlRegisterType<GlassKnob>(module, 1, 0, "GlassKnob");
-    qmlRegisterType<LevelMeter>(module, 1, 0, "LevelMeter");
+    qmlRegisterType<LevelMeters>(module, 1, 0, "LevelMeters");
     qmlRegisterType<ResponseCurve>(module, 1, 0, "ResponseCurve");
     qmlRegisterType<VolumeDial>(module, 1, 0, "VolumeDial");
     qmlRegisterUncreatableType<PanelModel>(module, 1, 0, "PanelModel", QStringLiteral("Made by the panel's window."));

@@ -111,22 +111,10 @@ Item {
             }
         }
     }
-    Meter {
+    Meters {
         x: 276
         y: plot.plotY + 12
         height: plot.plotHeight - 18
-        channel: qsTr("L")
-        level: plot.panel.levelL
-        peak: plot.panel.peakL
-        clipping: plot.panel.clipping
-    }
-    Meter {
-        x: 290
-        y: plot.plotY + 12
-        height: plot.plotHeight - 18
-        channel: qsTr("R")
-        level: plot.panel.levelR
-        peak: plot.panel.peakR
-        clipping: plot.panel.clipping
+        panel: plot.panel
     }
 }

@@ -2,7 +2,7 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de" sourcelanguage="en">
 <context>
-    <name>BandPlot</name>
+    <name>Meters</name>
     <message>
         <source>L</source>
         <translation>L</translation>
