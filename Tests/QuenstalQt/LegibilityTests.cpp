@@ -126,7 +126,10 @@ TEST_P(EveryScene, givesEveryTextContrast)
         text->setOpacity(0.001);
         const QImage behind = stage_.window().grabWindow();
         text->setOpacity(before);
-        const QColor background = average(behind, text->mapRectToScene(text->boundingRect()).toAlignedRect());
+        const QRectF place = text->mapRectToScene(text->boundingRect());
+        const double density = stage_.window().effectiveDevicePixelRatio();
+        const QRectF pixels(place.topLeft() * density, place.size() * density);
+        const QColor background = average(behind, pixels.toAlignedRect());
         const double ratio = contrast(over(background, color, opacity * color.alphaF()), background);
         EXPECT_GE(ratio, wanted) << qPrintable(text->property("text").toString()) << " " << qPrintable(color.name())
                                  << " on " << qPrintable(background.name());

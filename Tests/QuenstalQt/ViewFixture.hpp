@@ -20,7 +20,7 @@ inline QQmlEngine& sharedEngine()
         static int argc = 1;
         static char name[] = "panel";
         static char* argv[] = {name, nullptr};
-        gallery::prepareEnvironment(1);
+        gallery::prepareEnvironment(QUENSTAL_TEST_SCALE);
         new QGuiApplication(argc, argv);
         registerViewTypes();
         return new QQmlEngine;
