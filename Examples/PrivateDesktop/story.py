@@ -4,9 +4,11 @@ nodes. Prints what happened. Run by ./run where there is no desktop session; see
 
     story.py hardware QUENSTAL    the monitor takes the volume itself
     story.py software QUENSTAL    the monitor does not answer: the volume is made in software
+    story.py crash QUENSTAL       the same, and the program is killed in the middle
 """
 
 import array
+import json
 import math
 import os
 import pathlib
@@ -128,6 +130,38 @@ def software(desktop, pictures, folder):
     desktop.screenshot(pictures / "software.png")
 
 
+def key_reaches_another_program(desktop, key):
+    """Whether a window that has the keyboard's focus sees the key."""
+    watcher = subprocess.Popen(["xev", "-event", "keyboard"], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                               text=True)
+    desktop.children.append(watcher)
+    window = wait_for(lambda: subprocess.run(["xdotool", "search", "--name", "Event Tester"], capture_output=True,
+                                             check=False, text=True).stdout.split(), "the watcher's window")[0]
+    subprocess.run(["xdotool", "windowfocus", "--sync", window], check=True)
+    desktop.press(key)
+    watcher.terminate()
+    return key in watcher.communicate()[0]
+
+
+def crash(desktop, quenstal, folder):
+    say("2. Quenstal makes the volume in software, and is killed in the middle.")
+    tone = folder / "tone.wav"
+    write_tone(tone)
+    desktop.start("pw-play", str(tone))
+    time.sleep(SETTLING)
+    desktop.press("XF86AudioLowerVolume", 8)
+    say(f"     volume down 8 times  {measured_level(folder):.3f}   (half)")
+    say(f"     another program sees the key: {key_reaches_another_program(desktop, 'XF86AudioLowerVolume')}")
+    preferences = pathlib.Path(os.environ["XDG_CONFIG_HOME"]) / "quenstal" / "preferences.json"
+    before = json.loads(preferences.read_text())
+    quenstal.kill()
+    quenstal.wait()
+    say("3. Killed.")
+    say(f"     preferences kept: {json.loads(preferences.read_text()) == before and bool(before)}")
+    say(f"     the tone without it  {measured_level(folder):.3f}")
+    say(f"     another program sees the key now: {key_reaches_another_program(desktop, 'XF86AudioLowerVolume')}")
+
+
 def main():
     act, program = sys.argv[1:]
     if "QUENSTAL_AUDIO_SESSION" not in os.environ:
@@ -145,6 +179,9 @@ def main():
                                         capture_output=True, check=False).stdout, "the panel")
         time.sleep(SETTLING)
         desktop.screenshot(pictures / "first-run.png")
+        if act == "crash":
+            crash(desktop, quenstal, folder)
+            return 0
         if act == "hardware":
             hardware(desktop, pictures)
         else:
