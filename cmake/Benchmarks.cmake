@@ -15,6 +15,19 @@ function(quenstal_benchmark name)
     add_dependencies(benchmarks ${name})
 endfunction()
 
+# quenstal_script_benchmark(audio COMMAND python3 path.py DEPENDS target...)
+#
+# For what no program measures from within. ./bench finds it under the same name at the same place.
+function(quenstal_script_benchmark name)
+    cmake_parse_arguments(BENCHMARK "" "" "COMMAND;DEPENDS" ${ARGN})
+    add_custom_target(${name} DEPENDS ${BENCHMARK_DEPENDS})
+    list(JOIN BENCHMARK_COMMAND "' '" command)
+    file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/benchmarks/${name}
+        CONTENT "#!/bin/sh\nexec '${command}' \"$@\"\n"
+        FILE_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+    add_dependencies(benchmarks ${name})
+endfunction()
+
 # The names that ./bench may run, one a line.
 file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/benchmarks.txt
     CONTENT "$<JOIN:$<TARGET_PROPERTY:benchmarks,MANUALLY_ADDED_DEPENDENCIES>,\n>\n")

@@ -11,13 +11,6 @@
 
 namespace quenstal {
 
-namespace {
-
-/// A condition may come true on another thread, which wakes nobody.
-constexpr auto longestLook = std::chrono::milliseconds(5);
-
-} // namespace
-
 class EpollRunLoop::Registration final : public Interface {
 public:
     Registration(EpollRunLoop& loop, Key key)
@@ -90,14 +83,14 @@ Cancellation EpollRunLoop::watchReadable(int descriptor, Task task)
     return std::make_unique<Registration>(*this, nextKey_);
 }
 
-bool EpollRunLoop::runUntil(const std::function<bool()>& condition, Duration limit)
+bool EpollRunLoop::runUntil(const std::function<bool()>& condition, Duration limit, Duration longestWait)
 {
     const SteadyTime end = steadyNow() + limit;
     while (!condition()) {
         if (steadyNow() >= end)
             return false;
         if (!runPosted() && !runDueTimer())
-            waitUntil(std::min(end, steadyNow() + longestLook));
+            waitUntil(std::min(end, steadyNow() + longestWait));
     }
     return true;
 }

@@ -27,8 +27,10 @@ public:
     WallTime wallNow() const override { return std::chrono::system_clock::now(); }
     bool isMainThread() const override { return std::this_thread::get_id() == mainThread_; }
 
-    /// Runs turns until the condition holds. False when it does not within the limit.
-    bool runUntil(const std::function<bool()>& condition, Duration limit = std::chrono::seconds(10));
+    /// Runs turns until the condition holds. False when it does not within the limit. Looks now and then without an
+    /// event, because a condition may come true on another thread, which wakes nobody.
+    bool runUntil(const std::function<bool()>& condition, Duration limit = std::chrono::seconds(10),
+        Duration longestWait = std::chrono::milliseconds(5));
     void runFor(Duration duration);
     /// Times that the loop woke up since it was made.
     std::uint64_t wakeUps() const { return wakeUps_; }

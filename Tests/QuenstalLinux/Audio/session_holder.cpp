@@ -1,6 +1,7 @@
-// A program that holds a muted software session on an output until it is ended, for tests of how it ends.
+// A program that holds a software session on an output until it is ended, for tests of how it ends and for benchmarks.
 //
-//   audio_session_holder UID    prints "running" when its procedure runs
+//   audio_session_holder UID [LEVEL [movie]]    prints "running" when it has a session; muted without a level; "movie"
+//                                               switches the equaliser on, with that preset
 
 #include "QuenstalApp/NativeAdapters.hpp"
 #include "QuenstalLinux/Audio/LinuxAudio.hpp"
@@ -8,14 +9,17 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 
 #include <sys/signalfd.h>
 
 int main(int argc, char** argv)
 {
     using namespace quenstal;
-    if (argc != 2)
+    if (argc < 2 || argc > 4)
         return 2;
+    const VolumeSnapshot volume = argc > 2 ? VolumeSnapshot{std::atof(argv[2]), false} : VolumeSnapshot{0, true};
+    const EQProfile equaliser(argc > 3, EQPresetName::movie, 0);
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGTERM);
@@ -31,7 +35,8 @@ int main(int argc, char** argv)
     // Without an output yet, this fails; it is tried again until there is one.
     const auto start = [&] {
         try {
-            controller.setVolume({0, true}, device);
+            controller.setVolume(volume, device);
+            controller.setEQProfile(equaliser, device);
             return true;
         } catch (const QuenstalError&) {
             return false;
@@ -41,6 +46,8 @@ int main(int argc, char** argv)
         return 1;
     std::puts("running");
     std::fflush(stdout);
-    loop.runUntil([&] { return ending; }, std::chrono::minutes(5));
+    constexpr auto limit = std::chrono::minutes(5);
+    // A look in between would count among what the session costs.
+    loop.runUntil([&] { return ending; }, limit, limit);
     return 0;
 }
