@@ -33,7 +33,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 constexpr const char* keyboardNode = "/dev/input/event5";
 
@@ -113,8 +112,11 @@ public:
         std::string script;
         for (const Event& event : events) {
             const std::string time = "E: " + std::to_string(event.seconds) + " ";
-            script += time + hexadecimal(event.type) + " " + hexadecimal(event.code) + " " + std::to_string(event.value)
-                + "\n" + time + "0000 0000 0\n";
+            script += time;
+            script += hexadecimal(event.type) + " " + hexadecimal(event.code) + " " + std::to_string(event.value);
+            script += "\n";
+            script += time;
+            script += "0000 0000 0\n";
         }
         std::string file = (std::filesystem::temp_directory_path() / "quenstal-keys-XXXXXX").string();
         close(mkstemp(file.data()));
