@@ -7,6 +7,7 @@
 #include "QuenstalQt/Desktop/QtDesktop.hpp"
 #include "QuenstalQt/QtRunLoop.hpp"
 #include "QuenstalQt/QtToolkit.hpp"
+#include "QuenstalSimulation/SimulatedDisplayBusHealth.hpp"
 #include "QuenstalSimulation/SimulatedPreferences.hpp"
 #include "QuenstalSimulation/SimulatedTrust.hpp"
 
@@ -119,12 +120,13 @@ int main(int argc, char** argv)
     SimulatedPreferences preferences;
     preferences.setBoolean("Quenstal.SetupGuideCompleted", true);
     SimulatedTrust trust;
+    SimulatedDisplayBusHealth displayBusHealth;
     auto monitor = std::make_shared<Monitor>();
     auto noVolume = std::make_shared<NoVolume>();
     auto controller = std::make_shared<QuenstalController>(monitor, monitor, monitor, noVolume, noVolume, monitor,
         std::make_shared<InMemoryEQProfileStore>(), ModeSelector(), VolumeReducer(0.0625),
         VolumeSnapshot::defaultAudible());
-    StatusMenuController statusMenu({runLoop, desktop, preferences, trust, desktop}, controller);
+    StatusMenuController statusMenu({runLoop, desktop, preferences, trust, displayBusHealth, desktop}, controller);
     statusMenu.onStateChanged = report;
     instance.onActivated([&desktop] { desktop.activateStatusItem(); });
     const Cancellation input = runLoop.watchReadable(0, [&] {
