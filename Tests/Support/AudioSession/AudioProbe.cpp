@@ -15,7 +15,7 @@ namespace {
 constexpr std::array<std::uint32_t, 6> speakers{SPA_AUDIO_CHANNEL_FL, SPA_AUDIO_CHANNEL_FR, SPA_AUDIO_CHANNEL_FC,
     SPA_AUDIO_CHANNEL_LFE, SPA_AUDIO_CHANNEL_RL, SPA_AUDIO_CHANNEL_RR};
 
-void connectPlanar(pw_stream* stream, pw_direction direction, std::uint32_t channels)
+void connectPlanar(pw_stream* stream, pw_direction direction, std::uint32_t channels, unsigned flags)
 {
     spa_audio_info_raw format{};
     format.format = SPA_AUDIO_FORMAT_F32P;
@@ -26,9 +26,7 @@ void connectPlanar(pw_stream* stream, pw_direction direction, std::uint32_t chan
     spa_pod_builder_init(&builder, bytes.data(), static_cast<std::uint32_t>(bytes.size()));
     const spa_pod* parameters[] = {spa_format_audio_raw_build(&builder, SPA_PARAM_EnumFormat, &format)};
     pw_stream_connect(stream, direction, PW_ID_ANY,
-        static_cast<pw_stream_flags>(
-            PW_STREAM_FLAG_AUTOCONNECT | PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_RT_PROCESS),
-        parameters, 1);
+        static_cast<pw_stream_flags>(flags | PW_STREAM_FLAG_MAP_BUFFERS | PW_STREAM_FLAG_RT_PROCESS), parameters, 1);
 }
 
 } // namespace
@@ -79,7 +77,7 @@ void ProbePlayer::connected(pw_core& core)
         pw_properties_set(properties, "target.object", target_.c_str());
     stream_.reset(pw_stream_new(&core, "probe", properties));
     pw_stream_add_listener(stream_.get(), &hook_, &Events::table, this);
-    connectPlanar(stream_.get(), PW_DIRECTION_OUTPUT, channels_);
+    connectPlanar(stream_.get(), PW_DIRECTION_OUTPUT, channels_, PW_STREAM_FLAG_AUTOCONNECT);
 }
 
 void ProbePlayer::disconnected()
@@ -124,6 +122,13 @@ struct ProbeRecorder::Events {
         if (id == SPA_IO_Position)
             static_cast<ProbeRecorder*>(data)->position_ = static_cast<const spa_io_position*>(area);
     }
+    static void global(
+        void* data, std::uint32_t id, std::uint32_t, const char* type, std::uint32_t, const spa_dict* properties)
+    {
+        if (properties)
+            static_cast<ProbeRecorder*>(data)->added(id, type, *properties);
+    }
+    static constexpr pw_registry_events registry{PW_VERSION_REGISTRY_EVENTS, global, nullptr};
     static constexpr pw_stream_events table = [] {
         pw_stream_events events{};
         events.version = PW_VERSION_STREAM_EVENTS;
@@ -151,16 +156,54 @@ ProbeRecorder::~ProbeRecorder()
 void ProbeRecorder::connected(pw_core& core)
 {
     pw_properties* const properties = pw_properties_new(PW_KEY_MEDIA_TYPE, "Audio", PW_KEY_MEDIA_CATEGORY, "Capture",
-        PW_KEY_NODE_NAME, "probe-recorder", PW_KEY_STREAM_CAPTURE_SINK, "true", "target.object", outputName_.c_str(),
-        "node.dont-reconnect", "true", "state.restore-props", "false", "state.restore-target", "false", nullptr);
+        PW_KEY_NODE_NAME, "probe-recorder", "state.restore-props", "false", "state.restore-target", "false", nullptr);
     stream_.reset(pw_stream_new(&core, "probe", properties));
     pw_stream_add_listener(stream_.get(), &hook_, &Events::table, this);
-    connectPlanar(stream_.get(), PW_DIRECTION_INPUT, channels_);
+    connectPlanar(stream_.get(), PW_DIRECTION_INPUT, channels_, PW_STREAM_FLAG_NONE);
+    core_ = &core;
+    registry_.reset(pw_core_get_registry(&core, PW_VERSION_REGISTRY, 0));
+    pw_registry_add_listener(registry_.get(), &registryHook_, &Events::registry, this);
 }
 
 void ProbeRecorder::disconnected()
 {
+    links_.clear();
+    ports_.clear();
+    registry_.reset();
     stream_.reset();
+}
+
+void ProbeRecorder::added(std::uint32_t id, std::string_view type, const spa_dict& properties)
+{
+    const auto value = [&](const char* key) {
+        const char* const text = spa_dict_lookup(&properties, key);
+        return std::string(text ? text : "");
+    };
+    if (type == PW_TYPE_INTERFACE_Node && value(PW_KEY_NODE_NAME) == outputName_)
+        outputNode_ = std::to_string(id);
+    if (type != PW_TYPE_INTERFACE_Port)
+        return;
+    const bool plays = value(PW_KEY_PORT_DIRECTION) == "out";
+    ports_.push_back({id, value(PW_KEY_NODE_ID), value(PW_KEY_AUDIO_CHANNEL), plays});
+    const Port& port = ports_.back();
+    for (const Port& other : ports_) {
+        if (other.plays != port.plays && other.channel == port.channel)
+            link(plays ? port : other, plays ? other : port);
+    }
+}
+
+void ProbeRecorder::link(const Port& output, const Port& input)
+{
+    if (output.node != outputNode_ || input.node != std::to_string(pw_stream_get_node_id(stream_.get())))
+        return;
+    const std::string outputPort = std::to_string(output.id);
+    const std::string inputPort = std::to_string(input.id);
+    const spa_dict_item items[]
+        = {{PW_KEY_LINK_OUTPUT_NODE, output.node.c_str()}, {PW_KEY_LINK_OUTPUT_PORT, outputPort.c_str()},
+            {PW_KEY_LINK_INPUT_NODE, input.node.c_str()}, {PW_KEY_LINK_INPUT_PORT, inputPort.c_str()}};
+    const spa_dict properties{0, 4, items};
+    links_.emplace_back(static_cast<pw_link*>(
+        pw_core_create_object(core_, "link-factory", PW_TYPE_INTERFACE_Link, PW_VERSION_LINK, &properties, 0)));
 }
 
 void ProbeRecorder::process()

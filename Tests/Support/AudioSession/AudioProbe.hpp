@@ -11,6 +11,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace quenstal {
@@ -61,7 +62,8 @@ private:
     PipeWireStream stream_;
 };
 
-/// What an output is sent, heard from the moment this is made.
+/// What an output is sent, heard from the moment this is made. It links itself to the output: a newer session manager
+/// would have it listen to what programs play, and not to what the output is sent.
 class ProbeRecorder final : private PipeWireConnection::Listener {
 public:
     using Frames = std::vector<std::vector<float>>;
@@ -81,10 +83,18 @@ public:
 
 private:
     struct Events;
+    struct Port {
+        std::uint32_t id;
+        std::string node;
+        std::string channel;
+        bool plays;
+    };
 
     void connected(pw_core& core) override;
     void disconnected() override;
     void refused(std::uint32_t, int) override { }
+    void added(std::uint32_t id, std::string_view type, const spa_dict& properties);
+    void link(const Port& output, const Port& input);
     void process();
     std::size_t heard() const;
 
@@ -96,8 +106,14 @@ private:
     Frames frames_;
     ProbePoint lastCycle_;
     PipeWireConnection connection_;
+    pw_core* core_ = nullptr;
+    std::string outputNode_;
+    std::vector<Port> ports_;
+    PipeWireHook registryHook_;
+    PipeWireProxy<pw_registry> registry_;
     PipeWireHook hook_;
     PipeWireStream stream_;
+    std::vector<PipeWireProxy<pw_link>> links_;
 };
 
 } // namespace quenstal
