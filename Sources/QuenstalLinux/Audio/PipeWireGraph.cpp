@@ -23,6 +23,8 @@ constexpr const char* filtersMetadata = "filters";
 constexpr std::size_t longestName = 1024;
 /// By then everyone who asks at a change has been answered.
 constexpr auto secondQuestion = std::chrono::milliseconds(50);
+/// Also on a busy machine.
+constexpr auto lastQuestion = std::chrono::milliseconds(500);
 
 AudioProperties copied(const spa_dict* dictionary)
 {
@@ -324,6 +326,7 @@ void PipeWireGraph::askForRoutes()
     ask();
     // A server that is busy answering someone else may answer with what it knew before the change.
     askAgain_ = runLoop_.after(secondQuestion, ask);
+    askLast_ = runLoop_.after(lastQuestion, ask);
 }
 
 const CardDevice* PipeWireGraph::cardOf(const SinkNode& sink) const

@@ -89,6 +89,7 @@ private:
     std::map<std::uint32_t, std::unique_ptr<BoundCard>> cards_;
     std::map<std::uint32_t, std::unique_ptr<BoundMetadata>> metadata_;
     Cancellation askAgain_;
+    Cancellation askLast_;
 };
 
 } // namespace quenstal
