@@ -61,7 +61,7 @@ TEST_F(DenialTest, aDeniedVolumeIsToldByTheNextCommandAndReadAsItIs)
     ASSERT_TRUE(loop.runUntil([&] { return outputOf("wpctl get-volume @DEFAULT_AUDIO_SINK@") == "Volume: 0.50"; }));
     ASSERT_FALSE(parts->graph.graph().devices.empty());
     const std::uint32_t card = parts->graph.graph().devices.begin()->first;
-    setRights(card, onlySee);
+    setRights(card, onlySee | 0100); // and ask it
 
     int reports = 0;
     const auto watch = parts->objects.onVolumeChangedElsewhere([&](AudioObjectID) { ++reports; });
