@@ -86,6 +86,7 @@ private:
 
     void sync(const QuenstalState& state);
     void refreshAndSync();
+    void publishSetup(const QuenstalState& state);
     void refreshStatusButton(const GlassDialSnapshot& snapshot);
     void endLeftSoftwareSession(const QuenstalState& state);
 

@@ -74,6 +74,7 @@ TEST_F(GlassDialViewStateTest, settingAnEqualValueAnnouncesNothing)
     view.setScreen(Screen::dial);
     view.setShowsMoreActions(false);
     view.setFocusedEQBandID(std::nullopt);
+    view.setPermissionNeeds({});
     view.setCaptureAdvice("");
     view.setMonitorProblems({});
     view.update(GlassDialSnapshot(QuenstalState()));
@@ -94,6 +95,7 @@ TEST_F(GlassDialViewStateTest, everyPropertyIsAnnouncedByItsName)
     view.setShowsMoreActions(true);
     view.updateMediaKeyCapture(true, "F10 mute at 12:00:00");
     view.setFocusedEQBandID(2);
+    view.setPermissionNeeds({.accessibility = true, .audioCapture = false});
     view.setCaptureAdvice("free the keys");
     view.setMonitorProblems({{DisplayBusProblem::Kind::stuck, "/dev/i2c-5", "Monitor", "unplug"}});
     std::vector<Property> announced;
@@ -102,7 +104,7 @@ TEST_F(GlassDialViewStateTest, everyPropertyIsAnnouncedByItsName)
     EXPECT_THAT(announced,
         ElementsAre(Property::snapshot, Property::setupSnapshot, Property::showsMoreActions,
             Property::mediaKeyCaptureActive, Property::lastMediaKeyCaptureDescription, Property::focusedEQBandID,
-            Property::captureAdvice, Property::monitorProblems));
+            Property::permissionNeeds, Property::captureAdvice, Property::monitorProblems));
 }
 
 TEST_F(GlassDialViewStateTest, everyNavigationClosesTheTrayAndTellsOfANewScreenOnce)

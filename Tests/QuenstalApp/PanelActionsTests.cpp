@@ -205,6 +205,7 @@ TEST_F(PanelActionsTest, theCaptureStateIsPublishedWithAFreshSetupSnapshotAndThe
     controller->refresh();
     status->updateMediaKeyCapture(false);
     EXPECT_EQ(view().setupSnapshot().accessibilityStatus, "Needed for F10/F11/F12");
+    EXPECT_TRUE(view().permissionNeeds().accessibility);
     EXPECT_EQ(view().captureAdvice(), "Another program uses the volume keys.");
     trust.setTrusted(true);
     status->updateMediaKeyCapture(true);
@@ -265,6 +266,7 @@ TEST_F(PanelActionsTest, lookingAgainEndsWhenAccessIsGiven)
     loop.advance(1min);
     EXPECT_EQ(refreshes(), 1u);
     EXPECT_EQ(view().setupSnapshot().accessibilityStatus, "Permission granted, waiting for F-key test");
+    EXPECT_FALSE(view().permissionNeeds().accessibility);
 }
 
 TEST_F(PanelActionsTest, asSecondRequestStartsTheOneChainAnew)

@@ -143,8 +143,7 @@ void StatusMenuController::updateMediaKeyCapture(bool isActive)
 {
     mediaKeyCaptureActive_ = isActive;
     viewState_.updateMediaKeyCapture(mediaKeyCaptureActive_, lastMediaKeyCaptureDescription_);
-    viewState_.updateSetupSnapshot(SetupGuideSnapshot(controller_->state()));
-    viewState_.setCaptureAdvice(platform_.trust.advice());
+    publishSetup(controller_->state());
 }
 
 void StatusMenuController::recordMediaKeyCapture(MediaKeyRouter::Key key)

@@ -60,6 +60,11 @@ void GlassDialViewState::setFocusedEQBandID(std::optional<std::int64_t> id)
     publish(Property::focusedEQBandID, focusedEQBandID_, id);
 }
 
+void GlassDialViewState::setPermissionNeeds(PermissionNeeds needs)
+{
+    publish(Property::permissionNeeds, permissionNeeds_, needs);
+}
+
 void GlassDialViewState::setCaptureAdvice(std::string advice)
 {
     publish(Property::captureAdvice, captureAdvice_, std::move(advice));

@@ -26,6 +26,7 @@ public:
         mediaKeyCaptureActive,
         lastMediaKeyCaptureDescription,
         focusedEQBandID,
+        permissionNeeds,
         captureAdvice,
         monitorProblems,
     };
@@ -57,6 +58,7 @@ public:
     const std::string& lastMediaKeyCaptureDescription() const { return lastMediaKeyCaptureDescription_; }
     /// The `EQBand.id` that the keyboard moves.
     std::optional<std::int64_t> focusedEQBandID() const { return focusedEQBandID_; }
+    const PermissionNeeds& permissionNeeds() const { return permissionNeeds_; }
     /// What keeps the volume keys from being captured and what to do about it; empty when nothing does.
     const std::string& captureAdvice() const { return captureAdvice_; }
     /// What keeps monitors from being controlled, and what to do about it.
@@ -66,6 +68,7 @@ public:
     void setScreen(Screen screen);
     void setShowsMoreActions(bool shows);
     void setFocusedEQBandID(std::optional<std::int64_t> id);
+    void setPermissionNeeds(PermissionNeeds needs);
     void setCaptureAdvice(std::string advice);
     void setMonitorProblems(std::vector<DisplayBusProblem> problems);
 
@@ -140,6 +143,7 @@ private:
     bool mediaKeyCaptureActive_ = false;
     std::string lastMediaKeyCaptureDescription_;
     std::optional<std::int64_t> focusedEQBandID_;
+    PermissionNeeds permissionNeeds_;
     std::string captureAdvice_;
     std::vector<DisplayBusProblem> monitorProblems_;
     std::vector<Observer*> observers_;

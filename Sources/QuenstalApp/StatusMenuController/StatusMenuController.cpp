@@ -22,6 +22,7 @@ StatusMenuController::StatusMenuController(const Platform& platform, std::shared
     , panel_(platform.desktop.createPanel(QuenstalPanel::settings(currentWindowSize())))
 {
     refreshStatusButton(viewState_.snapshot());
+    viewState_.setPermissionNeeds(permissionNeeds(controller_->state()));
     hostingController_ = platform_.views.host(*panel_, viewState_);
     configureActions();
     stateDidChange();
@@ -35,12 +36,18 @@ void StatusMenuController::sync(const QuenstalState& state)
     GlassDialSnapshot snapshot(state);
     refreshStatusButton(snapshot);
     viewState_.update(std::move(snapshot));
-    viewState_.updateSetupSnapshot(SetupGuideSnapshot(state));
-    viewState_.setCaptureAdvice(platform_.trust.advice());
+    publishSetup(state);
     viewState_.setMonitorProblems(platform_.displayBusHealth.problems());
     updatePanelSize(false, true);
     updateLevelTimer();
     stateDidChange();
+}
+
+void StatusMenuController::publishSetup(const QuenstalState& state)
+{
+    viewState_.updateSetupSnapshot(SetupGuideSnapshot(state));
+    viewState_.setPermissionNeeds(permissionNeeds(state));
+    viewState_.setCaptureAdvice(platform_.trust.advice());
 }
 
 void StatusMenuController::refreshAndSync()

@@ -39,6 +39,17 @@ std::string softwareSummaryFor(AudioProcessingDiagnostic diagnostic)
 
 } // namespace
 
+PermissionNeeds permissionNeeds(const QuenstalState& state)
+{
+    const AudioProcessingDiagnostic diagnostic = state.audioProcessing.diagnostic;
+    const bool mayCapture
+        = isGranted(state.permissions.systemAudioCapture) && diagnostic != AudioProcessingDiagnostic::permissionDenied;
+    return {
+        .accessibility = !isGranted(state.permissions.accessibility),
+        .audioCapture = hasExternalOutput(state) && !isAvailable(diagnostic) && !mayCapture,
+    };
+}
+
 std::string SetupGuideSnapshot::hardwareSummaryFor(const QuenstalState& state)
 {
     if (state.displayTarget && state.displayTarget->supportsVolumeCommand)
@@ -50,22 +61,19 @@ std::string SetupGuideSnapshot::hardwareSummaryFor(const QuenstalState& state)
 
 std::string SetupGuideSnapshot::audioCaptureStatusFor(const QuenstalState& state)
 {
-    const AudioProcessingDiagnostic diagnostic = state.audioProcessing.diagnostic;
     if (!hasExternalOutput(state))
         return "Not needed for this output";
-    if (isAvailable(diagnostic))
+    if (isAvailable(state.audioProcessing.diagnostic))
         return "Active";
-    const bool isReady
-        = isGranted(state.permissions.systemAudioCapture) && diagnostic != AudioProcessingDiagnostic::permissionDenied;
-    return isReady ? "Ready when software mode starts" : "Needed for software mode";
+    return permissionNeeds(state).audioCapture ? "Needed for software mode" : "Ready when software mode starts";
 }
 
 SetupGuideSnapshot::SetupGuideSnapshot(const QuenstalState& state)
     : outputSummary(outputSummaryFor(state))
     , hardwareSummary(hardwareSummaryFor(state))
     , softwareSummary(softwareSummaryFor(state.audioProcessing.diagnostic))
-    , accessibilityStatus(isGranted(state.permissions.accessibility) ? "Permission granted, waiting for F-key test"
-                                                                     : "Needed for F10/F11/F12")
+    , accessibilityStatus(permissionNeeds(state).accessibility ? "Needed for F10/F11/F12"
+                                                               : "Permission granted, waiting for F-key test")
     , accessibilityActionTitle("Accessibility Settings")
     , audioCaptureStatus(audioCaptureStatusFor(state))
     , audioCaptureActionTitle(state.audioProcessing.canSwitchToSoftware ? "Try Software Mode" : "Open Sound Settings")

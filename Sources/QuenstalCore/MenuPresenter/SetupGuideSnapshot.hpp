@@ -6,6 +6,16 @@
 
 namespace quenstal {
 
+/// What the user still has to allow for the current output: what the two statuses of the guide say in words.
+struct PermissionNeeds {
+    bool accessibility = false;
+    bool audioCapture = false;
+
+    bool operator==(const PermissionNeeds&) const = default;
+};
+
+PermissionNeeds permissionNeeds(const QuenstalState& state);
+
 /// What the first-run guide says about the current output and the two permissions: ready-made texts, made from
 /// one state, then only read and compared.
 struct SetupGuideSnapshot {

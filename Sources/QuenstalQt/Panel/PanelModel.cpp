@@ -110,6 +110,7 @@ void PanelModel::propertyDidChange(Property property)
         announceSnapshot();
         break;
     case Property::setupSnapshot:
+    case Property::permissionNeeds:
         emit setupChanged();
         break;
     case Property::screen:
@@ -260,16 +261,6 @@ QString PanelModel::outputSummary() const
         return shown(summary);
     return shown(summary.substr(0, split)) + fromView(outputSummarySeparator)
         + shown(summary.substr(split + outputSummarySeparator.size()));
-}
-
-bool PanelModel::isAccessibilityGranted() const
-{
-    return setup().accessibilityStatus == "Permission granted, waiting for F-key test";
-}
-
-bool PanelModel::isAudioCaptureNeeded() const
-{
-    return setup().audioCaptureStatus == "Needed for software mode";
 }
 
 bool PanelModel::hasCapturedKey() const

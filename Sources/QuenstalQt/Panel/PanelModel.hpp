@@ -123,8 +123,8 @@ public:
     QString accessibilityActionTitle() const { return shown(setup().accessibilityActionTitle); }
     QString audioCaptureStatus() const { return shown(setup().audioCaptureStatus); }
     QString audioCaptureActionTitle() const { return shown(setup().audioCaptureActionTitle); }
-    bool isAccessibilityGranted() const;
-    bool isAudioCaptureNeeded() const;
+    bool isAccessibilityGranted() const { return !state_.permissionNeeds().accessibility; }
+    bool isAudioCaptureNeeded() const { return state_.permissionNeeds().audioCapture; }
     bool isCaptureActive() const { return state_.mediaKeyCaptureActive(); }
     bool hasCapturedKey() const;
     QString lastCapture() const;

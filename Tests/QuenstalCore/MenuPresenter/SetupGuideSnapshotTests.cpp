@@ -117,6 +117,7 @@ TEST(SetupGuideSnapshotTest, theAccessibilityStatusFollowsThePermissionAndItsBut
         QuenstalState state = monitorState();
         state.permissions.accessibility = row.accessibility;
         EXPECT_EQ(SetupGuideSnapshot(state).accessibilityStatus, row.status);
+        EXPECT_EQ(permissionNeeds(state).accessibility, row.accessibility != granted);
         EXPECT_EQ(SetupGuideSnapshot(state).accessibilityActionTitle, "Accessibility Settings");
     }
 }
@@ -149,6 +150,7 @@ TEST(SetupGuideSnapshotTest, theCaptureStatusIsTheFirstRowThatMatches)
         state.permissions.systemAudioCapture = row.capture;
         EXPECT_EQ(SetupGuideSnapshot(state).audioCaptureStatus, row.status);
         EXPECT_EQ(SetupGuideSnapshot::audioCaptureStatusFor(state), row.status);
+        EXPECT_EQ(permissionNeeds(state).audioCapture, row.status == "Needed for software mode");
     }
 }
 

@@ -57,6 +57,7 @@ Stage::Stage(QQmlEngine& engine, const Scene& scene)
     : viewState_(GlassDialSnapshot(scene.state), SetupGuideSnapshot(scene.state))
     , model_(viewState_)
 {
+    viewState_.setPermissionNeeds(permissionNeeds(scene.state));
     if (scene.arrange)
         scene.arrange(viewState_);
     model_.setMotion(false);
