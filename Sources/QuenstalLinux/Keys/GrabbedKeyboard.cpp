@@ -54,7 +54,11 @@ bool GrabbedKeyboard::makeClone()
     libevdev_uinput* clone = nullptr;
     const int status = libevdev_uinput_create_from_device(device_.get(), LIBEVDEV_UINPUT_OPEN_MANAGED, &clone);
     clone_.reset(clone);
-    return status == 0;
+    if (status != 0)
+        return false;
+    // It comes blocking: the thread would wait for the next light as soon as it has read one.
+    fcntl(cloneDescriptor(), F_SETFL, O_RDWR | O_NONBLOCK);
+    return true;
 }
 
 void GrabbedKeyboard::tryToGrab()

@@ -4,6 +4,7 @@
 #include "QuenstalLinux/Keys/X11KeyCapture.hpp"
 #include "QuenstalPlatform/EventTaps.hpp"
 #include "QuenstalSimulation/SimulatedRunLoop.hpp"
+#include "Support/Eventually.hpp"
 #include "Support/PrivateXServer.hpp"
 
 #include <chrono>
@@ -88,18 +89,7 @@ struct X11KeyCaptureTest : testing::Test {
         ASSERT_EQ(server->run({"setxkbmap", "us"}), 0);
     }
 
-    /// Runs turns until it holds, for five seconds of real time at most.
-    bool eventually(const std::function<bool()>& holds)
-    {
-        const auto limit = std::chrono::steady_clock::now() + 5s;
-        while (!holds()) {
-            if (std::chrono::steady_clock::now() > limit)
-                return false;
-            loop.runUntilIdle();
-            poll(nullptr, 0, 1);
-        }
-        return true;
-    }
+    bool eventually(const std::function<bool()>& holds) { return quenstal::eventually(loop, holds); }
 
     /// The server may not have noticed yet that the client of the test before is gone.
     bool startCapture(X11KeyCapture& capture)

@@ -3,6 +3,7 @@
 #include "QuenstalLinux/Session/LogindWake.hpp"
 #include "QuenstalLinux/Session/SingleInstance.hpp"
 #include "QuenstalSimulation/SimulatedRunLoop.hpp"
+#include "Support/Eventually.hpp"
 #include "Support/PrivateXServer.hpp"
 
 #include <chrono>
@@ -70,17 +71,7 @@ struct SessionBusTest : testing::Test {
             GTEST_SKIP() << "dbus-daemon is not installed";
     }
 
-    bool eventually(const std::function<bool()>& holds)
-    {
-        const auto limit = std::chrono::steady_clock::now() + 5s;
-        while (!holds()) {
-            if (std::chrono::steady_clock::now() > limit)
-                return false;
-            loop.runUntilIdle();
-            poll(nullptr, 0, 1);
-        }
-        return true;
-    }
+    bool eventually(const std::function<bool()>& holds) { return quenstal::eventually(loop, holds); }
     /// Everything sent on the connection before this has reached the bus, and its answers are here.
     static void roundTrip(BusConnection& connection)
     {

@@ -1,0 +1,86 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <umockdev.h>
+
+namespace quenstal {
+
+/// A keyboard and a uinput whose requests the test answers in place of the kernel; a journal of what was written to
+/// both. Needs a program that was started by umockdev.
+class EmulatedKeyboard {
+public:
+    static constexpr const char* node = "/dev/input/event5";
+
+    struct Event {
+        std::uint16_t type;
+        std::uint16_t code;
+        std::int32_t value;
+    };
+
+    /// Whether umockdev started this program.
+    static bool isPossible();
+
+    EmulatedKeyboard();
+    ~EmulatedKeyboard();
+    EmulatedKeyboard(const EmulatedKeyboard&) = delete;
+    EmulatedKeyboard& operator=(const EmulatedKeyboard&) = delete;
+
+    void holdKey(bool isHeld) { isHeld_ = isHeld; }
+    void refuseGrab(bool isRefused) { grabIsRefused_ = isRefused; }
+    /// Whoever writes to the clone waits until `endStall`.
+    void stallWriters() { stallsWriters_ = true; }
+    void endStall();
+    /// Once a key has reached the clone, nothing can be asked of the device any more.
+    void pullOutAfterAKey() { pullsOut_ = true; }
+    /// The kernel's announcement of the same.
+    void announceRemoval();
+
+    /// Keys and their values as the kernel tells them, a frame each.
+    void type(const std::vector<std::pair<std::uint16_t, std::int32_t>>& keys);
+    /// Any events, a frame each.
+    void tell(const std::vector<Event>& events);
+    /// The system sets one of the clone's lights.
+    void setLight(std::uint16_t light, bool isOn);
+
+    bool isGrabbed() const { return isGrabbed_; }
+    /// Times that it was grabbed.
+    int grabs() const { return grabs_; }
+    int clones() const { return clones_; }
+    /// Types, codes and values that reached the clone, without the reports.
+    std::vector<std::string> passed();
+    /// The same of what was written to the keyboard itself.
+    std::vector<std::string> lights();
+
+private:
+    static gboolean answerKeyboard(UMockdevIoctlBase* base, UMockdevIoctlClient* client, gpointer self);
+    static gboolean answerUinput(UMockdevIoctlBase* base, UMockdevIoctlClient* client, gpointer self);
+    static gboolean takeWriteToClone(UMockdevIoctlBase* base, UMockdevIoctlClient* client, gpointer self);
+    static gboolean takeWriteToKeyboard(UMockdevIoctlBase* base, UMockdevIoctlClient* client, gpointer self);
+    void send(const char* device, const Event& event);
+    void answerGrab(UMockdevIoctlClient* client);
+    void note(UMockdevIoctlClient* client, std::vector<std::string>& journal);
+
+    UMockdevTestbed* testbed_;
+    UMockdevIoctlBase* keyboard_;
+    UMockdevIoctlBase* uinput_;
+    std::atomic<bool> isHeld_ = false;
+    std::atomic<bool> grabIsRefused_ = false;
+    std::atomic<bool> isGrabbed_ = false;
+    std::atomic<int> grabs_ = 0;
+    std::atomic<bool> stallsWriters_ = false;
+    std::atomic<bool> pullsOut_ = false;
+    std::atomic<bool> isPulledOut_ = false;
+    std::atomic<int> clones_ = 0;
+    std::mutex mutex_; // guards the journals and stalledWriters_
+    std::vector<std::string> passed_;
+    std::vector<std::string> lights_;
+    std::vector<UMockdevIoctlClient*> stalledWriters_;
+};
+
+} // namespace quenstal
