@@ -41,6 +41,7 @@ ROOMS = {
     "QuenstalDDC": Room("QuenstalPlatform", foreign=VECTORS),
     "QuenstalApp": Room("QuenstalCore", "QuenstalDDC", "QuenstalPlatform"),
     "QuenstalLinux": Room("QuenstalPlatform", foreign=SYSTEM),
+    "QuenstalKeyService": Room("QuenstalLinux", "QuenstalPlatform", foreign=SYSTEM),
     "QuenstalQt": Room("QuenstalApp", "QuenstalCore", "QuenstalPlatform", foreign=QT),
     "QuenstalSimulation": Room("QuenstalPlatform", foreign=WAITING),
 }

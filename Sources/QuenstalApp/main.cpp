@@ -7,6 +7,7 @@
 #include "QuenstalLinux/Keys/EvdevKeyCapture.hpp"
 #include "QuenstalLinux/Keys/LinuxEventTaps.hpp"
 #include "QuenstalLinux/Keys/LinuxTrust.hpp"
+#include "QuenstalLinux/Keys/ServiceKeyCapture.hpp"
 #include "QuenstalLinux/Keys/X11KeyCapture.hpp"
 #include "QuenstalLinux/Session/BusConnection.hpp"
 #include "QuenstalLinux/Session/FilePreferences.hpp"
@@ -21,6 +22,7 @@
 #include <cstdlib>
 #include <exception>
 #include <memory>
+#include <string>
 #include <vector>
 
 namespace quenstal {
@@ -33,6 +35,12 @@ bool isWaylandSession()
     return display && *display;
 }
 
+std::string currentSeat()
+{
+    const char* seat = std::getenv("XDG_SEAT");
+    return seat && *seat ? seat : firstSeat;
+}
+
 /// The machine's parts, in the order in which they build on one another.
 class LinuxMachine {
 public:
@@ -43,7 +51,8 @@ public:
         , wake_(runLoop, systemBus_, sessionBus)
         , preferences_(FilePreferences::defaultPath())
         , x11Keys_(isWaylandSession() ? nullptr : std::make_unique<X11KeyCapture>(runLoop))
-        , evdevKeys_(runLoop)
+        , serviceKeys_(runLoop, systemBus_)
+        , evdevKeys_(runLoop, currentSeat())
         , windowSystem_(connectToX11(runLoop))
         , desktop_(windowSystem_.get())
         , eventTaps_(runLoop, waysOfCapture())
@@ -65,12 +74,13 @@ public:
     }
 
 private:
-    /// The better way first: the X server gives the keys without any right to read the keyboard.
+    /// The better way first: the X server gives the keys without anyone reading the keyboard; the key service reads it
+    /// in this program's place.
     std::vector<KeyCapture*> waysOfCapture()
     {
         if (x11Keys_)
-            return {x11Keys_.get(), &evdevKeys_};
-        return {&evdevKeys_};
+            return {x11Keys_.get(), &serviceKeys_, &evdevKeys_};
+        return {&serviceKeys_, &evdevKeys_};
     }
 
     // First: it begins to look for monitors at once, and asks for the current one only on later turns.
@@ -80,6 +90,7 @@ private:
     LogindWake wake_;
     FilePreferences preferences_;
     std::unique_ptr<X11KeyCapture> x11Keys_;
+    ServiceKeyCapture serviceKeys_;
     EvdevKeyCapture evdevKeys_;
     std::unique_ptr<WindowSystem> windowSystem_;
     QtDesktop desktop_;

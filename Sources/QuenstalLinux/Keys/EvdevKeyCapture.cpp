@@ -10,14 +10,15 @@ struct EvdevKeyCapture::Session {
     EvdevKeyCapture& capture;
 };
 
-EvdevKeyCapture::EvdevKeyCapture(RunLoop& runLoop)
+EvdevKeyCapture::EvdevKeyCapture(RunLoop& runLoop, std::string seat)
     : runLoop_(runLoop)
+    , seat_(std::move(seat))
     , changes_(runLoop)
     , udev_(udev_new())
 {
     if (!udev_)
         return;
-    nodes_ = findVolumeKeyNodes(*udev_);
+    nodes_ = findVolumeKeyNodes(*udev_, seat_);
     watchHotplug();
 }
 
@@ -43,7 +44,7 @@ void EvdevKeyCapture::watchHotplug()
 
 void EvdevKeyCapture::nodesMayHaveChanged()
 {
-    const std::vector<InputNode> nodes = findVolumeKeyNodes(*udev_);
+    const std::vector<InputNode> nodes = findVolumeKeyNodes(*udev_, seat_);
     if (nodes == nodes_)
         return;
     nodes_ = nodes;
@@ -69,19 +70,36 @@ bool EvdevKeyCapture::isPausing() const
     return busySince_ && runLoop_.steadyNow() - *busySince_ < busyPause;
 }
 
+EvdevKeyCapture::Obstacle EvdevKeyCapture::obstacleKind() const
+{
+    if (listener_)
+        return Obstacle::none;
+    if (nodes_.empty())
+        return Obstacle::noKeyboard;
+    if (isPausing())
+        return Obstacle::takenByOther;
+    if (access(uinputNode, W_OK) != 0 || accessibleNodes().empty())
+        return Obstacle::noAccess;
+    return Obstacle::none;
+}
+
 bool EvdevKeyCapture::isPossible()
 {
-    return listener_ || (!isPausing() && access(uinputNode, W_OK) == 0 && !accessibleNodes().empty());
+    return obstacleKind() == Obstacle::none;
 }
 
 std::string EvdevKeyCapture::obstacle()
 {
-    if (isPossible())
+    switch (obstacleKind()) {
+    case Obstacle::none:
         return {};
-    if (nodes_.empty())
+    case Obstacle::noKeyboard:
         return "No keyboard with volume keys is connected.";
-    if (isPausing())
+    case Obstacle::takenByOther:
         return "Another program has taken the keyboard over. Quenstal tries again when it has ended.";
+    case Obstacle::noAccess:
+        break;
+    }
     return "Quenstal may not use the keyboard. Install Quenstal's package, which allows the user at the screen to use "
            "the volume keys, then plug the keyboard in again or log in anew. Do not join the group \"input\": every "
            "program could then read everything you type.";

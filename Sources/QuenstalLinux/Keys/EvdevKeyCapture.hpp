@@ -21,12 +21,16 @@ public:
     /// After another program was found to hold the keyboards they are left alone for this long.
     static constexpr auto busyPause = std::chrono::seconds(30);
 
-    /// The run loop outlives this.
-    explicit EvdevKeyCapture(RunLoop& runLoop);
+    enum class Obstacle { none, noKeyboard, takenByOther, noAccess };
+
+    /// The run loop outlives this. Keyboards of another seat are not looked at.
+    explicit EvdevKeyCapture(RunLoop& runLoop, std::string seat = firstSeat);
     ~EvdevKeyCapture() override;
 
     bool isPossible() override;
     std::string obstacle() override;
+    /// The same as a kind. Cheap.
+    Obstacle obstacleKind() const;
     bool start(KeyCaptureListener& listener) override;
     void stop() override;
     [[nodiscard]] Cancellation onMayHaveChanged(RunLoop::Task task) override { return changes_.add(std::move(task)); }
@@ -43,6 +47,7 @@ private:
     void lost(KeyGrabber::Loss loss);
 
     RunLoop& runLoop_;
+    std::string seat_;
     Notifier<> changes_;
     std::unique_ptr<udev, ReleaseUdev> udev_;
     std::unique_ptr<udev_monitor, ReleaseUdev> monitor_;

@@ -39,6 +39,12 @@ bool isOwnClone(udev_device& input)
     return name && std::string_view(name).starts_with(cloneNamePrefix);
 }
 
+std::string_view seatOf(udev_device& node)
+{
+    const char* seat = udev_device_get_property_value(&node, "ID_SEAT");
+    return seat ? seat : firstSeat;
+}
+
 } // namespace
 
 bool hasVolumeKeys(std::string_view keyBitmap)
@@ -51,7 +57,7 @@ bool hasVolumeKeys(std::string_view keyBitmap)
     });
 }
 
-std::vector<InputNode> findVolumeKeyNodes(udev& context)
+std::vector<InputNode> findVolumeKeyNodes(udev& context, std::string_view seat)
 {
     std::vector<InputNode> nodes;
     const std::unique_ptr<udev_enumerate, ReleaseUdev> enumeration(udev_enumerate_new(&context));
@@ -64,7 +70,7 @@ std::vector<InputNode> findVolumeKeyNodes(udev& context)
         const char* path = device ? udev_device_get_devnode(device.get()) : nullptr;
         udev_device* input
             = device ? udev_device_get_parent_with_subsystem_devtype(device.get(), "input", nullptr) : nullptr;
-        if (!path || !input || !isEventNode(path) || isOwnClone(*input))
+        if (!path || !input || !isEventNode(path) || isOwnClone(*input) || seatOf(*device) != seat)
             continue;
         const char* keys = udev_device_get_sysattr_value(input, "capabilities/key");
         if (keys && hasVolumeKeys(keys))

@@ -12,6 +12,9 @@ namespace quenstal {
 /// The clones of this program are called so: they are not keyboards to be captured again.
 inline constexpr const char* cloneNamePrefix = "Quenstal ";
 
+/// Where keyboards are that nobody has assigned to another seat.
+inline constexpr const char* firstSeat = "seat0";
+
 struct ReleaseUdev {
     void operator()(udev* context) const { udev_unref(context); }
     void operator()(udev_monitor* monitor) const { udev_monitor_unref(monitor); }
@@ -31,7 +34,7 @@ struct InputNode {
 /// Whether a kernel bitmap of keys, as sysfs prints it, has all three volume keys.
 bool hasVolumeKeys(std::string_view keyBitmap);
 
-/// The nodes of all keyboards with volume keys, sorted by path.
-std::vector<InputNode> findVolumeKeyNodes(udev& context);
+/// The nodes of all keyboards with volume keys at that seat, sorted by path.
+std::vector<InputNode> findVolumeKeyNodes(udev& context, std::string_view seat);
 
 } // namespace quenstal

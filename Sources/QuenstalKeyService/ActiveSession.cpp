@@ -1,0 +1,172 @@
+#include "QuenstalKeyService/ActiveSession.hpp"
+
+#include <cstdint>
+#include <cstdlib>
+#include <string_view>
+#include <utility>
+
+namespace quenstal {
+
+namespace {
+
+constexpr const char* logind = "org.freedesktop.login1";
+constexpr const char* seatPath = "/org/freedesktop/login1/seat/seat0";
+constexpr const char* seatInterface = "org.freedesktop.login1.Seat";
+constexpr const char* sessionInterface = "org.freedesktop.login1.Session";
+constexpr const char* propertiesInterface = "org.freedesktop.DBus.Properties";
+
+/// Calls `read` with the name of each property of an `a{sv}`; it reads the value, or not, and tells whether it did.
+template <typename Read>
+void forEachProperty(sd_bus_message* message, Read read)
+{
+    if (sd_bus_message_enter_container(message, SD_BUS_TYPE_ARRAY, "{sv}") <= 0)
+        return;
+    while (sd_bus_message_enter_container(message, SD_BUS_TYPE_DICT_ENTRY, "sv") > 0) {
+        const char* name = nullptr;
+        if (sd_bus_message_read_basic(message, SD_BUS_TYPE_STRING, &name) <= 0)
+            return;
+        if (!read(std::string_view(name)))
+            sd_bus_message_skip(message, "v");
+        sd_bus_message_exit_container(message);
+    }
+    sd_bus_message_exit_container(message);
+}
+
+/// Whether a seat's news is about who is at it.
+bool isAboutActiveSession(sd_bus_message* message)
+{
+    const char* interface = nullptr;
+    if (sd_bus_message_read_basic(message, SD_BUS_TYPE_STRING, &interface) <= 0
+        || interface != std::string_view(seatInterface))
+        return false;
+    bool isAbout = false;
+    forEachProperty(message, [&](std::string_view name) {
+        isAbout |= name == "ActiveSession";
+        return false;
+    });
+    char** invalidated = nullptr;
+    if (sd_bus_message_read_strv(message, &invalidated) < 0)
+        return isAbout;
+    for (char** name = invalidated; name && *name; ++name) {
+        isAbout |= *name == std::string_view("ActiveSession");
+        std::free(*name);
+    }
+    std::free(invalidated);
+    return isAbout;
+}
+
+/// What decides whose session it is.
+struct SessionProperties {
+    std::optional<uid_t> user;
+    bool isRemote = true;
+    std::string kind;
+    std::string seat;
+};
+
+SessionProperties readSession(sd_bus_message* message)
+{
+    SessionProperties session;
+    forEachProperty(message, [&](std::string_view name) {
+        if (name == "User") {
+            std::uint32_t user = 0;
+            if (sd_bus_message_read(message, "v", "(uo)", &user, nullptr) > 0)
+                session.user = user;
+            return true;
+        }
+        if (name == "Remote") {
+            int isRemote = 1;
+            if (sd_bus_message_read(message, "v", "b", &isRemote) > 0)
+                session.isRemote = isRemote != 0;
+            return true;
+        }
+        if (name == "Class") {
+            const char* kind = nullptr;
+            if (sd_bus_message_read(message, "v", "s", &kind) > 0)
+                session.kind = kind;
+            return true;
+        }
+        if (name == "Seat") {
+            const char* seat = nullptr;
+            if (sd_bus_message_read(message, "v", "(so)", &seat, nullptr) > 0)
+                session.seat = seat;
+            return true;
+        }
+        return false;
+    });
+    return session;
+}
+
+} // namespace
+
+ActiveSession::ActiveSession(BusConnection& systemBus, std::function<void()> changed)
+    : systemBus_(systemBus)
+    , changed_(std::move(changed))
+{
+    sd_bus_slot* slot = nullptr;
+    sd_bus_match_signal_async(
+        systemBus.get(), &slot, logind, seatPath, propertiesInterface, "PropertiesChanged", seatChanged, nullptr, this);
+    changes_.reset(slot);
+    askForSeat();
+}
+
+void ActiveSession::askForSeat()
+{
+    sd_bus_slot* slot = nullptr;
+    sd_bus_call_method_async(systemBus_.get(), &slot, logind, seatPath, propertiesInterface, "Get", seatAnswered, this,
+        "ss", seatInterface, "ActiveSession");
+    question_.reset(slot);
+}
+
+void ActiveSession::askForSession(const std::string& path)
+{
+    sd_bus_slot* slot = nullptr;
+    sd_bus_call_method_async(systemBus_.get(), &slot, logind, path.c_str(), propertiesInterface, "GetAll",
+        sessionAnswered, this, "s", sessionInterface);
+    question_.reset(slot);
+}
+
+void ActiveSession::set(std::optional<Session> session)
+{
+    current_ = std::move(session);
+    changed_();
+}
+
+int ActiveSession::seatChanged(sd_bus_message* message, void* userData, sd_bus_error*)
+{
+    auto& self = *static_cast<ActiveSession*>(userData);
+    if (!isAboutActiveSession(message))
+        return 0;
+    self.set(std::nullopt);
+    self.askForSeat();
+    return 0;
+}
+
+int ActiveSession::seatAnswered(sd_bus_message* message, void* userData, sd_bus_error*)
+{
+    auto& self = *static_cast<ActiveSession*>(userData);
+    const char* id = nullptr;
+    const char* path = nullptr;
+    if (sd_bus_message_is_method_error(message, nullptr) > 0
+        || sd_bus_message_read(message, "v", "(so)", &id, &path) <= 0 || !*id) {
+        self.set(std::nullopt);
+        return 0;
+    }
+    self.askedId_ = id;
+    self.askForSession(path);
+    return 0;
+}
+
+int ActiveSession::sessionAnswered(sd_bus_message* message, void* userData, sd_bus_error*)
+{
+    auto& self = *static_cast<ActiveSession*>(userData);
+    std::optional<Session> session;
+    if (sd_bus_message_is_method_error(message, nullptr) <= 0) {
+        const SessionProperties properties = readSession(message);
+        if (properties.user && !properties.isRemote && properties.kind == "user" && properties.seat == seat)
+            session = Session{self.askedId_, *properties.user};
+    }
+    self.set(std::move(session));
+    return 0;
+}
+
+} // namespace quenstal

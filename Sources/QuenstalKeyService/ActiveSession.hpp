@@ -1,0 +1,50 @@
+#pragma once
+
+#include "QuenstalKeyService/BusHandles.hpp"
+#include "QuenstalLinux/Session/BusConnection.hpp"
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include <sys/types.h>
+
+namespace quenstal {
+
+/// Which user's session is at the first seat's screen and keyboard, as logind tells. While that is not certain there
+/// is none: greeters, remote sessions and the moments of a switch are nobody's. Main thread.
+class ActiveSession {
+public:
+    struct Session {
+        std::string id;
+        uid_t user = 0;
+
+        bool operator==(const Session&) const = default;
+    };
+    static constexpr const char* seat = "seat0";
+
+    /// The handler hears of every change, at once, and of the first answer also when there is no session. The bus
+    /// outlives this.
+    ActiveSession(BusConnection& systemBus, std::function<void()> changed);
+
+    const std::optional<Session>& current() const { return current_; }
+
+private:
+    static int seatChanged(sd_bus_message* message, void* userData, sd_bus_error* error);
+    static int seatAnswered(sd_bus_message* message, void* userData, sd_bus_error* error);
+    static int sessionAnswered(sd_bus_message* message, void* userData, sd_bus_error* error);
+
+    void askForSeat();
+    void askForSession(const std::string& path);
+    void set(std::optional<Session> session);
+
+    BusConnection& systemBus_;
+    std::function<void()> changed_;
+    std::optional<Session> current_;
+    /// The session being asked about.
+    std::string askedId_;
+    BusSlot changes_;
+    BusSlot question_;
+};
+
+} // namespace quenstal

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "QuenstalKeyService/BusHandles.hpp"
+#include "QuenstalLinux/Session/BusConnection.hpp"
+
+#include <functional>
+#include <string>
+
+namespace quenstal {
+
+/// One question to polkit: whether a program may have the volume keys. Taken back when it is destroyed. Main thread.
+class AuthorizationQuestion {
+public:
+    using Verdict = std::function<void(bool isAuthorized)>;
+
+    /// About the program that has this unique name on the bus. The verdict comes on a later turn; without an answer
+    /// from polkit it is no.
+    AuthorizationQuestion(BusConnection& systemBus, const std::string& client, Verdict verdict);
+    AuthorizationQuestion(const AuthorizationQuestion&) = delete;
+    AuthorizationQuestion& operator=(const AuthorizationQuestion&) = delete;
+
+private:
+    static int answered(sd_bus_message* message, void* userData, sd_bus_error* error);
+
+    Verdict verdict_;
+    BusSlot call_;
+};
+
+} // namespace quenstal

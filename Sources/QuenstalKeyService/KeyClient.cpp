@@ -1,0 +1,74 @@
+#include "QuenstalKeyService/KeyClient.hpp"
+
+#include <utility>
+
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+
+namespace quenstal {
+
+KeyClient::KeyClient(RunLoop& runLoop, sd_bus_message* request, FileDescriptor socket, Gone gone)
+    : runLoop_(runLoop)
+    , name_(sd_bus_message_get_sender(request))
+    , socket_(std::move(socket))
+    , gone_(std::move(gone))
+    // Readable means closed, or written to: neither is for a client to do and stay.
+    , socketWatch_(runLoop.watchReadable(socket_.get(), [this] { leave("closed its socket"); }))
+{
+    // A copy of the client's end may be left in a process that was forked meanwhile: its name tells for certain.
+    sd_bus_track* track = nullptr;
+    sd_bus_track_new(sd_bus_message_get_bus(request), &track, nameVanished, this);
+    track_.reset(track);
+    if (sd_bus_track_add_sender(track, request) < 0)
+        leave("left the bus");
+}
+
+KeyClient::~KeyClient()
+{
+    // Closing alone would not do while a forked process holds a copy.
+    shutdown(socket_.get(), SHUT_RDWR);
+}
+
+void KeyClient::send(const VolumeKeyPress& press)
+{
+    if (!hasUnread())
+        unreadSince_ = runLoop_.steadyNow();
+    const VolumeKeyPacket packet = packetOf(press);
+    ::send(socket_.get(), packet.data(), packet.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+    if (!unreadCheck_)
+        unreadCheck_ = runLoop_.after(patience, [this] { lookForUnread(); });
+}
+
+bool KeyClient::hasUnread() const
+{
+    int bytes = 0;
+    return ioctl(socket_.get(), SIOCOUTQ, &bytes) == 0 && bytes > 0;
+}
+
+void KeyClient::lookForUnread()
+{
+    unreadCheck_.reset();
+    if (!hasUnread())
+        return;
+    const auto unreadFor = runLoop_.steadyNow() - *unreadSince_;
+    if (unreadFor >= patience)
+        leave("stopped answering");
+    else
+        unreadCheck_ = runLoop_.after(patience - unreadFor, [this] { lookForUnread(); });
+}
+
+int KeyClient::nameVanished(sd_bus_track*, void* userData)
+{
+    static_cast<KeyClient*>(userData)->leave("left the bus");
+    return 0;
+}
+
+void KeyClient::leave(const char* reason)
+{
+    socketWatch_.reset();
+    if (!leaving_)
+        leaving_ = runLoop_.after(RunLoop::Duration::zero(), [gone = gone_, reason] { gone(reason); });
+}
+
+} // namespace quenstal

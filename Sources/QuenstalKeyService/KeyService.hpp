@@ -1,0 +1,93 @@
+#pragma once
+
+#include "QuenstalKeyService/ActiveSession.hpp"
+#include "QuenstalKeyService/AuthorizationQuestion.hpp"
+#include "QuenstalKeyService/BusHandles.hpp"
+#include "QuenstalKeyService/KeyClient.hpp"
+#include "QuenstalLinux/Keys/EvdevKeyCapture.hpp"
+#include "QuenstalLinux/Keys/KeyServiceProtocol.hpp"
+#include "QuenstalLinux/Session/BusConnection.hpp"
+#include "QuenstalPlatform/RunLoop.hpp"
+
+#include <functional>
+#include <list>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace quenstal {
+
+/// Hands the volume keys of the seat's keyboards to one program of the session that is at the seat, and to nobody
+/// else. The keyboards are taken over only while there is such a program; a switch to another session frees them at
+/// once and the way back takes them again. Main thread.
+class KeyService final : private KeyCaptureListener {
+public:
+    /// Calls that may wait for polkit at one time.
+    static constexpr std::size_t mostRequests = 8;
+    /// For how long nobody must want the keys before the service ends.
+    static constexpr auto idleTime = std::chrono::seconds(30);
+    /// After keyboards were lost without a reason that lasts.
+    static constexpr auto retryPause = std::chrono::seconds(1);
+
+    struct Handlers {
+        /// The seat is known; calls may come from now on. Told once.
+        std::function<void()> ready;
+        /// Nobody wanted the keys for `idleTime`.
+        std::function<void()> idle;
+        /// One line for the system's log.
+        std::function<void(const std::string&)> note;
+    };
+
+    /// Everything outlives this.
+    KeyService(RunLoop& runLoop, BusConnection& systemBus, EvdevKeyCapture& keyboards, Handlers handlers);
+    ~KeyService();
+    KeyService(const KeyService&) = delete;
+    KeyService& operator=(const KeyService&) = delete;
+
+    bool isIdle() const { return clients_.empty() && requests_.empty(); }
+
+private:
+    /// A call of `Capture` that waits for polkit.
+    struct Request {
+        BusMessage call;
+        ActiveSession::Session session;
+        std::unique_ptr<AuthorizationQuestion> question;
+    };
+    using Requests = std::list<Request>;
+    using SessionID = std::string;
+
+    static int captureCalled(sd_bus_message* message, void* userData, sd_bus_error* error);
+
+    std::optional<KeyServiceRefusal> obstacleFor(sd_bus_message* call) const;
+    std::optional<KeyServiceRefusal> obstacleIn(const ActiveSession::Session& session) const;
+    void ask(sd_bus_message* call);
+    void decide(Requests::iterator request, bool isAuthorized);
+    void give(sd_bus_message* call, const ActiveSession::Session& session);
+    void drop(const SessionID& session, const char* reason);
+
+    KeyClient* activeClient() const;
+    /// Takes the keyboards over or frees them, as the session at the seat asks for.
+    void apply();
+    void tendIdleTimer();
+    void sessionChanged();
+
+    void volumeKeyDown(std::int64_t button, bool isRepeat) override;
+    void captureLost() override;
+
+    RunLoop& runLoop_;
+    BusConnection& systemBus_;
+    EvdevKeyCapture& keyboards_;
+    Handlers handlers_;
+    bool isReady_ = false;
+    bool isCapturing_ = false;
+    std::map<SessionID, std::unique_ptr<KeyClient>> clients_;
+    Requests requests_;
+    Cancellation idleTimer_;
+    Cancellation retry_;
+    Cancellation keyboardWatch_;
+    BusSlot object_;
+    ActiveSession activeSession_;
+};
+
+} // namespace quenstal

@@ -1,0 +1,238 @@
+#include "QuenstalLinux/Keys/ServiceKeyCapture.hpp"
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+
+#include <fcntl.h>
+#include <span>
+#include <sys/socket.h>
+
+namespace quenstal {
+
+namespace {
+
+constexpr const char* bus = "org.freedesktop.DBus";
+constexpr const char* busPath = "/org/freedesktop/DBus";
+
+std::uint64_t microseconds(std::chrono::microseconds duration)
+{
+    return static_cast<std::uint64_t>(duration.count());
+}
+
+/// Whether a list of names, as the bus answers it, has the service.
+bool namesService(sd_bus_message* message)
+{
+    char** names = nullptr;
+    if (sd_bus_message_read_strv(message, &names) < 0)
+        return false;
+    bool isThere = false;
+    for (char** name = names; name && *name; ++name) {
+        isThere |= *name == std::string_view(KeyServiceProtocol::busName);
+        std::free(*name);
+    }
+    std::free(names);
+    return isThere;
+}
+
+} // namespace
+
+ServiceKeyCapture::ServiceKeyCapture(RunLoop& runLoop, BusConnection& systemBus)
+    : runLoop_(runLoop)
+    , systemBus_(systemBus)
+    , changes_(runLoop)
+{
+    if (!systemBus)
+        return;
+    sd_bus_slot* slot = nullptr;
+    sd_bus_match_signal_async(
+        systemBus.get(), &slot, bus, busPath, bus, "ActivatableServicesChanged", servicesChanged, nullptr, this);
+    serviceChanges_.reset(slot);
+    slot = nullptr;
+    const std::string ownerMatch = "type='signal',sender='org.freedesktop.DBus',member='NameOwnerChanged',arg0='"
+        + std::string(KeyServiceProtocol::busName) + "'";
+    sd_bus_add_match_async(systemBus.get(), &slot, ownerMatch.c_str(), ownerChanged, nullptr, this);
+    ownerChanges_.reset(slot);
+    askWhetherInstalled();
+}
+
+ServiceKeyCapture::~ServiceKeyCapture()
+{
+    stop();
+}
+
+/// Waits, so that the first choice between the ways of capture is the right one.
+void ServiceKeyCapture::askWhetherInstalled()
+{
+    sd_bus_message* question = nullptr;
+    sd_bus_message* answer = nullptr;
+    if (sd_bus_message_new_method_call(systemBus_.get(), &question, bus, busPath, bus, "ListActivatableNames") >= 0
+        && sd_bus_call(systemBus_.get(), question, microseconds(longestQuestion), nullptr, &answer) >= 0)
+        isInstalled_ = namesService(answer);
+    sd_bus_message_unref(question);
+    sd_bus_message_unref(answer);
+}
+
+void ServiceKeyCapture::setInstalled(bool isInstalled)
+{
+    isInstalled_ = isInstalled;
+    refusalEnd_.reset();
+    changes_.notify();
+}
+
+int ServiceKeyCapture::servicesChanged(sd_bus_message*, void* userData, sd_bus_error*)
+{
+    auto& self = *static_cast<ServiceKeyCapture*>(userData);
+    sd_bus_slot* slot = nullptr;
+    sd_bus_call_method_async(
+        self.systemBus_.get(), &slot, bus, busPath, bus, "ListActivatableNames", servicesListed, userData, "");
+    self.question_.reset(slot);
+    return 0;
+}
+
+int ServiceKeyCapture::servicesListed(sd_bus_message* message, void* userData, sd_bus_error*)
+{
+    if (sd_bus_message_is_method_error(message, nullptr) <= 0)
+        static_cast<ServiceKeyCapture*>(userData)->setInstalled(namesService(message));
+    return 0;
+}
+
+int ServiceKeyCapture::ownerChanged(sd_bus_message* message, void* userData, sd_bus_error*)
+{
+    const char* name = nullptr;
+    const char* oldOwner = nullptr;
+    const char* newOwner = nullptr;
+    // One that runs counts as installed, however it was started. One that ended can be started again.
+    if (sd_bus_message_read(message, "sss", &name, &oldOwner, &newOwner) > 0 && *newOwner)
+        static_cast<ServiceKeyCapture*>(userData)->setInstalled(true);
+    return 0;
+}
+
+bool ServiceKeyCapture::isPossible()
+{
+    return listener_ || (isInstalled_ && systemBus_ && !refusalEnd_);
+}
+
+std::string ServiceKeyCapture::obstacle()
+{
+    if (isPossible())
+        return {};
+    if (!isInstalled_ || !systemBus_)
+        return "Quenstal's key service is not installed. Install Quenstal's package: its service reads the keyboard in "
+               "your place and hands the three volume keys, and nothing else you type, to the session at the screen. "
+               "Do not join the group \"input\": every program could then read everything you type.";
+    if (!refusal_)
+        return "Quenstal's key service does not answer. \"systemctl status quenstal-keyd\" says why. Quenstal tries "
+               "again in half a minute.";
+    switch (*refusal_) {
+    case KeyServiceRefusal::notActive:
+        return "The volume keys belong to the session at the screen, and this is not it. Quenstal takes them when you "
+               "are back.";
+    case KeyServiceRefusal::notAuthorized:
+        return "This computer's administrator does not allow this session to use the volume keys. Ask for the action "
+               "\"app.quenstal.capture-volume-keys\" to be allowed in polkit.";
+    case KeyServiceRefusal::inUse:
+        return "Another program of this session already has the volume keys. Quit it; Quenstal tries again in half a "
+               "minute.";
+    case KeyServiceRefusal::takenByOther:
+        return "Another program has taken the keyboard over. Quenstal tries again when it has ended.";
+    case KeyServiceRefusal::noAccess:
+        return "Quenstal's key service may not use the keyboard. Install Quenstal's package again, or restart the "
+               "computer if you have just installed it.";
+    case KeyServiceRefusal::tooMany:
+        break;
+    }
+    return "Quenstal's key service is busy. Quenstal tries again in half a minute.";
+}
+
+bool ServiceKeyCapture::start(KeyCaptureListener& listener)
+{
+    if (!isPossible())
+        return false;
+    sd_bus_message* call = nullptr;
+    sd_bus_slot* slot = nullptr;
+    const bool isAsked
+        = sd_bus_message_new_method_call(systemBus_.get(), &call, KeyServiceProtocol::busName,
+              KeyServiceProtocol::objectPath, KeyServiceProtocol::interface, KeyServiceProtocol::captureMember)
+            >= 0
+        && sd_bus_call_async(systemBus_.get(), &slot, call, captureAnswered, this, microseconds(longestCall)) >= 0;
+    sd_bus_message_unref(call);
+    call_.reset(slot);
+    if (isAsked)
+        listener_ = &listener;
+    return isAsked;
+}
+
+int ServiceKeyCapture::captureAnswered(sd_bus_message* message, void* userData, sd_bus_error*)
+{
+    auto& self = *static_cast<ServiceKeyCapture*>(userData);
+    int socket = -1;
+    if (const sd_bus_error* error = sd_bus_message_get_error(message))
+        self.refuse(error->name);
+    else if (sd_bus_message_read_basic(message, SD_BUS_TYPE_UNIX_FD, &socket) <= 0)
+        self.refuse({});
+    else
+        self.take(FileDescriptor(fcntl(socket, F_DUPFD_CLOEXEC, 3)));
+    return 0;
+}
+
+void ServiceKeyCapture::take(FileDescriptor socket)
+{
+    if (!socket) {
+        refuse({});
+        return;
+    }
+    socket_ = std::move(socket);
+    socketWatch_ = runLoop_.watchReadable(socket_.get(), [this] { readPresses(); });
+}
+
+void ServiceKeyCapture::refuse(std::string_view errorName)
+{
+    refusal_ = refusalFrom(errorName);
+    refusalEnd_ = runLoop_.after(refusalPause, [this] {
+        refusalEnd_.reset();
+        // What the administrator forbids is not asked for again and again.
+        if (refusal_ != KeyServiceRefusal::notAuthorized)
+            changes_.notify();
+    });
+    lose();
+}
+
+void ServiceKeyCapture::readPresses()
+{
+    // One more than a packet has, so that a longer one is seen to be longer.
+    std::array<std::uint8_t, VolumeKeyPacket{}.size() + 1> buffer{};
+    while (socketWatch_) {
+        const ssize_t size = recv(socket_.get(), buffer.data(), buffer.size(), MSG_DONTWAIT);
+        if (size < 0 && (errno == EAGAIN || errno == EINTR))
+            return;
+        const auto press = pressFrom(std::span(buffer).first(size > 0 ? static_cast<std::size_t>(size) : 0));
+        // Closed, or no key service at all.
+        if (!press) {
+            lose();
+            return;
+        }
+        listener_->volumeKeyDown(press->button, press->isRepeat);
+    }
+}
+
+void ServiceKeyCapture::lose()
+{
+    KeyCaptureListener* const listener = listener_;
+    stop();
+    changes_.notify();
+    listener->captureLost();
+}
+
+void ServiceKeyCapture::stop()
+{
+    listener_ = nullptr;
+    call_.reset();
+    socketWatch_.reset();
+    // A forked process may hold a copy, which would keep the keys.
+    if (socket_)
+        shutdown(socket_.get(), SHUT_RDWR);
+    socket_ = FileDescriptor();
+}
+
+} // namespace quenstal

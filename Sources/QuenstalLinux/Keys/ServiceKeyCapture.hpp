@@ -1,0 +1,75 @@
+#pragma once
+
+#include "QuenstalLinux/FileDescriptor.hpp"
+#include "QuenstalLinux/Keys/KeyCapture.hpp"
+#include "QuenstalLinux/Keys/KeyServiceProtocol.hpp"
+#include "QuenstalLinux/Session/BusConnection.hpp"
+#include "QuenstalPlatform/Notifier.hpp"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace quenstal {
+
+/// Volume keys from the key service, which alone opens keyboards and hands out nothing but these keys. Needs no right
+/// but that of the session at the screen.
+class ServiceKeyCapture final : public KeyCapture {
+public:
+    /// After a refusal the service is left alone for this long.
+    static constexpr auto refusalPause = std::chrono::seconds(30);
+    /// The bus itself answers whether the service is installed, in less than a millisecond. Only a bus that hangs
+    /// takes longer, and then counts as one without the service.
+    static constexpr auto longestQuestion = std::chrono::milliseconds(25);
+    /// For the answer to `Capture`, which may have to start the service.
+    static constexpr auto longestCall = std::chrono::seconds(5);
+
+    /// Asks the bus once whether there is a service; from then on the bus tells when that changes. Both outlive this.
+    ServiceKeyCapture(RunLoop& runLoop, BusConnection& systemBus);
+    ~ServiceKeyCapture() override;
+
+    /// From memory: neither asks nor starts the service.
+    bool isPossible() override;
+    std::string obstacle() override;
+    /// True while the service is asked; a refusal is told as a loss.
+    bool start(KeyCaptureListener& listener) override;
+    void stop() override;
+    [[nodiscard]] Cancellation onMayHaveChanged(RunLoop::Task task) override { return changes_.add(std::move(task)); }
+
+private:
+    struct ReleaseSlot {
+        void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
+    };
+    using Slot = std::unique_ptr<sd_bus_slot, ReleaseSlot>;
+
+    static int captureAnswered(sd_bus_message* message, void* userData, sd_bus_error* error);
+    static int servicesChanged(sd_bus_message* message, void* userData, sd_bus_error* error);
+    static int servicesListed(sd_bus_message* message, void* userData, sd_bus_error* error);
+    static int ownerChanged(sd_bus_message* message, void* userData, sd_bus_error* error);
+
+    void askWhetherInstalled();
+    void setInstalled(bool isInstalled);
+    void take(FileDescriptor socket);
+    void refuse(std::string_view errorName);
+    void readPresses();
+    void lose();
+
+    RunLoop& runLoop_;
+    BusConnection& systemBus_;
+    Notifier<> changes_;
+    bool isInstalled_ = false;
+    std::optional<KeyServiceRefusal> refusal_;
+    /// While this runs the last refusal counts.
+    Cancellation refusalEnd_;
+    KeyCaptureListener* listener_ = nullptr;
+    FileDescriptor socket_;
+    Cancellation socketWatch_;
+    Slot call_;
+    Slot question_;
+    Slot serviceChanges_;
+    Slot ownerChanges_;
+};
+
+} // namespace quenstal
