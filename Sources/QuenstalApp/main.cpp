@@ -2,6 +2,7 @@
 
 #include "QuenstalApp/AppDelegate.hpp"
 #include "QuenstalLinux/Audio/LinuxAudio.hpp"
+#include "QuenstalLinux/Desktop/X11Screens.hpp"
 #include "QuenstalLinux/Desktop/X11WindowSystem.hpp"
 #include "QuenstalLinux/Display/LinuxMonitors.hpp"
 #include "QuenstalLinux/Keys/EvdevKeyCapture.hpp"
@@ -49,6 +50,7 @@ public:
         , audio_(runLoop)
         , systemBus_(runLoop, BusConnection::Which::system)
         , wake_(runLoop, systemBus_, sessionBus)
+        , screens_(runLoop, [this] { wake_.screensDidWake(); })
         , preferences_(FilePreferences::defaultPath())
         , x11Keys_(isWaylandSession() ? nullptr : std::make_unique<X11KeyCapture>(runLoop))
         , serviceKeys_(runLoop, systemBus_)
@@ -88,6 +90,7 @@ private:
     LinuxAudio audio_;
     BusConnection systemBus_;
     LogindWake wake_;
+    X11Screens screens_;
     FilePreferences preferences_;
     std::unique_ptr<X11KeyCapture> x11Keys_;
     ServiceKeyCapture serviceKeys_;

@@ -1,35 +1,17 @@
 #include "QuenstalLinux/Desktop/X11WindowSystem.hpp"
 
+#include "QuenstalLinux/Xcb.hpp"
 #include "QuenstalPlatform/Desktop.hpp"
 
-#include <cstdlib>
 #include <string>
 #include <utility>
 
 #include <xcb/shape.h>
-#include <xcb/xcb.h>
 #include <xcb/xinput.h>
 
 namespace quenstal {
 
 namespace {
-
-struct Disconnect {
-    void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
-};
-using Connection = std::unique_ptr<xcb_connection_t, Disconnect>;
-
-struct Free {
-    void operator()(void* memory) const { std::free(memory); }
-};
-template <typename T>
-using Reply = std::unique_ptr<T, Free>;
-
-template <typename T>
-Reply<T> owned(T* reply)
-{
-    return Reply<T>(reply);
-}
 
 std::uint32_t maskOf(std::uint32_t button)
 {
@@ -51,9 +33,9 @@ std::uint32_t maskOf(std::uint32_t button)
 
 class X11WindowSystem final : public WindowSystem {
 public:
-    X11WindowSystem(Connection connection, int screenNumber, RunLoop& runLoop)
+    X11WindowSystem(XcbConnection connection, int screenNumber, RunLoop& runLoop)
         : connection_(std::move(connection))
-        , root_(rootOf(connection_.get(), screenNumber))
+        , root_(rootWindow(connection_.get(), screenNumber))
         , compositorSelection_(intern("_NET_WM_CM_S" + std::to_string(screenNumber)))
         , watch_(runLoop.watchReadable(xcb_get_file_descriptor(connection_.get()), [this] { dispatch(); }))
     {
@@ -125,14 +107,6 @@ private:
         std::shared_ptr<Monitor> monitor_;
     };
 
-    static xcb_window_t rootOf(xcb_connection_t* connection, int screenNumber)
-    {
-        xcb_screen_iterator_t screen = xcb_setup_roots_iterator(xcb_get_setup(connection));
-        for (; screenNumber > 0; --screenNumber)
-            xcb_screen_next(&screen);
-        return screen.data->root;
-    }
-
     xcb_atom_t intern(const std::string& name)
     {
         const auto cookie
@@ -178,7 +152,7 @@ private:
         }
     }
 
-    Connection connection_;
+    XcbConnection connection_;
     xcb_window_t root_;
     xcb_atom_t compositorSelection_;
     std::vector<std::shared_ptr<Monitor>> monitors_;
@@ -200,8 +174,8 @@ bool hasRawPresses(xcb_connection_t* connection)
 std::unique_ptr<WindowSystem> connectToX11(RunLoop& runLoop)
 {
     int screenNumber = 0;
-    Connection connection(xcb_connect(nullptr, &screenNumber));
-    if (xcb_connection_has_error(connection.get()) != 0 || !hasRawPresses(connection.get()))
+    XcbConnection connection = connectToX11({}, screenNumber);
+    if (!connection || !hasRawPresses(connection.get()))
         return nullptr;
     return std::make_unique<X11WindowSystem>(std::move(connection), screenNumber, runLoop);
 }

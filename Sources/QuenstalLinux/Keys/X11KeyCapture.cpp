@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <utility>
 
 // The header names a field with a word of C++.
@@ -26,12 +25,6 @@ constexpr std::array volumeKeysyms{
     VolumeKeysym{0x1008FF13, AuxiliaryButton::soundUp},
 };
 
-struct Free {
-    void operator()(void* memory) const { std::free(memory); }
-};
-template <typename T>
-using Reply = std::unique_ptr<T, Free>;
-
 /// One member of the union of XKB events, told apart by the second byte.
 bool isKeymapChange(const xcb_generic_event_t& event)
 {
@@ -46,15 +39,10 @@ X11KeyCapture::X11KeyCapture(RunLoop& runLoop, const std::string& display)
     , changes_(runLoop)
 {
     int screenNumber = 0;
-    connection_.reset(xcb_connect(display.empty() ? nullptr : display.c_str(), &screenNumber));
-    if (xcb_connection_has_error(connection_.get())) {
-        connection_.reset();
+    connection_ = connectToX11(display, screenNumber);
+    if (!connection_)
         return;
-    }
-    xcb_screen_iterator_t screen = xcb_setup_roots_iterator(xcb_get_setup(connection_.get()));
-    for (; screenNumber > 0; --screenNumber)
-        xcb_screen_next(&screen);
-    root_ = screen.data->root;
+    root_ = rootWindow(connection_.get(), screenNumber);
     symbols_.reset(xcb_key_symbols_alloc(connection_.get()));
     selectKeyboardChanges();
     watch_ = runLoop_.watchReadable(xcb_get_file_descriptor(connection_.get()), [this] { dispatch(); });
@@ -71,14 +59,14 @@ void X11KeyCapture::selectKeyboardChanges()
     const xcb_query_extension_reply_t* extension = xcb_get_extension_data(connection, &xcb_xkb_id);
     if (!extension || !extension->present)
         return;
-    const Reply<xcb_xkb_use_extension_reply_t> use(
+    const XcbReply<xcb_xkb_use_extension_reply_t> use(
         xcb_xkb_use_extension_reply(connection, xcb_xkb_use_extension(connection, 1, 0), nullptr));
     if (!use || !use->supported)
         return;
     xkbEvent_ = extension->first_event;
     // Without it a repeat looks like the key being let go and pressed again.
     constexpr std::uint32_t repeats = XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT;
-    const Reply<xcb_xkb_per_client_flags_reply_t> flags(xcb_xkb_per_client_flags_reply(
+    const XcbReply<xcb_xkb_per_client_flags_reply_t> flags(xcb_xkb_per_client_flags_reply(
         connection, xcb_xkb_per_client_flags(connection, XCB_XKB_ID_USE_CORE_KBD, repeats, repeats, 0, 0, 0), nullptr));
     constexpr std::uint16_t changes = XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY;
     constexpr std::uint16_t everyPart = 0xFF;
@@ -90,7 +78,7 @@ std::vector<X11KeyCapture::Grab> X11KeyCapture::volumeKeys() const
 {
     std::vector<Grab> keys;
     for (const VolumeKeysym& volumeKey : volumeKeysyms) {
-        const Reply<xcb_keycode_t> codes(xcb_key_symbols_get_keycode(symbols_.get(), volumeKey.keysym));
+        const XcbReply<xcb_keycode_t> codes(xcb_key_symbols_get_keycode(symbols_.get(), volumeKey.keysym));
         for (const xcb_keycode_t* code = codes.get(); code && *code != XCB_NO_SYMBOL; ++code)
             keys.push_back({*code, volumeKey.button});
     }
@@ -108,7 +96,7 @@ X11KeyCapture::Obstacle X11KeyCapture::grab()
         requests.push_back(xcb_grab_key_checked(
             connection_.get(), 1, root_, XCB_MOD_MASK_ANY, key.keycode, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
     for (std::size_t i = 0; i < keys.size(); ++i) {
-        const Reply<xcb_generic_error_t> error(xcb_request_check(connection_.get(), requests[i]));
+        const XcbReply<xcb_generic_error_t> error(xcb_request_check(connection_.get(), requests[i]));
         if (!error)
             grabs_.push_back(keys[i]);
     }
@@ -179,7 +167,7 @@ void X11KeyCapture::stop()
 void X11KeyCapture::dispatch()
 {
     while (connection_) {
-        const Reply<xcb_generic_event_t> event(xcb_poll_for_event(connection_.get()));
+        const XcbReply<xcb_generic_event_t> event(xcb_poll_for_event(connection_.get()));
         if (!event)
             break;
         handle(*event);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "QuenstalLinux/Keys/KeyCapture.hpp"
+#include "QuenstalLinux/Xcb.hpp"
 #include "QuenstalPlatform/Notifier.hpp"
 
 #include <memory>
@@ -9,7 +10,6 @@
 #include <utility>
 #include <vector>
 
-#include <xcb/xcb.h>
 #include <xcb/xcb_keysyms.h>
 
 namespace quenstal {
@@ -35,9 +35,6 @@ public:
 
 private:
     enum class Obstacle { none, noServer, noKeys, ownedByOther };
-    struct Disconnect {
-        void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
-    };
     struct FreeSymbols {
         void operator()(xcb_key_symbols_t* symbols) const { xcb_key_symbols_free(symbols); }
     };
@@ -60,7 +57,7 @@ private:
 
     RunLoop& runLoop_;
     Notifier<> changes_;
-    std::unique_ptr<xcb_connection_t, Disconnect> connection_;
+    XcbConnection connection_;
     std::unique_ptr<xcb_key_symbols_t, FreeSymbols> symbols_;
     xcb_window_t root_ = 0;
     std::uint8_t xkbEvent_ = 0;

@@ -22,6 +22,8 @@ public:
     {
         return screensDidWake_.add(std::move(task));
     }
+    /// From whoever else sees the screens.
+    void screensDidWake() { screensDidWake_.notify(); }
 
 private:
     static int prepareForSleep(sd_bus_message* message, void* userData, sd_bus_error* error);

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstdlib>
+#include <memory>
+#include <string>
+
+#include <xcb/xcb.h>
+
+namespace quenstal {
+
+struct DisconnectXcb {
+    void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
+};
+/// A connection to an X server.
+using XcbConnection = std::unique_ptr<xcb_connection_t, DisconnectXcb>;
+
+struct FreeXcbReply {
+    void operator()(void* memory) const { std::free(memory); }
+};
+/// A reply, an event or an error; null when there is none.
+template <typename T>
+using XcbReply = std::unique_ptr<T, FreeXcbReply>;
+
+template <typename T>
+XcbReply<T> owned(T* reply)
+{
+    return XcbReply<T>(reply);
+}
+
+/// Connects to the display, "" for the one of the environment. Null without a server.
+inline XcbConnection connectToX11(const std::string& display, int& screenNumber)
+{
+    XcbConnection connection(xcb_connect(display.empty() ? nullptr : display.c_str(), &screenNumber));
+    if (xcb_connection_has_error(connection.get()) != 0)
+        connection.reset();
+    return connection;
+}
+
+inline xcb_window_t rootWindow(xcb_connection_t* connection, int screenNumber)
+{
+    xcb_screen_iterator_t screen = xcb_setup_roots_iterator(xcb_get_setup(connection));
+    for (; screenNumber > 0; --screenNumber)
+        xcb_screen_next(&screen);
+    return screen.data->root;
+}
+
+} // namespace quenstal
