@@ -1,0 +1,38 @@
+#pragma once
+
+#include "QuenstalLinux/FileDescriptor.hpp"
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace quenstal {
+
+/// A keyboard as every other program sees it: reads its keys without taking it over. One thread.
+class KeyboardReader {
+public:
+    using Key = std::pair<std::uint16_t, std::int32_t>;
+
+    explicit KeyboardReader(const std::string& node);
+
+    /// Codes and values of the keys since the last call, waiting until there are as many as that, or for the limit.
+    std::vector<Key> keys(std::size_t atLeast = 0, std::chrono::milliseconds limit = std::chrono::milliseconds(5000));
+    bool isLit(std::uint16_t light) const;
+    /// What a desktop does when a lock key is pressed.
+    void light(std::uint16_t light, bool isLit);
+
+private:
+    FileDescriptor file_;
+};
+
+/// The nodes of the keyboards with this name that may be opened.
+std::vector<std::string> keyboardNodes(const std::string& name);
+/// The first of them, once there is one; none within ten seconds.
+std::optional<std::string> keyboardNode(const std::string& name);
+/// Whether there is none any more, within ten seconds.
+bool keyboardGoes(const std::string& name);
+
+} // namespace quenstal

@@ -1,0 +1,57 @@
+#!/usr/bin/env bash
+# Boots the emulated machine and runs a command on it, as root, with the files of this machine.
+#
+#   boot.sh NAME [QEMU_OPTION...] -- COMMAND...
+#
+# Prints what the command prints and ends with its status; 1 when the machine did not get that far. Whatever the
+# command leaves in /out is found in build/machine/NAME. The command may talk to the emulator (QMP) through the port
+# "emulator".
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+kernel=$root/build/machine/kernel
+# Slow, but the same everywhere: emulated machines are seldom let near the processor's own help.
+limit_seconds=${QUENSTAL_MACHINE_SECONDS:-150}
+
+name=$1
+shift
+devices=()
+while [ "$1" != -- ]; do
+    devices+=("$1")
+    shift
+done
+shift
+
+if [ ! -f "$kernel/stamp" ]; then
+    echo "skipped: there is no kernel to boot"
+    echo "0 passed, 0 failed, 1 skipped"
+    exit 0
+fi
+version=$(cat "$kernel/version")
+out=$root/build/machine/$name
+rm -rf "$out"
+mkdir -p "$out"
+printf '%q ' "$@" >"$out/command"
+
+# One end of the socket is the emulator's own, the other the port in the machine: a program there can pull out the
+# keyboard that it reads.
+socket=$(mktemp -u /tmp/quenstal-machine-XXXXXX)
+trap 'rm -f "$socket"' EXIT
+status=0
+timeout "$limit_seconds" qemu-system-x86_64 -accel tcg,thread=multi,tb-size=512 -cpu max -M q35,usb=off,vmport=off,i8042=off \
+    -m 1024 -nodefaults -no-user-config -no-reboot -display none \
+    -kernel "$kernel/boot/vmlinuz-$version" -initrd "$kernel/initrd.img" \
+    -append "console=ttyS0 quiet loglevel=4 panic=-1 tsc=reliable no_timer_check mitigations=off guest=$root/tools/machine/${QUENSTAL_MACHINE_GUEST:-guest}.sh" \
+    -serial "file:$out/console.log" \
+    -virtfs "local,path=/,mount_tag=host,security_model=none,readonly=on,multidevs=remap" \
+    -virtfs "local,path=$out,mount_tag=out,security_model=none" \
+    -device virtio-serial-pci -chardev stdio,id=output -device virtconsole,chardev=output \
+    -chardev "socket,id=monitor,path=$socket,server=on,wait=off" -mon chardev=monitor,mode=control \
+    -chardev "socket,id=port,path=$socket" -device virtserialport,chardev=port,name=emulator \
+    "${devices[@]}" </dev/null || status=$?
+if [ ! -f "$out/status" ]; then
+    echo "The machine did not get to its end (the emulator's status is $status). Its console:"
+    tail -n 20 "$out/console.log"
+    exit 1
+fi
+exit "$(cat "$out/status")"
