@@ -4,6 +4,7 @@
 
 #include "QuenstalLinux/Audio/Eld.hpp"
 
+#include <charconv>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -21,6 +22,20 @@ inline std::string_view valueOf(const AudioProperties& properties, std::string_v
 {
     const auto found = properties.find(key);
     return found == properties.end() ? std::string_view() : std::string_view(found->second);
+}
+
+/// A decimal number; the other one when the text is none.
+template <typename Number>
+Number numberOf(std::string_view text, Number otherwise)
+{
+    Number number = otherwise;
+    std::from_chars(text.data(), text.data() + text.size(), number);
+    return number;
+}
+template <typename Number>
+Number numberOf(const AudioProperties& properties, std::string_view key, Number otherwise)
+{
+    return numberOf(valueOf(properties, key), otherwise);
 }
 
 /// Volume and mute as the server keeps them.
@@ -64,6 +79,8 @@ struct SinkNode {
     std::optional<Eld> eld;
 
     std::string_view name() const { return valueOf(properties, "node.name"); }
+    /// The number within its card; −1 where there is none.
+    std::int32_t profileDevice() const { return numberOf(properties, "card.profile.device", -1); }
 };
 
 /// Any node that is not a sink, as announced.
@@ -107,14 +124,12 @@ struct AudioGraph {
     /// It inserts filters by itself.
     bool insertsSmartFilters = false;
 
-    std::optional<std::uint32_t> sinkNamed(std::string_view name) const
-    {
-        for (const auto& [id, sink] : sinks) {
-            if (sink.name() == name)
-                return id;
-        }
-        return std::nullopt;
-    }
+    std::optional<std::uint32_t> sinkNamed(std::string_view name) const;
+    /// The global number of the card that the sink belongs to; none where there is no card.
+    std::optional<std::uint32_t> cardNumberOf(const SinkNode& sink) const;
+    /// The card that the sink belongs to, and the route that it plays through. Null when there is none.
+    const CardDevice* cardOf(const SinkNode& sink) const;
+    const OutputRoute* routeOf(const SinkNode& sink) const;
 };
 
 } // namespace quenstal

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <utility>
 
 namespace quenstal {
@@ -16,14 +15,6 @@ using namespace std::chrono_literals;
 
 /// Within this time a server confirms a volume, or it never will.
 constexpr auto confirmationTime = 1500ms;
-
-AudioObjectID serialOf(const SinkNode& sink)
-{
-    const std::string_view text = valueOf(sink.properties, "object.serial");
-    AudioObjectID serial = 0;
-    std::from_chars(text.data(), text.data() + text.size(), serial);
-    return serial;
-}
 
 } // namespace
 
@@ -244,7 +235,7 @@ void PipeWireAudioObjects::takeOverVolumes()
 
 bool PipeWireAudioObjects::isPresentable(const SinkNode& sink) const
 {
-    const CardDevice* const card = graph_.cardOf(sink);
+    const CardDevice* const card = graph_.graph().cardOf(sink);
     return sink.isComplete && (!card || card->isComplete) && isOutput(sink.properties);
 }
 
@@ -253,7 +244,8 @@ AudioObjectID PipeWireAudioObjects::numberFor(const SinkNode& sink)
     const auto known = std::ranges::find(outputs_, sink.name(), [](const auto& entry) { return entry.second.name; });
     if (known != outputs_.end())
         return known->first;
-    AudioObjectID number = std::max(serialOf(sink), audioSystemObject + 1);
+    AudioObjectID number
+        = std::max(numberOf(sink.properties, "object.serial", AudioObjectID{0}), audioSystemObject + 1);
     while (outputs_.contains(number))
         ++number;
     outputs_[number].name = sink.name();
@@ -275,12 +267,12 @@ std::optional<std::uint32_t> PipeWireAudioObjects::sinkNumber(AudioObjectID obje
 
 FourCharCode PipeWireAudioObjects::transport(const SinkNode& sink) const
 {
-    return outputTransport(sink, graph_.cardOf(sink), graph_.routeOf(sink));
+    return outputTransport(sink, graph_.graph().cardOf(sink), graph_.graph().routeOf(sink));
 }
 
 std::optional<AudioVolume> PipeWireAudioObjects::ownVolume(const SinkNode& sink) const
 {
-    const OutputRoute* const route = graph_.routeOf(sink);
+    const OutputRoute* const route = graph_.graph().routeOf(sink);
     const auto& volume = route && route->volume ? route->volume : sink.volume;
     const FourCharCode code = transport(sink);
     const bool isMonitor = code == AudioTransportCode::hdmi || code == AudioTransportCode::displayPort;

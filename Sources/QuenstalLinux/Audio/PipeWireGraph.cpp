@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <string>
 #include <utility>
 
@@ -34,14 +33,6 @@ AudioProperties copied(const spa_dict* dictionary)
     return properties;
 }
 
-template <typename Number>
-Number numberOf(std::string_view text, Number otherwise)
-{
-    Number number = otherwise;
-    std::from_chars(text.data(), text.data() + text.size(), number);
-    return number;
-}
-
 /// The text under "name"; empty when the value is none, or no such object.
 std::string nameIn(const char* json)
 {
@@ -68,40 +59,23 @@ bool isSinkClass(std::string_view mediaClass)
 
 } // namespace
 
-struct PipeWireGraph::BoundSink {
-    BoundSink(PipeWireGraph& owner, std::uint32_t id)
+/// An object of the server whose events are listened to.
+template <typename Object>
+struct PipeWireGraph::Bound {
+    Bound(PipeWireGraph& owner, std::uint32_t id, const char* type, std::uint32_t version)
         : owner(owner)
         , id(id)
+        , object(static_cast<Object*>(pw_registry_bind(owner.registry_.get(), id, type, version, 0)))
     {
+    }
+    bool isProxy(std::uint32_t proxyID) const
+    {
+        return pw_proxy_get_id(reinterpret_cast<pw_proxy*>(object.get())) == proxyID;
     }
     PipeWireGraph& owner;
     const std::uint32_t id;
     PipeWireHook hook;
-    PipeWireProxy<pw_node> node;
-};
-
-struct PipeWireGraph::BoundCard {
-    BoundCard(PipeWireGraph& owner, std::uint32_t id)
-        : owner(owner)
-        , id(id)
-    {
-    }
-    PipeWireGraph& owner;
-    const std::uint32_t id;
-    PipeWireHook hook;
-    PipeWireProxy<pw_device> device;
-};
-
-struct PipeWireGraph::BoundMetadata {
-    BoundMetadata(PipeWireGraph& owner, std::string name)
-        : owner(owner)
-        , name(std::move(name))
-    {
-    }
-    PipeWireGraph& owner;
-    const std::string name;
-    PipeWireHook hook;
-    PipeWireProxy<pw_metadata> metadata;
+    PipeWireProxy<Object> object;
 };
 
 struct PipeWireGraph::Events {
@@ -114,7 +88,7 @@ struct PipeWireGraph::Events {
 
     static void nodeInfo(void* data, const pw_node_info* info)
     {
-        auto& bound = *static_cast<BoundSink*>(data);
+        auto& bound = *static_cast<Bound<pw_node>*>(data);
         if ((info->change_mask & PW_NODE_CHANGE_MASK_PROPS) == 0)
             return;
         SinkNode& sink = bound.owner.graph_.sinks.at(bound.id);
@@ -125,7 +99,7 @@ struct PipeWireGraph::Events {
     }
     static void nodeParam(void* data, int, std::uint32_t id, std::uint32_t, std::uint32_t, const spa_pod* param)
     {
-        auto& bound = *static_cast<BoundSink*>(data);
+        auto& bound = *static_cast<Bound<pw_node>*>(data);
         SinkNode& sink = bound.owner.graph_.sinks.at(bound.id);
         if (id == SPA_PARAM_Format) {
             sink.rate = parseRate(param);
@@ -137,7 +111,7 @@ struct PipeWireGraph::Events {
 
     static void deviceInfo(void* data, const pw_device_info* info)
     {
-        auto& bound = *static_cast<BoundCard*>(data);
+        auto& bound = *static_cast<Bound<pw_device>*>(data);
         // Subscribing would tell of the routes once, but not of their changes.
         if ((info->change_mask & PW_DEVICE_CHANGE_MASK_PARAMS) != 0)
             bound.owner.askForRoutes();
@@ -150,7 +124,7 @@ struct PipeWireGraph::Events {
     }
     static void deviceParam(void* data, int, std::uint32_t, std::uint32_t index, std::uint32_t, const spa_pod* param)
     {
-        auto& bound = *static_cast<BoundCard*>(data);
+        auto& bound = *static_cast<Bound<pw_device>*>(data);
         CardDevice& card = bound.owner.graph_.devices[bound.id];
         // The routes come one after the other, all of them whenever one changed.
         if (index == 0)
@@ -162,17 +136,24 @@ struct PipeWireGraph::Events {
         bound.owner.changed(GraphChange::volumes);
     }
 
-    static int metadataProperty(void* data, std::uint32_t subject, const char* key, const char* type, const char* value)
+    static int defaultProperty(void* data, std::uint32_t subject, const char* key, const char* type, const char* value)
     {
-        auto& bound = *static_cast<BoundMetadata*>(data);
-        bound.owner.metadataSet(bound.name, subject, key, type, value);
+        static_cast<PipeWireGraph*>(data)->defaultMetadataSet(subject, key, type, value);
+        return 0;
+    }
+    static int settingsProperty(void* data, std::uint32_t subject, const char* key, const char*, const char* value)
+    {
+        auto& graph = *static_cast<PipeWireGraph*>(data);
+        if (subject == 0 && key && value && std::string_view(key) == "clock.rate")
+            graph.graph_.clockRate = numberOf(std::string_view(value), 0U);
         return 0;
     }
 
     static constexpr pw_registry_events registry{PW_VERSION_REGISTRY_EVENTS, global, globalRemove};
     static constexpr pw_node_events node{PW_VERSION_NODE_EVENTS, nodeInfo, nodeParam};
     static constexpr pw_device_events device{PW_VERSION_DEVICE_EVENTS, deviceInfo, deviceParam};
-    static constexpr pw_metadata_events metadata{PW_VERSION_METADATA_EVENTS, metadataProperty};
+    static constexpr pw_metadata_events defaults{PW_VERSION_METADATA_EVENTS, defaultProperty};
+    static constexpr pw_metadata_events settings{PW_VERSION_METADATA_EVENTS, settingsProperty};
 };
 
 PipeWireGraph::PipeWireGraph(PipeWireConnection& connection, RunLoop& runLoop, SoundCardRoots soundCards)
@@ -196,7 +177,8 @@ void PipeWireGraph::connected(pw_core& core)
 
 void PipeWireGraph::disconnected()
 {
-    metadata_.clear();
+    settings_.reset();
+    defaults_.reset();
     cards_.clear();
     sinks_.clear();
     registry_.reset();
@@ -210,56 +192,56 @@ void PipeWireGraph::added(std::uint32_t id, std::string_view type, const AudioPr
     if (type == PW_TYPE_INTERFACE_Node) {
         addNode(id, properties);
     } else if (type == PW_TYPE_INTERFACE_Device) {
-        if (valueOf(properties, "media.class") != "Audio/Device")
-            return;
-        auto* const device = static_cast<pw_device*>(
-            pw_registry_bind(registry_.get(), id, PW_TYPE_INTERFACE_Device, PW_VERSION_DEVICE, 0));
-        auto& bound = *(cards_[id] = std::make_unique<BoundCard>(*this, id));
-        bound.device.reset(device);
-        graph_.devices[id].properties = properties;
-        pw_device_add_listener(device, &bound.hook, &Events::device, &bound);
+        addCard(id, properties);
     } else if (type == PW_TYPE_INTERFACE_Link) {
-        const auto end = [&](const char* key) { return numberOf(valueOf(properties, key), SPA_ID_INVALID); };
-        graph_.links[id] = {end("link.output.node"), end("link.input.node")};
+        graph_.links[id] = {numberOf(properties, "link.output.node", SPA_ID_INVALID),
+            numberOf(properties, "link.input.node", SPA_ID_INVALID)};
         changed(GraphChange::streams);
     } else if (type == PW_TYPE_INTERFACE_Metadata) {
-        addMetadata(id, std::string(valueOf(properties, "metadata.name")));
+        addMetadata(id, valueOf(properties, "metadata.name"));
     }
 }
 
 void PipeWireGraph::addNode(std::uint32_t id, const AudioProperties& properties)
 {
     if (!isSinkClass(valueOf(properties, "media.class"))) {
-        graph_.others[id]
-            = {std::string(valueOf(properties, "node.name")), std::string(valueOf(properties, "media.class")),
-                numberOf<std::uint64_t>(valueOf(properties, "object.serial"), 0),
-                numberOf(valueOf(properties, "client.id"), SPA_ID_INVALID)};
+        graph_.others[id] = {std::string(valueOf(properties, "node.name")),
+            std::string(valueOf(properties, "media.class")), numberOf<std::uint64_t>(properties, "object.serial", 0),
+            numberOf(properties, "client.id", SPA_ID_INVALID)};
         changed(GraphChange::streams);
         return;
     }
-    auto* const node
-        = static_cast<pw_node*>(pw_registry_bind(registry_.get(), id, PW_TYPE_INTERFACE_Node, PW_VERSION_NODE, 0));
-    auto& bound = *(sinks_[id] = std::make_unique<BoundSink>(*this, id));
-    bound.node.reset(node);
+    auto& bound = sinks_[id];
+    bound = std::make_unique<Bound<pw_node>>(*this, id, PW_TYPE_INTERFACE_Node, PW_VERSION_NODE);
     graph_.sinks[id].properties = properties;
-    pw_node_add_listener(node, &bound.hook, &Events::node, &bound);
+    pw_node_add_listener(bound->object.get(), &bound->hook, &Events::node, bound.get());
     std::uint32_t parameters[] = {SPA_PARAM_Props, SPA_PARAM_Format};
-    pw_node_subscribe_params(node, parameters, 2);
+    pw_node_subscribe_params(bound->object.get(), parameters, 2);
     changed(GraphChange::outputs);
 }
 
-void PipeWireGraph::addMetadata(std::uint32_t id, const std::string& name)
+void PipeWireGraph::addCard(std::uint32_t id, const AudioProperties& properties)
+{
+    if (valueOf(properties, "media.class") != "Audio/Device")
+        return;
+    auto& bound = cards_[id];
+    bound = std::make_unique<Bound<pw_device>>(*this, id, PW_TYPE_INTERFACE_Device, PW_VERSION_DEVICE);
+    graph_.devices[id].properties = properties;
+    pw_device_add_listener(bound->object.get(), &bound->hook, &Events::device, bound.get());
+}
+
+void PipeWireGraph::addMetadata(std::uint32_t id, std::string_view name)
 {
     if (name == filtersMetadata)
         graph_.insertsSmartFilters = true;
     if (name != defaultMetadata && name != settingsMetadata)
         return;
-    auto* const metadata = static_cast<pw_metadata*>(
-        pw_registry_bind(registry_.get(), id, PW_TYPE_INTERFACE_Metadata, PW_VERSION_METADATA, 0));
-    auto& bound = *(metadata_[id] = std::make_unique<BoundMetadata>(*this, name));
-    bound.metadata.reset(metadata);
-    pw_metadata_add_listener(metadata, &bound.hook, &Events::metadata, &bound);
-    if (name == defaultMetadata) {
+    const bool isDefault = name == defaultMetadata;
+    auto& bound = isDefault ? defaults_ : settings_;
+    bound = std::make_unique<Bound<pw_metadata>>(*this, id, PW_TYPE_INTERFACE_Metadata, PW_VERSION_METADATA);
+    pw_metadata_add_listener(
+        bound->object.get(), &bound->hook, isDefault ? &Events::defaults : &Events::settings, this);
+    if (isDefault) {
         graph_.hasSession = true;
         changed(GraphChange::session);
     }
@@ -275,31 +257,22 @@ void PipeWireGraph::removed(std::uint32_t id)
     } else if (graph_.links.erase(id) == 1 || graph_.others.erase(id) == 1) {
         graph_.streamTargets.erase(id);
         changed(GraphChange::streams);
-    } else {
-        removeMetadata(id);
+    } else if (settings_ && settings_->id == id) {
+        settings_.reset();
+    } else if (defaults_ && defaults_->id == id) {
+        loseSession();
     }
 }
 
-void PipeWireGraph::removeMetadata(std::uint32_t id)
+void PipeWireGraph::loseSession()
 {
-    const auto bound = metadata_.extract(id);
-    if (bound.empty() || bound.mapped()->name != defaultMetadata)
-        return;
+    defaults_.reset();
     graph_.hasSession = false;
     graph_.insertsSmartFilters = false;
     graph_.defaultSinkName.clear();
     graph_.streamTargets.clear();
     changed(GraphChange::session);
     changed(GraphChange::outputs);
-}
-
-void PipeWireGraph::metadataSet(
-    const std::string& name, std::uint32_t subject, const char* key, const char* type, const char* value)
-{
-    if (name == defaultMetadata)
-        defaultMetadataSet(subject, key, type, value);
-    else if (subject == 0 && key && value && std::string_view(key) == "clock.rate")
-        graph_.clockRate = numberOf(std::string_view(value), 0U);
 }
 
 void PipeWireGraph::defaultMetadataSet(std::uint32_t subject, const char* key, const char* type, const char* value)
@@ -321,7 +294,7 @@ void PipeWireGraph::askForRoutes()
 {
     const auto ask = [this] {
         for (const auto& [id, bound] : cards_)
-            pw_device_enum_params(bound->device.get(), 0, SPA_PARAM_Route, 0, UINT32_MAX, nullptr);
+            pw_device_enum_params(bound->object.get(), 0, SPA_PARAM_Route, 0, UINT32_MAX, nullptr);
     };
     ask();
     // A server that is busy answering someone else may answer with what it knew before the change.
@@ -329,79 +302,56 @@ void PipeWireGraph::askForRoutes()
     askLast_ = runLoop_.after(lastQuestion, ask);
 }
 
-const CardDevice* PipeWireGraph::cardOf(const SinkNode& sink) const
-{
-    const auto id = numberOf(valueOf(sink.properties, "device.id"), SPA_ID_INVALID);
-    const auto card = graph_.devices.find(id);
-    return card == graph_.devices.end() ? nullptr : &card->second;
-}
-
-const OutputRoute* PipeWireGraph::routeOf(const SinkNode& sink) const
-{
-    const CardDevice* const card = cardOf(sink);
-    const std::string_view device = valueOf(sink.properties, "card.profile.device");
-    if (!card || device.empty())
-        return nullptr;
-    const auto route = card->outputRoutes.find(numberOf(device, std::int32_t{-1}));
-    return route == card->outputRoutes.end() ? nullptr : &route->second;
-}
-
 bool PipeWireGraph::writeVolume(std::uint32_t sink, const AudioVolume& volume)
 {
     const auto node = graph_.sinks.find(sink);
     if (node == graph_.sinks.end())
         return false;
-    const OutputRoute* const route = routeOf(node->second);
+    const OutputRoute* const route = graph_.routeOf(node->second);
     if (route && route->volume) {
-        const auto card = numberOf(valueOf(node->second.properties, "device.id"), SPA_ID_INVALID);
-        const auto device = numberOf(valueOf(node->second.properties, "card.profile.device"), std::int32_t{-1});
-        const auto pod = BuiltPod::routeVolume(route->index, device, volume);
-        return pw_device_set_param(cards_.at(card)->device.get(), SPA_PARAM_Route, 0, pod.get()) >= 0;
+        const auto card = graph_.cardNumberOf(node->second);
+        const auto pod = BuiltPod::routeVolume(route->index, node->second.profileDevice(), volume);
+        return pw_device_set_param(cards_.at(*card)->object.get(), SPA_PARAM_Route, 0, pod.get()) >= 0;
     }
     const auto pod = BuiltPod::nodeVolume(volume);
-    return pw_node_set_param(sinks_.at(sink)->node.get(), SPA_PARAM_Props, 0, pod.get()) >= 0;
+    return pw_node_set_param(sinks_.at(sink)->object.get(), SPA_PARAM_Props, 0, pod.get()) >= 0;
 }
 
 bool PipeWireGraph::writesVolumeThrough(std::uint32_t sink, std::uint32_t proxyID) const
 {
-    const auto isProxy = [&](auto* object) { return pw_proxy_get_id(reinterpret_cast<pw_proxy*>(object)) == proxyID; };
-    const auto bound = sinks_.find(sink);
-    if (bound == sinks_.end())
+    const auto node = graph_.sinks.find(sink);
+    if (node == graph_.sinks.end())
         return false;
-    const auto card = cards_.find(numberOf(valueOf(graph_.sinks.at(sink).properties, "device.id"), SPA_ID_INVALID));
-    return isProxy(bound->second->node.get()) || (card != cards_.end() && isProxy(card->second->device.get()));
+    const auto card = graph_.cardNumberOf(node->second);
+    return sinks_.at(sink)->isProxy(proxyID) || (card && cards_.at(*card)->isProxy(proxyID));
 }
 
 void PipeWireGraph::setStreamTarget(std::uint32_t stream, const std::optional<StreamTarget>& target)
 {
     const char* const type = target ? target->type.c_str() : nullptr;
     const char* const value = target ? target->value.c_str() : nullptr;
-    for (const auto& [id, bound] : metadata_) {
-        if (bound->name == defaultMetadata)
-            pw_metadata_set_property(bound->metadata.get(), stream, "target.object", type, value);
-    }
+    if (defaults_)
+        pw_metadata_set_property(defaults_->object.get(), stream, "target.object", type, value);
 }
 
 bool PipeWireGraph::setsTargetsThrough(std::uint32_t proxyID) const
 {
-    return std::ranges::any_of(metadata_, [&](const auto& entry) {
-        const auto& bound = *entry.second;
-        return bound.name == defaultMetadata
-            && pw_proxy_get_id(reinterpret_cast<pw_proxy*>(bound.metadata.get())) == proxyID;
-    });
+    return defaults_ && defaults_->isProxy(proxyID);
 }
 
 void PipeWireGraph::updateEld(SinkNode& sink) const
 {
-    const CardDevice* const card = cardOf(sink);
-    const auto number = [&](const char* key) {
-        std::string_view text = valueOf(sink.properties, key);
-        if (text.empty() && card)
-            text = valueOf(card->properties, key);
-        return numberOf(text, -1);
+    const CardDevice* const card = graph_.cardOf(sink);
+    const auto number = [&](const char* key, const char* olderKey) {
+        for (const char* const wanted : {key, olderKey}) {
+            const int ofCard = card ? numberOf(card->properties, wanted, -1) : -1;
+            if (const int found = numberOf(sink.properties, wanted, ofCard); found >= 0)
+                return found;
+        }
+        return -1;
     };
-    const int cardNumber = number("api.alsa.pcm.card") >= 0 ? number("api.alsa.pcm.card") : number("alsa.card");
-    const int device = number("api.alsa.pcm.device") >= 0 ? number("api.alsa.pcm.device") : number("alsa.device");
+    const int cardNumber = number("api.alsa.pcm.card", "alsa.card");
+    const int device = number("api.alsa.pcm.device", "alsa.device");
     sink.eld = cardNumber >= 0 && device >= 0 ? readEld(soundCards_, cardNumber, device) : std::nullopt;
 }
 

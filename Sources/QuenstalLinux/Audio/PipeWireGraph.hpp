@@ -40,9 +40,6 @@ public:
     PipeWireGraph& operator=(const PipeWireGraph&) = delete;
 
     const AudioGraph& graph() const { return graph_; }
-    /// The card that the sink belongs to, and the route that it plays through. Null when there is none.
-    const CardDevice* cardOf(const SinkNode& sink) const;
-    const OutputRoute* routeOf(const SinkNode& sink) const;
 
     /// Through the card's route when the sink has one. False when the sink has gone.
     bool writeVolume(std::uint32_t sink, const AudioVolume& volume);
@@ -58,9 +55,8 @@ public:
 
 private:
     struct Events;
-    struct BoundSink;
-    struct BoundCard;
-    struct BoundMetadata;
+    template <typename Object>
+    struct Bound;
 
     void connected(pw_core& core) override;
     void disconnected() override;
@@ -69,10 +65,9 @@ private:
     void added(std::uint32_t id, std::string_view type, const AudioProperties& properties);
     void removed(std::uint32_t id);
     void addNode(std::uint32_t id, const AudioProperties& properties);
-    void addMetadata(std::uint32_t id, const std::string& name);
-    void removeMetadata(std::uint32_t id);
-    void metadataSet(
-        const std::string& name, std::uint32_t subject, const char* key, const char* type, const char* value);
+    void addCard(std::uint32_t id, const AudioProperties& properties);
+    void addMetadata(std::uint32_t id, std::string_view name);
+    void loseSession();
     void defaultMetadataSet(std::uint32_t subject, const char* key, const char* type, const char* value);
     void askForRoutes();
     void updateEld(SinkNode& sink) const;
@@ -85,9 +80,11 @@ private:
     std::vector<Observer*> observers_;
     PipeWireHook registryHook_;
     PipeWireProxy<pw_registry> registry_;
-    std::map<std::uint32_t, std::unique_ptr<BoundSink>> sinks_;
-    std::map<std::uint32_t, std::unique_ptr<BoundCard>> cards_;
-    std::map<std::uint32_t, std::unique_ptr<BoundMetadata>> metadata_;
+    std::map<std::uint32_t, std::unique_ptr<Bound<pw_node>>> sinks_;
+    std::map<std::uint32_t, std::unique_ptr<Bound<pw_device>>> cards_;
+    /// The session manager's and the server's own metadata; null while they are not there.
+    std::unique_ptr<Bound<pw_metadata>> defaults_;
+    std::unique_ptr<Bound<pw_metadata>> settings_;
     Cancellation askAgain_;
     Cancellation askLast_;
 };
