@@ -19,7 +19,7 @@ constexpr AudioObjectID firstID = 0x4000'0000;
 constexpr std::uint32_t usualRate = 48000;
 /// At the end of the program there is no later turn on which the streams could be moved back.
 constexpr auto farewellTime = 200ms;
-/// A start that just failed is not tried again at every refresh.
+/// A session that ended by itself is started again at once, but not twice within this time.
 constexpr auto refusalTime = 5s;
 
 /// The text that makes the aggregate device's name unique.
@@ -249,8 +249,10 @@ PlatformStatus PipeWireAudioTaps::refusalOf(const std::string& targetName) const
     const auto refusal = refusals_.find(targetName);
     if (refusal == refusals_.end())
         return 0;
-    const auto& [status, time] = refusal->second;
-    return isDenial(status) || runLoop_.steadyNow() - time < refusalTime ? status : 0;
+    const auto& [status, time, repeated] = refusal->second;
+    const bool isRecent = repeated && runLoop_.steadyNow() - time < refusalTime;
+    // A denial stays one.
+    return isDenial(status) || isRecent ? status : 0;
 }
 
 PipeWireAudioTaps::Device* PipeWireAudioTaps::deviceWith(AudioObjectID device, AudioIOProcID procedureID)
@@ -272,9 +274,12 @@ void PipeWireAudioTaps::ended(AudioObjectID device, int status)
     const auto found = devices_.find(device);
     if (found == devices_.end() || !found->second->path)
         return;
-    // An output that went may come back; a refusal stays one.
-    if (status != -ENODEV)
-        refusals_[found->second->targetName] = {status, runLoop_.steadyNow()};
+    // An output that went may come back.
+    if (status != -ENODEV) {
+        const auto now = runLoop_.steadyNow();
+        Refusal& refusal = refusals_[found->second->targetName];
+        refusal = {status, now, refusal.status != 0 && now - refusal.time < refusalTime};
+    }
     retire(std::move(found->second->path));
     tapChanged_.notify(found->second->tap, TapChange::ended);
 }

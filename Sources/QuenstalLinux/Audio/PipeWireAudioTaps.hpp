@@ -60,6 +60,8 @@ private:
     struct Refusal {
         int status = 0;
         RunLoop::SteadyTime time;
+        /// The session before ended by itself too, a moment earlier.
+        bool repeated = false;
     };
 
     void graphChanged(GraphChange change) override;

@@ -13,6 +13,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
+constexpr int unknownReason = -EIO;
 /// The session manager moves a stream within a few cycles of being asked.
 constexpr auto drainTime = 150ms;
 
@@ -91,8 +92,12 @@ void SoftwarePath::dropStreams()
 
 void SoftwarePath::endLater(int status)
 {
-    if (wanted_ && !pendingEnd_)
-        pendingEnd_ = runLoop_.after({}, [this, status] { events_.ended(status); });
+    if (!wanted_)
+        return;
+    if (!pendingEnd_ || endStatus_ == unknownReason)
+        endStatus_ = status;
+    if (!pendingEnd_)
+        pendingEnd_ = runLoop_.after({}, [this] { events_.ended(endStatus_); });
 }
 
 void SoftwarePath::graphChanged(GraphChange change)
@@ -124,15 +129,16 @@ void SoftwarePath::graphChanged(GraphChange change)
 void SoftwarePath::disconnected()
 {
     dropStreams();
+    // What the streams told of their end is explained by this.
+    pendingEnd_.reset();
     targetSeen_ = false;
 }
 
 void SoftwarePath::refused(std::uint32_t proxyID, int status)
 {
-    lastRefusal_ = status;
     // Both leave the streams of others where they are, and nothing else tells of it.
     const bool streamsWereDenied = proxyID == PW_ID_CORE && streams_ && streams_->captureNode() == SPA_ID_INVALID;
-    if (isDenial(status) && (streamsWereDenied || graph_.setsTargetsThrough(proxyID)))
+    if (pendingEnd_ || (isDenial(status) && (streamsWereDenied || graph_.setsTargetsThrough(proxyID))))
         endLater(status);
 }
 
@@ -145,7 +151,7 @@ void SoftwarePath::streamsAdvanced()
 
 void SoftwarePath::streamsFailed()
 {
-    endLater(lastRefusal_ != 0 ? lastRefusal_ : -EIO);
+    endLater(unknownReason);
 }
 
 void SoftwarePath::rateChanged()

@@ -56,6 +56,7 @@ private:
 
     void buildWhenPossible();
     void dropStreams();
+    /// The first reason of a turn holds, unless it is `unknownReason`.
     void endLater(int status);
 
     PipeWireConnection& connection_;
@@ -70,7 +71,7 @@ private:
     std::vector<std::uint32_t> positions_;
     bool wanted_ = false;
     bool targetSeen_ = false;
-    int lastRefusal_ = 0;
+    int endStatus_ = 0;
     Cancellation pendingFormat_;
     Cancellation pendingEnd_;
     Cancellation draining_;

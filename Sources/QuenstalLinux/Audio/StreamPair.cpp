@@ -203,7 +203,8 @@ std::uint32_t StreamPair::playbackNode() const
 
 void StreamPair::stateChanged(pw_stream_state state)
 {
-    if (state == PW_STREAM_STATE_ERROR)
+    // Unconnected: somebody has destroyed the stream at the server.
+    if (state == PW_STREAM_STATE_ERROR || state == PW_STREAM_STATE_UNCONNECTED)
         owner_.streamsFailed();
     else
         owner_.streamsAdvanced();

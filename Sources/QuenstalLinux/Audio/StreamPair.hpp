@@ -28,6 +28,7 @@ public:
     public:
         /// The streams exist at the server, or moved on: `captureNode` may have an answer now.
         virtual void streamsAdvanced() = 0;
+        /// One of them can do nothing any more. Why is told afterwards, if at all, as a refusal of the connection.
         virtual void streamsFailed() = 0;
         virtual void rateChanged() = 0;
 

@@ -1,5 +1,6 @@
 #include "AudioSessionTest.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -65,6 +66,29 @@ bool AudioSessionTest::waitForCycles()
 {
     const auto before = parts->taps.cycles();
     return loop.runUntil([&] { return parts->taps.cycles() > before + 1; });
+}
+
+bool AudioSessionTest::waitForSound(ProbeRecorder& recorder, float gain)
+{
+    return recorder.waitFor([gain](float sample) { return sample != 0 && countOf(sample / gain).has_value(); });
+}
+
+bool AudioSessionTest::waitForSilence(ProbeRecorder& recorder)
+{
+    return loop.runUntil([&] {
+        const auto heard = recorder.take(4000);
+        return !heard[0].empty() && std::ranges::all_of(heard[0], [](float sample) { return sample == 0; });
+    });
+}
+
+std::string AudioSessionTest::errorOf(const std::function<void()>& command)
+{
+    try {
+        command();
+        return {};
+    } catch (const QuenstalError& error) {
+        return error.what();
+    }
 }
 
 } // namespace quenstal

@@ -6,6 +6,7 @@
 #include "Support/AudioSession/AudioProbe.hpp"
 #include "Support/EpollRunLoop.hpp"
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -36,6 +37,11 @@ struct AudioSessionTest : testing::Test {
     CoreAudioDeviceProvider provider() { return CoreAudioDeviceProvider(parts->objects); }
     /// Waits until the procedure runs.
     bool waitForCycles();
+    /// Waits until the counted signal is heard at that gain, a power of two.
+    static bool waitForSound(ProbeRecorder& recorder, float gain);
+    bool waitForSilence(ProbeRecorder& recorder);
+    /// What the panel would say of the command; empty when it works.
+    static std::string errorOf(const std::function<void()>& command);
 
     /// Everything between the run loop and the adapters.
     struct Parts {

@@ -28,10 +28,6 @@ struct DenialTest : AudioSessionTest {
         return number.empty() ? SPA_ID_INVALID : static_cast<std::uint32_t>(std::stoul(number));
     }
 
-    bool waitForSound(ProbeRecorder& recorder, float gain)
-    {
-        return recorder.waitFor([gain](float sample) { return sample != 0 && countOf(sample / gain).has_value(); });
-    }
     bool waitUntilNothingIsLeft()
     {
         return loop.runUntil([] { return outputOf("pw-cli ls Node | grep quenstal.software || true").empty(); });
@@ -39,15 +35,6 @@ struct DenialTest : AudioSessionTest {
     std::string errorOfSoftwareVolume(const AudioOutputDevice& device)
     {
         return errorOf([&] { parts->software.setVolume({0.5, false}, device); });
-    }
-    static std::string errorOf(const std::function<void()>& command)
-    {
-        try {
-            command();
-            return {};
-        } catch (const QuenstalError& error) {
-            return error.what();
-        }
     }
 };
 

@@ -14,17 +14,6 @@ namespace {
 using namespace std::chrono_literals;
 
 struct FailureTest : AudioSessionTest {
-    bool waitForSound(ProbeRecorder& recorder, float gain)
-    {
-        return recorder.waitFor([gain](float sample) { return sample != 0 && countOf(sample / gain).has_value(); });
-    }
-    bool waitForSilence(ProbeRecorder& recorder)
-    {
-        return loop.runUntil([&] {
-            const auto heard = recorder.take(4000);
-            return !heard[0].empty() && std::ranges::all_of(heard[0], [](float sample) { return sample == 0; });
-        });
-    }
     static void stopEverything()
     {
         for (const char* const part : {"unplug monitor", "stop pulse", "stop manager", "stop server"})
