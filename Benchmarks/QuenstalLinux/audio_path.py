@@ -2,7 +2,8 @@
 
 Within a private audio session: a tone plays through the one or the other to a simulated monitor, and the share of one
 core that the process takes is read from the kernel's count of nanoseconds. Every round has every case once, in random
-order. That the sound really went through, by way of the same equaliser, is measured each time before the cost is.
+order. That the sound really went through, by way of the same equaliser, is measured each time before the cost is, and
+that the audio threads of both are scheduled alike: what a cycle costs is for the most part their being woken.
 """
 
 import argparse
@@ -52,7 +53,7 @@ def filter_chain(equalised):
             "playback.props": {"node.name": "chain-out", "node.passive": True, "target.object": MONITOR},
         },
     }
-    needed = [{"name": f"libpipewire-module-{name}"} for name in ("protocol-native", "client-node", "adapter")]
+    needed = [{"name": f"libpipewire-module-{name}"} for name in ("rt", "protocol-native", "client-node", "adapter")]
     return {
         "context.properties": {"log.level": 0},
         "context.spa-libs": {
@@ -128,6 +129,13 @@ def megabytes(process, field):
     return int(re.search(rf"{field}:\s+(\d+) kB", status)[1]) / 1024
 
 
+def audio_priority(process):
+    """The real-time priority of the one thread besides the main one; 0 without."""
+    threads = [int(task.name) for task in pathlib.Path(f"/proc/{process}/task").iterdir() if task.name != f"{process}"]
+    (priority,) = (os.sched_getparam(thread).sched_priority for thread in threads)
+    return priority
+
+
 def set_quantum(frames):
     command = ["pw-metadata", "-n", "settings", "0", "clock.force-quantum", str(frames)]
     subprocess.run(command, stdout=subprocess.DEVNULL, check=True)
@@ -146,7 +154,8 @@ def measure(programs, seconds, start, quantum, equalised):
             used, began = nanoseconds(process.pid), time.monotonic_ns()
             time.sleep(seconds)
             share = 100 * (nanoseconds(process.pid) - used) / (time.monotonic_ns() - began)
-            return share, megabytes(process.pid, "VmRSS"), megabytes(process.pid, "RssAnon")
+            memory = megabytes(process.pid, "VmRSS"), megabytes(process.pid, "RssAnon")
+            return share, *memory, audio_priority(process.pid)
 
 
 def spread(values, digits):
@@ -168,7 +177,11 @@ def show(results):
             shares = [spread([row[0] for row in rows], 2) for rows in (paths, chains)]
             print(f"| {quantum} | {'on' if equalised else 'off'} | {' | '.join(shares)} | {spread(ratios, 2)} "
                   f"| {' | '.join(memory)} |")
-    print(f"\nLoad average: {' '.join(f'{load:.1f}' for load in os.getloadavg())}; {os.cpu_count()} cores")
+    priorities = {row[3] for rows in results.values() for row in rows}
+    print(f"\nReal-time priority: {', '.join(map(str, sorted(priorities)))}. "
+          f"Load average: {' '.join(f'{load:.1f}' for load in os.getloadavg())}; {os.cpu_count()} cores")
+    if len(priorities) > 1:
+        sys.exit("The ratios say nothing: some audio threads were real-time and some were not.")
 
 
 def main():

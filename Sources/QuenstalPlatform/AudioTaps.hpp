@@ -97,7 +97,7 @@ public:
 
     /// The procedure is called once a cycle from now on, with input and output buffers of the same number and sizes,
     /// outputs zeroed, finite input samples. A start that fails later is reported as `ended`, and creating a tap on the
-    /// same output then returns the reason.
+    /// same output returns the reason when trying again is of no use.
     virtual PlatformStatus startDevice(AudioObjectID device, AudioIOProcID procedureID) = 0;
     /// When this returns, the procedure is not running and will not be called again.
     virtual PlatformStatus stopDevice(AudioObjectID device, AudioIOProcID procedureID) = 0;
