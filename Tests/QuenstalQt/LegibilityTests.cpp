@@ -1,28 +1,14 @@
 // Every text of every screen in every state: whole, inside the panel, and with enough contrast.
 
+#include "Contrast.hpp"
 #include "ViewFixture.hpp"
 
 #include <algorithm>
-#include <cmath>
+
+#include <qmath.h>
 
 namespace quenstal {
 namespace {
-
-double linear(double channel)
-{
-    return channel <= 0.04045 ? channel / 12.92 : std::pow((channel + 0.055) / 1.055, 2.4);
-}
-
-double luminance(const QColor& color)
-{
-    return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
-}
-
-double contrast(const QColor& one, const QColor& other)
-{
-    const auto [darker, lighter] = std::minmax(luminance(one), luminance(other));
-    return (lighter + 0.05) / (darker + 0.05);
-}
 
 QColor average(const QImage& image, const QRect& area)
 {
@@ -70,6 +56,36 @@ QRectF inkOf(const QQuickItem& text)
     return text.mapRectToScene(ink.adjusted(2, ink.height() * 0.2, -2, -ink.height() * 0.2));
 }
 
+/// Texts behind a sheet are dimmed on purpose.
+QList<QQuickItem*> textsIn(QQuickItem& root)
+{
+    QList<QQuickItem*> texts = shownItems(root);
+    texts.removeIf([](QQuickItem* item) { return !isText(item) || !item->isEnabled(); });
+    return texts;
+}
+
+/// Every text against what is really behind it.
+void expectContrast(QQuickWindow& window, const QList<QQuickItem*>& texts)
+{
+    constexpr double wanted = 4.5;
+    for (QQuickItem* text : texts) {
+        const double opacity = opacityOf(text);
+        const QColor color = text->property("color").value<QColor>();
+        const double before = text->opacity();
+        // Not quite invisible, so that the item stays in the scene.
+        text->setOpacity(0.001);
+        const QImage behind = window.grabWindow();
+        text->setOpacity(before);
+        const QRectF place = text->mapRectToScene(text->boundingRect());
+        const double density = window.effectiveDevicePixelRatio();
+        const QRectF pixels(place.topLeft() * density, place.size() * density);
+        const QColor background = average(behind, pixels.toAlignedRect());
+        const double ratio = contrast(over(background, color, opacity * color.alphaF()), background);
+        EXPECT_GE(ratio, wanted) << qPrintable(text->property("text").toString()) << " " << qPrintable(color.name())
+                                 << " on " << qPrintable(background.name());
+    }
+}
+
 class EveryScene : public testing::TestWithParam<gallery::Scene> {
 protected:
     EveryScene()
@@ -77,13 +93,7 @@ protected:
     {
     }
 
-    /// Texts behind a sheet are dimmed on purpose.
-    QList<QQuickItem*> texts()
-    {
-        QList<QQuickItem*> texts = shownItems(stage_.root());
-        texts.removeIf([](QQuickItem* item) { return !isText(item) || !item->isEnabled(); });
-        return texts;
-    }
+    QList<QQuickItem*> texts() { return textsIn(stage_.root()); }
 
     gallery::Stage stage_;
 };
@@ -115,25 +125,16 @@ TEST_P(EveryScene, keepsTextsApart)
     }
 }
 
-TEST_P(EveryScene, givesEveryTextContrast)
+TEST_P(EveryScene, givesEveryTextContrastOverAWhiteDesktop)
 {
-    constexpr double wanted = 4.5;
-    for (QQuickItem* text : texts()) {
-        const double opacity = opacityOf(text);
-        const QColor color = text->property("color").value<QColor>();
-        const double before = text->opacity();
-        // Not quite invisible, so that the item stays in the scene.
-        text->setOpacity(0.001);
-        const QImage behind = stage_.window().grabWindow();
-        text->setOpacity(before);
-        const QRectF place = text->mapRectToScene(text->boundingRect());
-        const double density = stage_.window().effectiveDevicePixelRatio();
-        const QRectF pixels(place.topLeft() * density, place.size() * density);
-        const QColor background = average(behind, pixels.toAlignedRect());
-        const double ratio = contrast(over(background, color, opacity * color.alphaF()), background);
-        EXPECT_GE(ratio, wanted) << qPrintable(text->property("text").toString()) << " " << qPrintable(color.name())
-                                 << " on " << qPrintable(background.name());
-    }
+    stage_.window().setColor(Qt::white);
+    expectContrast(stage_.window(), texts());
+}
+
+TEST_P(EveryScene, givesEveryTextContrastOverABlackDesktop)
+{
+    stage_.window().setColor(Qt::black);
+    expectContrast(stage_.window(), texts());
 }
 
 INSTANTIATE_TEST_SUITE_P(All, EveryScene, testing::ValuesIn(gallery::scenes()), [](const auto& scene) {
@@ -141,6 +142,55 @@ INSTANTIATE_TEST_SUITE_P(All, EveryScene, testing::ValuesIn(gallery::scenes()), 
     std::ranges::replace(name, '-', '_');
     return name;
 });
+
+class EveryFeedback : public testing::TestWithParam<gallery::NamedFeedback> { };
+
+TEST_P(EveryFeedback, givesEveryTextContrastOverAnyDesktop)
+{
+    gallery::FeedbackStage stage(sharedEngine(), GetParam().feedback);
+    ASSERT_FALSE(textsIn(stage.root()).isEmpty());
+    for (const Qt::GlobalColor desktop : {Qt::white, Qt::black}) {
+        stage.window().setColor(desktop);
+        expectContrast(stage.window(), textsIn(stage.root()));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, EveryFeedback, testing::ValuesIn(gallery::feedbacks()), [](const auto& feedback) {
+    std::string name = feedback.param.name;
+    std::ranges::replace(name, '-', '_');
+    return name;
+});
+
+TEST(Glass, letsNothingThroughWithoutACompositor)
+{
+    gallery::Stage stage(sharedEngine(), sceneNamed("dial-no-compositor"));
+    const QImage picture = stage.picture();
+    // What the corners leave open is cut off.
+    const int corner = qCeil(24 * QUENSTAL_TEST_SCALE);
+    const auto isNearEnd = [corner](int place, int length) { return place < corner || place >= length - corner; };
+    int translucent = 0;
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            const bool isAtCorner = isNearEnd(x, picture.width()) && isNearEnd(y, picture.height());
+            translucent += !isAtCorner && qAlpha(picture.pixel(x, y)) < 255;
+        }
+    }
+    EXPECT_EQ(translucent, 0);
+}
+
+TEST(Glass, hasAShadowThatEndsInsideItsMargin)
+{
+    gallery::Stage stage(sharedEngine(), sceneNamed("dial-software"));
+    const QImage picture = stage.picture();
+    // Where the window's height is not whole, the last row of its picture is covered in part.
+    const int last = picture.height() - 2;
+    int most = 0;
+    for (int x = 0; x < picture.width(); ++x)
+        most = std::max({most, qAlpha(picture.pixel(x, 0)), qAlpha(picture.pixel(x, last))});
+    for (int y = 0; y <= last; ++y)
+        most = std::max({most, qAlpha(picture.pixel(0, y)), qAlpha(picture.pixel(picture.width() - 1, y))});
+    EXPECT_LE(most, 1);
+}
 
 } // namespace
 } // namespace quenstal

@@ -1,8 +1,12 @@
 // What the toolkit's side of the seam translates: keys and symbols.
 
+#include "Contrast.hpp"
 #include "QuenstalQt/Artwork/Symbols.hpp"
 #include "QuenstalQt/Desktop/KeyEvents.hpp"
+#include "QuenstalQt/Tray/TrayStatusItem.hpp"
 #include "ViewFixture.hpp"
+
+#include <QPainter>
 
 namespace quenstal {
 namespace {
@@ -55,6 +59,30 @@ TEST_P(StatusSymbols, arePaintedInsideTheirSquareAtEverySizeOfATray)
         }
         EXPECT_GT(inked, pixels * pixels / 10) << pixels;
         EXPECT_EQ(onTheEdge, 0) << pixels;
+    }
+}
+
+TEST_P(StatusSymbols, canBeReadOnLightAndOnDarkBars)
+{
+    // As for any symbol that has to be told from its background.
+    constexpr double wanted = 3;
+    sharedEngine();
+    for (const StatusTint tint : {StatusTint::standard, StatusTint::secondaryLabel}) {
+        StatusButtonAppearance appearance;
+        appearance.symbolName = GetParam();
+        appearance.tint = tint;
+        const QImage symbol = statusImage(22, appearance);
+        for (const QColor& bar : {QColor(255, 255, 255), QColor(222, 222, 222), QColor(40, 40, 40), QColor(0, 0, 0)}) {
+            QImage shown(symbol.size(), QImage::Format_RGB32);
+            shown.fill(bar);
+            QPainter(&shown).drawImage(0, 0, symbol);
+            int readable = 0;
+            for (int y = 0; y < shown.height(); ++y) {
+                for (int x = 0; x < shown.width(); ++x)
+                    readable += contrast(shown.pixelColor(x, y), bar) >= wanted;
+            }
+            EXPECT_GE(readable, 40) << qPrintable(bar.name());
+        }
     }
 }
 

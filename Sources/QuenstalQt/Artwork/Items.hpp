@@ -17,7 +17,7 @@ class SymbolItem : public PaintedItem {
 
 public:
     using PaintedItem::PaintedItem;
-    void paint(QPainter* painter) override;
+    void paint(QPainter& painter, const Canvas& canvas) override;
 
 private:
     QString name_;
@@ -37,7 +37,7 @@ class GlassSurface : public PaintedItem {
 
 public:
     using PaintedItem::PaintedItem;
-    void paint(QPainter* painter) override;
+    void paint(QPainter& painter, const Canvas& canvas) override;
 
 private:
     qreal radius_ = 24;
@@ -56,7 +56,7 @@ class GlassPlate : public PaintedItem {
 
 public:
     using PaintedItem::PaintedItem;
-    void paint(QPainter* painter) override;
+    void paint(QPainter& painter, const Canvas& canvas) override;
 
 private:
     qreal radius_ = 16;
@@ -72,10 +72,28 @@ class GlassKnob : public PaintedItem {
 
 public:
     using PaintedItem::PaintedItem;
-    void paint(QPainter* painter) override;
+    void paint(QPainter& painter, const Canvas& canvas) override;
 
 private:
     bool dimmed_ = false;
+};
+
+/// The groove of a slider or a level, filled from one place to another. It lies as it is longer.
+class GlassGroove : public PaintedItem {
+    Q_OBJECT
+    /// Points from the left or the upper end, in either order.
+    Q_PROPERTY(qreal from MEMBER from_ NOTIFY lookChanged)
+    Q_PROPERTY(qreal to MEMBER to_ NOTIFY lookChanged)
+    Q_PROPERTY(QColor color MEMBER color_ NOTIFY lookChanged)
+
+public:
+    using PaintedItem::PaintedItem;
+    void paint(QPainter& painter, const Canvas& canvas) override;
+
+private:
+    qreal from_ = 0;
+    qreal to_ = 0;
+    QColor color_ = Qt::white;
 };
 
 /// The levels of both channels, each a column of lamps with a lamp that holds the peak and one on top for clipping.
@@ -92,7 +110,7 @@ class LevelMeters : public PaintedItem {
 
 public:
     explicit LevelMeters(QQuickItem* parent = nullptr);
-    void paint(QPainter* painter) override;
+    void paint(QPainter& painter, const Canvas& canvas) override;
 
 signals:
     void levelsChanged();
@@ -113,9 +131,16 @@ private:
         bool operator==(const Look&) const = default;
     };
 
-    static Lamps lampsFor(qreal level, qreal peak);
+    /// Lamps of whole picture elements, all alike: how many there are depends on the scale.
+    struct Column {
+        int count;
+        qreal pitch;
+    };
+
+    Column column() const;
+    Lamps lampsFor(qreal level, qreal peak) const;
     void show();
-    void paintColumn(QPainter& painter, qreal left, const Lamps& lamps) const;
+    void paintColumn(QPainter& painter, const Canvas& canvas, qreal left, const Lamps& lamps) const;
 
     qreal levelL_ = 0;
     qreal levelR_ = 0;

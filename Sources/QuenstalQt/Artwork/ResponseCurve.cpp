@@ -1,7 +1,5 @@
 #include "QuenstalQt/Artwork/ResponseCurve.hpp"
 
-#include <cmath>
-
 #include <QPainter>
 #include <QPainterPath>
 
@@ -16,19 +14,17 @@ QColor tinted(const QColor& color, int alpha)
 
 } // namespace
 
-void ResponseCurve::paintGrid(QPainter& painter) const
+void ResponseCurve::paintGrid(QPainter& painter, const Canvas& canvas) const
 {
     for (const int decibels : {-12, -6, 0, 6, 12}) {
-        const qreal y = std::floor(yOf(decibels)) + 0.5;
-        painter.setPen(QPen(QColor(255, 255, 255, decibels == 0 ? 50 : 18), 1));
-        painter.drawLine(QPointF(0, y), QPointF(width(), y));
+        const QRectF line(0, canvas.snapped(yOf(decibels)), canvas.bounds().width(), canvas.hairline());
+        painter.fillRect(line, QColor(255, 255, 255, decibels == 0 ? 50 : 18));
     }
 }
 
-void ResponseCurve::paint(QPainter* painter)
+void ResponseCurve::paint(QPainter& painter, const Canvas& canvas)
 {
-    painter->setRenderHint(QPainter::Antialiasing);
-    paintGrid(*painter);
+    paintGrid(painter, canvas);
     if (response_.size() < 2)
         return;
 
@@ -46,11 +42,11 @@ void ResponseCurve::paint(QPainter* painter)
     depth.setColorAt(0, tinted(color, 120));
     depth.setColorAt(0.5, tinted(color, 30));
     depth.setColorAt(1, tinted(color, 120));
-    painter->setClipRect(boundingRect());
-    painter->fillPath(area, depth);
+    painter.setClipRect(canvas.bounds());
+    painter.fillPath(area, depth);
     for (int ring = 3; ring >= 1; --ring)
-        painter->strokePath(curve, QPen(tinted(color, 22), 1.6 + ring * 3));
-    painter->strokePath(curve, QPen(color.lighter(118), 1.8, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+        painter.strokePath(curve, QPen(tinted(color, 22), 1.6 + ring * 3));
+    painter.strokePath(curve, QPen(color.lighter(118), 1.8, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
 }
 
 } // namespace quenstal

@@ -17,11 +17,11 @@ class ResponseCurve : public PaintedItem {
 
 public:
     using PaintedItem::PaintedItem;
-    void paint(QPainter* painter) override;
+    void paint(QPainter& painter, const Canvas& canvas) override;
 
 private:
     qreal yOf(qreal decibels) const { return height() / 2 * (1 - decibels / range_); }
-    void paintGrid(QPainter& painter) const;
+    void paintGrid(QPainter& painter, const Canvas& canvas) const;
 
     QList<qreal> response_;
     qreal range_ = 15;

@@ -54,7 +54,6 @@ public:
         , colors_(std::move(colors))
         , isLit_(isLit)
     {
-        painter_.setRenderHint(QPainter::Antialiasing);
     }
 
     void face()
@@ -201,14 +200,12 @@ void VolumeDial::setValue(int value)
     emit valueChanged();
 }
 
-void VolumeDial::paint(QPainter* painter)
+void VolumeDial::paint(QPainter& painter, const Canvas& canvas)
 {
     const bool isLit = active_ && controllable_ && !muted_;
     const qreal radius = size_ / 2 - stroke / 2 - 4;
     const qreal fraction = std::clamp(shown_ / 100, 0.0, 1.0);
-    // The square's centre in both axes; whole points keep the vertical hairlines sharp.
-    const QPointF center(width() / 2, height() / 2);
-    Drawing drawing(*painter, center, radius, fraction, arcColors(isLit, hardware_), isLit);
+    Drawing drawing(painter, canvas.bounds().center(), radius, fraction, arcColors(isLit, hardware_), isLit);
     drawing.face();
     drawing.tickMarks();
     drawing.track();

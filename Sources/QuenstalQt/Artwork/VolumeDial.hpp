@@ -32,7 +32,7 @@ public:
     void setValue(int value);
     bool isDragging() const { return dragging_; }
 
-    void paint(QPainter* painter) override;
+    void paint(QPainter& painter, const Canvas& canvas) override;
 
 signals:
     void valueChanged();

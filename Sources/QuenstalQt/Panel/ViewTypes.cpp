@@ -17,6 +17,7 @@ void registerViewTypes()
     qmlRegisterType<GlassSurface>(module, 1, 0, "GlassSurface");
     qmlRegisterType<GlassPlate>(module, 1, 0, "GlassPlate");
     qmlRegisterType<GlassKnob>(module, 1, 0, "GlassKnob");
+    qmlRegisterType<GlassGroove>(module, 1, 0, "GlassGroove");
     qmlRegisterType<LevelMeters>(module, 1, 0, "LevelMeters");
     qmlRegisterType<ResponseCurve>(module, 1, 0, "ResponseCurve");
     qmlRegisterType<VolumeDial>(module, 1, 0, "VolumeDial");

@@ -36,6 +36,12 @@ std::optional<Point> inPoints(int x, int y)
 
 } // namespace
 
+QImage statusImage(int pixels, const StatusButtonAppearance& appearance)
+{
+    const QColor& color = appearance.tint == StatusTint::standard ? standardColor : secondaryColor;
+    return symbolImage(pixels, QString::fromStdString(appearance.symbolName), color, contourColor);
+}
+
 TrayStatusItem::TrayStatusItem(StatusItemHandler& handler)
     : handler_(handler)
 {
@@ -146,11 +152,9 @@ void TrayStatusItem::showAppearance()
 
 QList<QImage> TrayStatusItem::images() const
 {
-    const QString symbol = QString::fromStdString(appearance_.symbolName);
-    const QColor& color = appearance_.tint == StatusTint::standard ? standardColor : secondaryColor;
     QList<QImage> pictures;
     for (const int pixels : {22, 44})
-        pictures << symbolImage(pixels, symbol, color, contourColor);
+        pictures << statusImage(pixels, appearance_);
     return pictures;
 }
 

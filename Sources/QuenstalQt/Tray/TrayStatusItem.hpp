@@ -5,11 +5,15 @@
 
 #include <memory>
 
+#include <QImage>
 #include <QObject>
 #include <QSystemTrayIcon>
 #include <QTimer>
 
 namespace quenstal {
+
+/// What the bar shows, for light and for dark bars alike: a program is not told which it is.
+QImage statusImage(int pixels, const StatusButtonAppearance& appearance);
 
 /// The status item in whatever tray there is: by the StatusNotifierItem protocol where a watcher takes it, else
 /// embedded in the bar's window. Without any tray the item reports one activation. Main thread.

@@ -39,36 +39,29 @@ Item {
         value = Qt.binding(() => shownValue)
     }
 
-    GlassPlate {
+    GlassGroove {
         x: (parent.width - width) / 2
-        y: slider.middle - 12 * slider.pointsPerDecibel - 2
+        y: slider.middle - height / 2
         width: 5
         height: 24 * slider.pointsPerDecibel + 4
-        radius: 2.5
-        color: Qt.rgba(0, 0, 0, 0.36)
-        rim: Qt.rgba(1, 1, 1, 0.10)
-    }
-    Rectangle {
-        x: (parent.width - width) / 2
-        y: slider.middle - Math.max(0, slider.shownValue) * slider.pointsPerDecibel
-        width: 3
-        height: Math.abs(slider.shownValue) * slider.pointsPerDecibel
-        radius: 1.5
+        from: height / 2
+        to: height / 2 - slider.shownValue * slider.pointsPerDecibel
         color: slider.active ? "#6aa8ff" : "#8b91a0"
     }
     GlassPlate {
         anchors.centerIn: knob
-        width: 30
-        height: 30
-        radius: 15
+        width: 31
+        height: 31
+        radius: width / 2
         visible: slider.chosen
         color: slider.active ? Qt.rgba(0.36, 0.62, 1, 0.26) : Qt.rgba(1, 1, 1, 0.16)
         rim: slider.activeFocus && Theme.showsFocus ? Theme.focus : "transparent"
     }
     GlassKnob {
         id: knob
-        width: 26
-        height: 26
+        // Odd, as the groove's width, so that both have their middle in the same place.
+        width: 27
+        height: 27
         x: (parent.width - width) / 2
         y: slider.middle - slider.shownValue * slider.pointsPerDecibel - height / 2
         dimmed: !slider.active

@@ -52,25 +52,15 @@ Item {
             font.weight: Font.DemiBold
             color: Theme.secondaryText
         }
-        GlassPlate {
+        GlassGroove {
             x: 54
             y: 38
             width: parent.width - x - 16
             height: 8
-            radius: 4
             visible: feedback.percent >= 0
-            sunken: true
-            color: Qt.rgba(0, 0, 0, 0.36)
-            rim: Qt.rgba(1, 1, 1, 0.10)
-
-            GlassPlate {
-                width: Math.max(height, parent.width * feedback.percent / 100)
-                height: 8
-                radius: 4
-                visible: feedback.percent > 0
-                color: feedback.muted ? Theme.disabled : "#58a6ff"
-                rim: Qt.rgba(1, 1, 1, 0.35)
-            }
+            // A little is shown as a dot.
+            to: feedback.percent > 0 ? Math.max(height, width * feedback.percent / 100) : 0
+            color: feedback.muted ? Theme.disabled : "#58a6ff"
         }
     }
 }

@@ -25,7 +25,7 @@ Item {
             required property string modelData
             // Under the middle of its meter.
             x: (index === 0 ? 4.5 : 18.5) - width / 2
-            y: parent.height + 10
+            y: parent.height + 12
             text: modelData
             font.pixelSize: 9
             font.weight: Font.DemiBold

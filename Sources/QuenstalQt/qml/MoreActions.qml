@@ -7,11 +7,12 @@ Item {
 
     required property PanelModel panel
 
-    Rectangle {
+    GlassPlate {
         anchors.fill: parent
         anchors.margins: 2
         radius: 22
         color: Qt.rgba(0.04, 0.04, 0.06, 0.55)
+        rim: "transparent"
 
         TapHandler {
             gesturePolicy: TapHandler.WithinBounds
@@ -66,12 +67,14 @@ Item {
                 width: parent.width
                 height: 11
 
-                Rectangle {
+                GlassPlate {
                     anchors.verticalCenter: parent.verticalCenter
                     x: 10
                     width: parent.width - 20
                     height: 1
+                    radius: 0
                     color: Qt.rgba(1, 1, 1, 0.11)
+                    rim: "transparent"
                 }
             }
             MenuEntry {

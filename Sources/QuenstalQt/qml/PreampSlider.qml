@@ -35,45 +35,38 @@ Item {
         value = Qt.binding(() => shownValue)
     }
 
-    GlassPlate {
+    GlassGroove {
         x: 8
         y: (parent.height - height) / 2
         width: parent.width - 16
-        height: 6
-        radius: 3
-        sunken: true
-        color: Qt.rgba(0, 0, 0, 0.34)
-        rim: Qt.rgba(1, 1, 1, 0.10)
-    }
-    Rectangle {
-        x: Math.min(slider.xOf(0), slider.xOf(slider.shownValue))
-        y: (parent.height - height) / 2
-        width: Math.abs(slider.xOf(slider.shownValue) - slider.xOf(0))
-        height: 3
-        radius: 1.5
+        height: 5
+        from: slider.xOf(0) - x
+        to: slider.xOf(slider.shownValue) - x
         color: slider.active ? "#6aa8ff" : "#8b91a0"
     }
     // Where the preamp changes nothing.
-    Rectangle {
-        x: Math.round(slider.xOf(0)) - 1
+    GlassPlate {
+        x: slider.xOf(0) - width / 2
         y: parent.height / 2 + 7
         width: 1
         height: 4
+        radius: 0
         color: Qt.rgba(1, 1, 1, 0.35)
+        rim: "transparent"
     }
     GlassPlate {
         anchors.centerIn: knob
-        width: 30
-        height: 30
-        radius: 15
+        width: 31
+        height: 31
+        radius: width / 2
         visible: slider.activeFocus && Theme.showsFocus
         color: Qt.rgba(0.36, 0.62, 1, 0.24)
         rim: Theme.focus
     }
     GlassKnob {
         id: knob
-        width: 26
-        height: 26
+        width: 27
+        height: 27
         x: slider.xOf(slider.shownValue) - width / 2
         y: (parent.height - height) / 2
         dimmed: !slider.active

@@ -7,11 +7,12 @@ FocusScope {
 
     required property Question question
 
-    Rectangle {
+    GlassPlate {
         anchors.fill: parent
         anchors.margins: 2
         radius: 22
         color: Qt.rgba(0.03, 0.03, 0.05, 0.62)
+        rim: "transparent"
 
         // Nothing behind the sheet is reached.
         MouseArea {

@@ -91,19 +91,22 @@ QImage Stage::picture()
     return transparentPicture(window_);
 }
 
-QImage feedbackPicture(QQmlEngine& engine, const KeyFeedback& feedback)
-{
-    QQuickWindow window;
-    auto root = makeView(engine, "KeyFeedback",
+FeedbackStage::FeedbackStage(QQmlEngine& engine, const KeyFeedback& feedback)
+    : root_(makeView(engine, "KeyFeedback",
         {{"margin", shadowMargin}, {"symbol", QString::fromStdString(feedback.symbolName)},
             {"title", PanelModel::shown(feedback.title)}, {"text", PanelModel::shown(feedback.text)},
-            {"percent", feedback.percent.value_or(-1)}, {"muted", feedback.symbolName == "speaker.slash.fill"}});
-    window.resize(300 + 2 * shadowMargin, 60 + 2 * shadowMargin);
-    root->setParentItem(window.contentItem());
-    root->setSize(window.size());
-    window.show();
+            {"percent", feedback.percent.value_or(-1)}, {"muted", feedback.symbolName == "speaker.slash.fill"}}))
+{
+    window_.resize(300 + 2 * shadowMargin, 60 + 2 * shadowMargin);
+    root_->setParentItem(window_.contentItem());
+    root_->setSize(window_.size());
+    window_.show();
     QGuiApplication::processEvents();
-    return transparentPicture(window);
+}
+
+QImage FeedbackStage::picture()
+{
+    return transparentPicture(window_);
 }
 
 } // namespace quenstal::gallery

@@ -41,8 +41,19 @@ private:
     std::unique_ptr<QQuickItem> root_;
 };
 
-/// The feedback bar as a picture.
-QImage feedbackPicture(QQmlEngine& engine, const KeyFeedback& feedback);
+/// The feedback bar.
+class FeedbackStage {
+public:
+    FeedbackStage(QQmlEngine& engine, const KeyFeedback& feedback);
+
+    QImage picture();
+    QQuickWindow& window() { return window_; }
+    QQuickItem& root() { return *root_; }
+
+private:
+    QQuickWindow window_;
+    std::unique_ptr<QQuickItem> root_;
+};
 
 /// Makes a view of the module; ends the program with the errors when it cannot be made.
 std::unique_ptr<QQuickItem> makeView(QQmlEngine& engine, const char* name, const QVariantMap& properties);

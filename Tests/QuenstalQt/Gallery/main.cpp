@@ -117,7 +117,7 @@ int main(int argc, char** argv)
     for (const gallery::Scene& scene : gallery::scenes())
         run.take(QString::fromStdString(scene.name), [&] { return gallery::Stage(engine, scene).picture(); });
     for (const auto& [name, feedback] : gallery::feedbacks())
-        run.take(QString::fromStdString(name), [&] { return gallery::feedbackPicture(engine, feedback); });
+        run.take(QString::fromStdString(name), [&] { return gallery::FeedbackStage(engine, feedback).picture(); });
     takeGermanScenes(run, engine);
     return run.finish();
 }
