@@ -20,6 +20,9 @@ using namespace std::chrono_literals;
 using testing::ElementsAre;
 
 struct QtRunLoopTest : testing::Test {
+    /// What was cancelled last has no later turn to go in.
+    ~QtRunLoopTest() override { QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete); }
+
     /// Runs the toolkit's loop until it holds, for five seconds at most.
     static bool eventually(const std::function<bool()>& holds)
     {
