@@ -51,7 +51,11 @@ void AppDelegate::applicationDidFinishLaunching()
         isEnabled ? tap->start() : tap->stop();
     };
     applyTapPolicy();
-    statusController_->onStateChanged = [this](const QuenstalState& state) { tapPolicyMayHaveChanged(state); };
+    statusController_->onStateChanged = [this](const QuenstalState& state) {
+        tapPolicyMayHaveChanged(state);
+        if (onFindingsChanged)
+            onFindingsChanged();
+    };
     observeWorkspace();
     observeMachine();
 }
@@ -110,6 +114,13 @@ void AppDelegate::wake()
         tapShouldRun_ ? mediaKeyTap_->restart() : mediaKeyTap_->stop();
     if (statusController_)
         statusController_->scheduleRefresh();
+}
+
+Findings AppDelegate::findings() const
+{
+    requireMainThread();
+    return {controller_->state(), statusController_->viewState().mediaKeyCaptureActive(), platform_.trust.advice(),
+        platform_.displayBusHealth.problems()};
 }
 
 void AppDelegate::applicationShouldReopen()

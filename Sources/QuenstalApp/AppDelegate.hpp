@@ -1,5 +1,6 @@
 #pragma once
 
+#include "QuenstalApp/Findings.hpp"
 #include "QuenstalApp/MediaKeyTap.hpp"
 #include "QuenstalApp/StatusMenuController.hpp"
 #include "QuenstalCore/QuenstalController.hpp"
@@ -13,6 +14,7 @@
 #include "QuenstalPlatform/RunLoop.hpp"
 #include "QuenstalPlatform/Trust.hpp"
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -53,6 +55,11 @@ public:
     void applicationWillTerminate();
     /// The program was started a second time: shows what is running already.
     void applicationShouldReopen();
+
+    /// Only after launching has finished.
+    Findings findings() const;
+    /// Called whenever `findings` may have become others.
+    std::function<void()> onFindingsChanged;
 
     /// None before launching has finished.
     const std::shared_ptr<QuenstalController>& controller() const { return controller_; }

@@ -1,6 +1,9 @@
 // Puts the program together on Linux: the machine's parts, the toolkit, and the delegate that lives between them.
 
 #include "QuenstalApp/AppDelegate.hpp"
+#include "QuenstalApp/CommandLine.hpp"
+#include "QuenstalApp/Findings.hpp"
+#include "QuenstalApp/FindingsTeller.hpp"
 #include "QuenstalLinux/Audio/LinuxAudio.hpp"
 #include "QuenstalLinux/Desktop/X11Screens.hpp"
 #include "QuenstalLinux/Desktop/X11WindowSystem.hpp"
@@ -22,18 +25,50 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include <span>
+
 namespace quenstal {
 namespace {
+
+using Request = CommandLine::Request;
+
+/// The status of a program that was started in a way that it does not know.
+constexpr int usageFailure = 2;
+
+bool isSet(const char* variable)
+{
+    const char* value = std::getenv(variable);
+    return value && *value;
+}
 
 /// Below a Wayland desktop the X server sees no keys but those of its own programs.
 bool isWaylandSession()
 {
-    const char* display = std::getenv("WAYLAND_DISPLAY");
-    return display && *display;
+    return isSet("WAYLAND_DISPLAY");
+}
+
+/// The toolkit has no word for a missing desktop, it only aborts.
+bool isDesktopSession()
+{
+    return isWaylandSession() || isSet("DISPLAY") || isSet("QT_QPA_PLATFORM");
+}
+
+MendingCommands mendingCommands()
+{
+    // Where the package is installed, only a new login gives what is missing; the advice says so.
+    const bool isInstalled = std::filesystem::exists("/usr/lib/udev/rules.d/70-quenstal-i2c.rules");
+    return {"systemctl --user start pipewire.service wireplumber.service", isInstalled ? "" : "./package install"};
+}
+
+void print(std::string_view text)
+{
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    std::fflush(stdout);
 }
 
 std::string currentSeat()
@@ -101,8 +136,32 @@ private:
     LinuxTrust trust_;
 };
 
-int run(int argc, char** argv)
+int report()
 {
+    const auto words = reportOfRunningInstance();
+    print(words.value_or("Quenstal does not run in this session.\n"));
+    return words ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+/// What a second start does: there is one instance a session.
+int standBack(SingleInstance& instance, Request request)
+{
+    if (request == Request::startInBackground)
+        return EXIT_SUCCESS;
+    const bool isShown = instance.activateFirst();
+    if (request == Request::startAndTell) {
+        print("Quenstal runs already in this session.\n");
+        report();
+    }
+    return isShown ? EXIT_SUCCESS : EXIT_FAILURE;
+}
+
+int start(int& argc, char** argv, Request request)
+{
+    if (!isDesktopSession()) {
+        std::fputs("Quenstal cannot run: there is no desktop session here.\n", stderr);
+        return EXIT_FAILURE;
+    }
     // Before anything that starts a thread.
     TerminationSignals termination;
     QtToolkit toolkit(argc, argv);
@@ -110,7 +169,7 @@ int run(int argc, char** argv)
     BusConnection sessionBus(runLoop, BusConnection::Which::session);
     SingleInstance instance(sessionBus);
     if (!instance.isFirst())
-        return instance.activateFirst() ? EXIT_SUCCESS : EXIT_FAILURE;
+        return standBack(instance, request);
 
     LinuxMachine machine(runLoop, sessionBus);
     AppDelegate delegate(machine.platform(runLoop));
@@ -118,9 +177,43 @@ int run(int argc, char** argv)
     const Cancellation ending = termination.onSignal(runLoop, [&machine] { machine.desktop().terminate(); });
     delegate.applicationDidFinishLaunching();
     machine.reportPreferences();
+
+    const auto findings = [&delegate] { return inPlainWords(delegate.findings(), mendingCommands()); };
+    instance.onReportAsked(findings);
+    FindingsTeller teller(runLoop, findings, print);
+    if (request == Request::startAndTell) {
+        delegate.onFindingsChanged = [&teller] { teller.mayHaveChanged(); };
+        teller.mayHaveChanged();
+    }
     const int status = toolkit.run();
+    delegate.onFindingsChanged = nullptr;
     delegate.applicationWillTerminate();
     return status;
+}
+
+int run(int argc, char** argv)
+{
+    const auto [request, unknown]
+        = readCommandLine(std::span<const char* const>(argv, static_cast<std::size_t>(argc)).subspan(argc > 0 ? 1 : 0));
+    if (!unknown.empty()) {
+        std::fprintf(stderr, "quenstal: %s is not known; see quenstal --help\n", unknown.c_str());
+        return usageFailure;
+    }
+    switch (request) {
+    case Request::help:
+        print(commandLineHelp());
+        return EXIT_SUCCESS;
+    case Request::version:
+        print("Quenstal " QUENSTAL_VERSION "\n");
+        return EXIT_SUCCESS;
+    case Request::report:
+        return report();
+    case Request::start:
+    case Request::startInBackground:
+    case Request::startAndTell:
+        break;
+    }
+    return start(argc, argv, request);
 }
 
 } // namespace

@@ -86,6 +86,26 @@ TEST_F(JourneyTest, onAMonitorTheKeysMoveItsSpeakersOverDDC)
     EXPECT_EQ(machine.taps.liveObjects(), 0u);
 }
 
+TEST_F(JourneyTest, whatWasFoundIsToldAsItChanges)
+{
+    machine.plugInSpeakers();
+    machine.trust.setTrusted(false);
+    machine.launch();
+    std::vector<bool> captured;
+    machine.delegate->onFindingsChanged = [&] { captured.push_back(machine.delegate->findings().areKeysCaptured); };
+    EXPECT_FALSE(machine.delegate->findings().areKeysCaptured);
+    EXPECT_EQ(machine.delegate->findings().state.outputDevice->name, "Speakers");
+
+    machine.trust.setTrusted(true);
+    machine.trust.tellOfChange();
+    machine.loop.runUntilIdle();
+    EXPECT_THAT(captured, ElementsAre(true));
+    machine.busHealth.setProblems({{DisplayBusProblem::Kind::accessDenied, "/dev/i2c-5", "Left", ""}});
+    machine.loop.runUntilIdle();
+    EXPECT_EQ(captured.size(), 2u);
+    EXPECT_EQ(machine.delegate->findings().monitorProblems.size(), 1u);
+}
+
 TEST_F(JourneyTest, onAMonitorWithoutDDCTheKeysMoveTheSoftwareGain)
 {
     machine.plugInMonitorOutput();

@@ -3,7 +3,10 @@
 #include "QuenstalLinux/Session/BusConnection.hpp"
 #include "QuenstalPlatform/RunLoop.hpp"
 
+#include <functional>
 #include <memory>
+#include <optional>
+#include <string>
 
 namespace quenstal {
 
@@ -22,6 +25,8 @@ public:
     bool activateFirst();
     /// Runs the task whenever another start, or the desktop, asks this instance to show itself.
     void onActivated(RunLoop::Task task) { activated_ = std::move(task); }
+    /// Answers whoever asks this instance what it found.
+    void onReportAsked(std::function<std::string()> report) { report_ = std::move(report); }
 
 private:
     struct ReleaseSlot {
@@ -29,12 +34,19 @@ private:
     };
 
     static int activate(sd_bus_message* message, void* userData, sd_bus_error* error);
+    static int report(sd_bus_message* message, void* userData, sd_bus_error* error);
     static int ignore(sd_bus_message* message, void* userData, sd_bus_error* error);
 
     BusConnection& sessionBus_;
     std::unique_ptr<sd_bus_slot, ReleaseSlot> object_;
+    std::unique_ptr<sd_bus_slot, ReleaseSlot> reports_;
     bool isFirst_ = true;
     RunLoop::Task activated_;
+    std::function<std::string()> report_;
 };
+
+/// What the instance of this session found, asked over a connection of its own: there is no run loop yet. None when
+/// there is no instance, or when it does not answer; none is started.
+std::optional<std::string> reportOfRunningInstance();
 
 } // namespace quenstal

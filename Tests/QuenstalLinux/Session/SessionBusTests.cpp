@@ -6,8 +6,11 @@
 #include "Support/Eventually.hpp"
 #include "Support/PrivateXServer.hpp"
 
+#include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <functional>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -131,6 +134,25 @@ TEST_F(SessionBusTest, theSecondInstanceIsToldSoAndShowsTheFirst)
     secondProcess.join();
     EXPECT_FALSE(secondIsFirst);
     EXPECT_TRUE(isAnswered);
+}
+
+TEST_F(SessionBusTest, theInstanceAnswersWhatItFound)
+{
+    setenv("DBUS_SESSION_BUS_ADDRESS", bus.address().c_str(), 1);
+    EXPECT_EQ(reportOfRunningInstance(), std::nullopt);
+
+    BusConnection connection(loop, bus.address());
+    SingleInstance instance(connection);
+    instance.onReportAsked([] { return "two lines\nof words\n"; });
+    std::optional<std::string> answer;
+    std::atomic<bool> isAnswered = false;
+    std::thread asking([&] {
+        answer = reportOfRunningInstance();
+        isAnswered = true;
+    });
+    EXPECT_TRUE(eventually([&] { return isAnswered.load(); }));
+    asking.join();
+    EXPECT_EQ(answer, "two lines\nof words\n");
 }
 
 TEST_F(SessionBusTest, whenTheFirstHasEndedTheNextIsTheFirst)

@@ -1,0 +1,201 @@
+// What the program says about itself at a terminal, and when.
+
+#include "QuenstalApp/Findings.hpp"
+#include "QuenstalApp/FindingsTeller.hpp"
+#include "QuenstalSimulation/SimulatedRunLoop.hpp"
+
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace quenstal {
+namespace {
+
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+const MendingCommands commands{"start the sound", "give access"};
+
+/// A monitor on HDMI that takes its own volume, and captured keys.
+Findings monitorFindings()
+{
+    Findings findings;
+    findings.state.outputDevice = AudioOutputDevice{"42", "Desk Monitor", AudioTransport::hdmi, false, "uid"};
+    findings.state.displayTarget = DisplayControlTarget{"7", "DESK 27", true, true};
+    findings.state.permissions = PermissionState::allGranted();
+    findings.state.mode = ControlMode::hardwareDDC("7");
+    findings.areKeysCaptured = true;
+    return findings;
+}
+
+DiagnosticIssue issue(DiagnosticCode code)
+{
+    return {code, DiagnosticSeverity::info, "Never shown.", std::nullopt};
+}
+
+TEST(FindingsTest, aMonitorThatTakesItsOwnVolume)
+{
+    EXPECT_EQ(inPlainWords(monitorFindings(), commands),
+        "Output:   Desk Monitor, over HDMI\n"
+        "Volume:   Monitor hardware: the output has a fixed volume, and DESK 27 takes its own over DDC/CI.\n"
+        "Keys:     captured: mute, volume down and volume up.\n"
+        "Missing:  nothing.\n");
+}
+
+TEST(FindingsTest, noKeyPressChangesTheWords)
+{
+    Findings findings = monitorFindings();
+    const std::string before = inPlainWords(findings, commands);
+    findings.state.volume = {0.1, true};
+    EXPECT_EQ(inPlainWords(findings, commands), before);
+}
+
+TEST(FindingsTest, withoutAnOutputTheSoundServerIsMissing)
+{
+    Findings findings;
+    findings.state.mode = ControlMode::unavailable(UnavailableReason::noOutputDevice);
+    findings.areKeysCaptured = true;
+    EXPECT_EQ(inPlainWords(findings, commands),
+        "Output:   none\n"
+        "Volume:   Unavailable: there is no output.\n"
+        "Keys:     captured: mute, volume down and volume up.\n"
+        "Missing:  A sound server with an output.\n"
+        "            start the sound\n");
+}
+
+struct PathRow {
+    std::string name;
+    ControlMode mode;
+    std::vector<DiagnosticCode> codes;
+    std::string words;
+};
+
+struct FindingsPathTest : testing::TestWithParam<PathRow> { };
+
+TEST_P(FindingsPathTest, isExplained)
+{
+    Findings findings = monitorFindings();
+    findings.state.mode = GetParam().mode;
+    for (const DiagnosticCode code : GetParam().codes)
+        findings.state.diagnostics.push_back(issue(code));
+    EXPECT_THAT(inPlainWords(findings, commands), HasSubstr("\nVolume:   " + GetParam().words + "\n"));
+}
+
+using enum UnavailableReason;
+const std::vector<PathRow> paths{
+    {"system", ControlMode::systemVolume("42"), {}, "System volume: the output has a volume of its own."},
+    {"softwareForWantOfDDC", ControlMode::softwareTap("42"), {DiagnosticCode::ddcUnavailable},
+        "Software volume: the output has a fixed volume, and the monitor offers none over DDC/CI."},
+    {"softwareAfterAFailure", ControlMode::softwareTap("42"), {DiagnosticCode::ddcCommandFailed},
+        "Software volume: the monitor did not take a command over DDC/CI."},
+    {"softwareByChoice", ControlMode::softwareTap("42"), {DiagnosticCode::softwareFallbackActive},
+        "Software volume: it was chosen for this output in the panel."},
+    {"fixed", ControlMode::unavailable(fixedVolumeDeviceUnsupported), {},
+        "Unavailable: the output has a fixed volume and is no monitor."},
+    {"capture", ControlMode::unavailable(systemAudioCapturePermissionMissing), {},
+        "Unavailable: the monitor offers no volume, and the sound server does not let Quenstal make one."},
+    {"noFallback", ControlMode::unavailable(softwareFallbackUnavailable), {},
+        "Unavailable: the monitor offers no volume, and none can be made for this output in software."},
+    {"disabled", ControlMode::disabled(), {}, "Disabled: Quenstal is switched off in its panel."},
+};
+
+INSTANTIATE_TEST_SUITE_P(
+    Paths, FindingsPathTest, testing::ValuesIn(paths), [](const auto& row) { return row.param.name; });
+
+TEST(FindingsTest, everyTransportHasItsWords)
+{
+    for (const auto& row : EnumerationTable<AudioTransport>::rows) {
+        Findings findings = monitorFindings();
+        findings.state.outputDevice->transport = row.value;
+        EXPECT_THAT(inPlainWords(findings, commands), Not(HasSubstr("Desk Monitor, \n"))) << row.rawValue;
+    }
+}
+
+TEST(FindingsTest, keysThatAreNotCapturedComeWithWhatToDo)
+{
+    Findings findings = monitorFindings();
+    findings.areKeysCaptured = false;
+    findings.captureAdvice = "Free the keys.";
+    EXPECT_THAT(inPlainWords(findings, commands),
+        EndsWith("Keys:     not captured.\n"
+                 "Missing:  Free the keys.\n"));
+}
+
+TEST(FindingsTest, switchedOffNothingIsMissing)
+{
+    Findings findings = monitorFindings();
+    findings.areKeysCaptured = false;
+    findings.state.isEnabled = false;
+    EXPECT_THAT(inPlainWords(findings, commands),
+        EndsWith("Keys:     the desktop's own, while Quenstal is switched off.\n"
+                 "Missing:  nothing.\n"));
+}
+
+TEST(FindingsTest, oneCommandGivesAccessToAllMonitors)
+{
+    using Kind = DisplayBusProblem::Kind;
+    Findings findings = monitorFindings();
+    findings.monitorProblems = {{Kind::accessDenied, "/dev/i2c-5", "Left", "Install the rule."},
+        {Kind::notAnswering, "", "Right", "Load the module."}};
+    EXPECT_THAT(inPlainWords(findings, commands),
+        EndsWith("Missing:  Left: no access to /dev/i2c-5.\n"
+                 "          Right cannot be reached over DDC/CI.\n"
+                 "            give access\n"));
+}
+
+TEST(FindingsTest, withoutTheCommandItsRemedyIsTold)
+{
+    Findings findings = monitorFindings();
+    findings.monitorProblems = {{DisplayBusProblem::Kind::accessDenied, "/dev/i2c-5", "Left", "Log in again."}};
+    EXPECT_THAT(inPlainWords(findings, {}), EndsWith("Missing:  Left: no access to /dev/i2c-5. Log in again.\n"));
+}
+
+TEST(FindingsTest, aMonitorThatIsOddComesWithItsOwnRemedyAndNoCommand)
+{
+    using Kind = DisplayBusProblem::Kind;
+    Findings findings = monitorFindings();
+    findings.monitorProblems = {{Kind::notAnswering, "/dev/i2c-5", "Left", "Switch it on."},
+        {Kind::writesRefused, "/dev/i2c-6", "Right", ""}, {Kind::stuck, "/dev/i2c-7", "Third", "Unplug it."},
+        {Kind::notAnswering, "", "Fourth", ""}};
+    EXPECT_THAT(inPlainWords(findings, commands),
+        EndsWith("Missing:  Left tells no volume over /dev/i2c-5. Switch it on.\n"
+                 "          Right takes no volume over /dev/i2c-6.\n"
+                 "          Third: the driver of /dev/i2c-7 hangs. Unplug it.\n"
+                 "          Fourth cannot be reached over DDC/CI.\n"));
+}
+
+struct FindingsTellerTest : testing::Test {
+    SimulatedRunLoop loop;
+    std::string words = "one";
+    std::vector<std::string> told;
+    FindingsTeller teller{loop, [this] { return words; }, [this](const std::string& text) { told.push_back(text); }};
+};
+
+TEST_F(FindingsTellerTest, waitsUntilThingsHaveSettled)
+{
+    teller.mayHaveChanged();
+    loop.advance(FindingsTeller::settling / 2);
+    EXPECT_THAT(told, IsEmpty());
+    words = "two";
+    teller.mayHaveChanged();
+    loop.advance(FindingsTeller::settling);
+    EXPECT_THAT(told, ElementsAre("two"));
+}
+
+TEST_F(FindingsTellerTest, tellsOnlyWhatReadsDifferently)
+{
+    for (const char* next : {"one", "one", "two", "one"}) {
+        words = next;
+        teller.mayHaveChanged();
+        loop.advance(FindingsTeller::settling);
+    }
+    EXPECT_THAT(told, ElementsAre("one", "two", "one"));
+}
+
+} // namespace
+} // namespace quenstal
