@@ -1,0 +1,49 @@
+# The Debian package: what CPack is told, and the files that only it has.
+
+# Whoever builds the package answers for it.
+set(QUENSTAL_MAINTAINER "The Quenstal developers <developers@quenstal.app>" CACHE STRING "Maintainer of the package")
+
+execute_process(COMMAND date --utc --rfc-email --date=${release_date}
+    OUTPUT_VARIABLE release_time OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+configure_file(debian/changelog.in ${made}/debian/changelog @ONLY)
+quenstal_compressed(${made}/debian/changelog changelog.Debian)
+install(FILES ${made}/changelog.Debian.gz ${made}/changelog.gz debian/copyright
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/quenstal)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME quenstal)
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGE_DIRECTORY ${CMAKE_BINARY_DIR})
+set(CPACK_SET_DESTDIR ON)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+set(CPACK_DEBIAN_PACKAGE_MAINTAINER ${QUENSTAL_MAINTAINER})
+set(CPACK_DEBIAN_PACKAGE_SECTION sound)
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# The views import QtQuick; no library names its module.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "qml6-module-qtquick, systemd | systemd-standalone-sysusers")
+# A bus to be one a session on; who decides whether the key service may be used; the sound server whose outputs are
+# controlled; the font the panel is drawn for; and windows where there is no X server.
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS
+    "default-dbus-session-bus | dbus-session-bus, polkitd, pipewire, wireplumber, fonts-inter, qt6-wayland")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "volume keys for monitors that play sound")
+set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
+"Quenstal makes the keyboard's volume keys work for monitors on HDMI and
+DisplayPort, which desktops see as outputs of a fixed volume. Each press goes
+to the monitor's own speakers over DDC/CI, or through a gain, an equaliser and
+meters in software; outputs that have a volume of their own keep it.
+.
+It lives in the tray and opens a small panel with a dial and an equaliser.")
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA
+    ${CMAKE_CURRENT_SOURCE_DIR}/debian/conffiles
+    ${CMAKE_CURRENT_SOURCE_DIR}/debian/postinst
+    ${CMAKE_CURRENT_SOURCE_DIR}/debian/postrm
+    ${CMAKE_CURRENT_SOURCE_DIR}/debian/prerm)
+include(CPack)
