@@ -4,10 +4,13 @@
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
-# packages_listed all|app: the names in tools/packages.txt, for everything or for the application alone.
+# packages_listed all|app|GROUP: the names in tools/packages.txt, for everything, for the application alone, or of one
+# group.
 packages_listed() {
     awk -v wanted="$1" '
-        /^# [a-z-]+:/ { left_out = wanted == "app" && $3 == "tests" && $4 ~ /^only/ }
+        /^# [a-z-]+:/ {
+            left_out = wanted == "app" ? $3 == "tests" && $4 ~ /^only/ : wanted != "all" && $2 != wanted ":"
+        }
         /^[?a-z]/ && !left_out { print $1 }' "$root/tools/packages.txt"
 }
 
@@ -29,7 +32,7 @@ apt_install() {
         -o DPkg::Lock::Timeout=300 "$@" >>"$root/build/install.log" 2>&1
 }
 
-# ensure_packages all|app: installs what is listed and missing. Asks dpkg first, so that it is quick when there is
+# ensure_packages all|app|GROUP: installs what is listed and missing. Asks dpkg first, so that it is quick when there is
 # nothing to do. Ends the script when something that is needed cannot be had.
 ensure_packages() {
     local listed missing needed=() optional=() name

@@ -83,6 +83,10 @@ class Packages(unittest.TestCase):
         self.ensure("app")
         self.assertEqual(self.installed_by_apt(), [["compiler", "toolkit"]])
 
+    def test_one_group_can_be_asked_for_alone(self):
+        self.ensure("panel")
+        self.assertEqual(self.installed_by_apt(), [["toolkit"]])
+
     def test_a_package_that_cannot_be_had_ends_the_run_with_its_reason(self):
         self.machine(installed=[], available=["compiler"])
         output = self.ensure()

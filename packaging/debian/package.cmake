@@ -9,6 +9,7 @@ configure_file(debian/changelog.in ${made}/debian/changelog @ONLY)
 quenstal_compressed(${made}/debian/changelog changelog.Debian)
 install(FILES ${made}/changelog.Debian.gz ${made}/changelog.gz debian/copyright
     DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/quenstal)
+install(FILES debian/lintian-overrides RENAME quenstal DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME quenstal)
