@@ -102,6 +102,44 @@ class Includes(Check):
         self.assertFalse(self.run_check("check_includes")[1])
 
 
+class Names(Check):
+    FIRST = "namespace quenstal {\n\nclass Tap final : public Interface {\n};\n\n} // namespace quenstal\n"
+    OF_ITS_OWN = [
+        "namespace quenstal {\nnamespace {\n\nclass Tap {\n};\n\n} // namespace\n} // namespace quenstal\n",
+        "namespace other {\n\nclass Tap {\n};\n\n} // namespace other\n",
+        "namespace quenstal {\n\nclass Tap;\nclass Owner::Tap {\n};\nclass Tapped {\n};\n\n} // namespace quenstal\n",
+        "namespace quenstal {\n\ntemplate <>\nstruct Table<Tap> {\n};\n\n} // namespace quenstal\n",
+    ]
+    ONCE_MORE = [
+        "namespace quenstal {\n\nstruct Tap {\n};\n\n} // namespace quenstal\n",
+        "namespace quenstal {\n\nenum class Tap { open };\n\n} // namespace quenstal\n",
+        "namespace quenstal {\n\ntemplate <typename T>\nclass Tap {\n};\n\n} // namespace quenstal\n",
+        "namespace quenstal {\n\nclass Tap\n    : public A\n    , public B {\n};\n\n} // namespace quenstal\n",
+        "namespace quenstal {\nnamespace {\nint a = 0;\n} // namespace\n\nclass Tap {\n};\n} // namespace quenstal\n",
+    ]
+
+    def names(self, second):
+        self.write("Sources/Room/A.hpp", self.FIRST)
+        self.write("Tests/Room/B.cpp", second)
+        return self.run_check("check_names")
+
+    def test_a_name_hidden_or_of_another_kind_is_its_own(self):
+        for second in self.OF_ITS_OWN:
+            with self.subTest(second=second):
+                output, held = self.names(second)
+                self.assertTrue(held, output)
+
+    def test_a_second_definition_is_named_with_both_its_places(self):
+        for second in self.ONCE_MORE:
+            with self.subTest(second=second):
+                output, held = self.names(second)
+                self.assertFalse(held)
+                self.assertIn("quenstal::Tap is defined in Sources/Room/A.hpp and in Tests/Room/B.cpp", output)
+
+    def test_a_folder_without_types_does_not_pass(self):
+        self.assertFalse(self.run_check("check_names")[1])
+
+
 class Format(Check):
     def setUp(self):
         super().setUp()
