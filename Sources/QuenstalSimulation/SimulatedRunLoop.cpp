@@ -7,7 +7,7 @@
 
 namespace quenstal {
 
-/// Takes its entry out of the loop when it goes. The loop outlives it.
+/// Takes its watch out of the loop when it goes. The loop outlives it.
 class SimulatedRunLoop::Registration final : public Interface {
 public:
     Registration(SimulatedRunLoop& loop, Key key)
@@ -15,11 +15,7 @@ public:
         , key_(key)
     {
     }
-    ~Registration() override
-    {
-        loop_.timers_.erase(key_);
-        loop_.watches_.erase(key_);
-    }
+    ~Registration() override { loop_.watches_.erase(key_); }
 
 private:
     SimulatedRunLoop& loop_;
@@ -31,32 +27,20 @@ SimulatedRunLoop::SimulatedRunLoop()
 {
 }
 
-void SimulatedRunLoop::post(Task task)
-{
-    const std::lock_guard lock(mutex_);
-    posted_.push_back(std::move(task));
-}
-
 Cancellation SimulatedRunLoop::after(Duration delay, Task task)
 {
-    return addTimer(delay, {}, std::move(task));
+    return pending_.addTimer(steadyNow() + delay, {}, std::move(task));
 }
 
 Cancellation SimulatedRunLoop::repeat(Duration interval, Task task)
 {
-    return addTimer(interval, interval, std::move(task));
-}
-
-Cancellation SimulatedRunLoop::addTimer(Duration delay, Duration interval, Task task)
-{
-    timers_.emplace(++nextKey_, Timer{steadyNow() + delay, interval, std::move(task)});
-    return std::make_unique<Registration>(*this, nextKey_);
+    return pending_.addTimer(steadyNow() + interval, interval, std::move(task));
 }
 
 Cancellation SimulatedRunLoop::watchReadable(int descriptor, Task task)
 {
-    watches_.emplace(++nextKey_, Watch{descriptor, std::move(task)});
-    return std::make_unique<Registration>(*this, nextKey_);
+    watches_.emplace(++lastKey_, Watch{descriptor, std::move(task)});
+    return std::make_unique<Registration>(*this, lastKey_);
 }
 
 RunLoop::SteadyTime SimulatedRunLoop::steadyNow() const
@@ -83,7 +67,7 @@ bool SimulatedRunLoop::isMainThread() const
 
 bool SimulatedRunLoop::runOneTurn()
 {
-    return runPosted() || runDueTimer() || runReadable();
+    return pending_.runPosted() || pending_.runDueTimer(steadyNow()) || runReadable();
 }
 
 void SimulatedRunLoop::runUntilIdle()
@@ -95,49 +79,15 @@ void SimulatedRunLoop::advance(Duration duration)
 {
     const SteadyTime end = steadyNow() + duration;
     runUntilIdle();
-    for (auto timer = earliestTimer(); timer != timers_.end() && timer->second.due <= end; timer = earliestTimer()) {
+    for (auto due = pending_.nextDue(); due && *due <= end; due = pending_.nextDue()) {
         {
             const std::lock_guard lock(mutex_);
-            now_ = std::max(now_, timer->second.due);
+            now_ = std::max(now_, *due);
         }
         runUntilIdle();
     }
     const std::lock_guard lock(mutex_);
     now_ = end;
-}
-
-bool SimulatedRunLoop::runPosted()
-{
-    Task task;
-    {
-        const std::lock_guard lock(mutex_);
-        if (posted_.empty())
-            return false;
-        task = std::move(posted_.front());
-        posted_.pop_front();
-    }
-    task();
-    return true;
-}
-
-std::map<SimulatedRunLoop::Key, SimulatedRunLoop::Timer>::iterator SimulatedRunLoop::earliestTimer()
-{
-    return std::ranges::min_element(timers_, {}, [](const auto& entry) { return entry.second.due; });
-}
-
-bool SimulatedRunLoop::runDueTimer()
-{
-    const auto entry = earliestTimer();
-    if (entry == timers_.end() || entry->second.due > steadyNow())
-        return false;
-    // A copy: the task may cancel its own timer.
-    const Task task = entry->second.task;
-    if (entry->second.interval > Duration::zero())
-        entry->second.due += entry->second.interval;
-    else
-        timers_.erase(entry);
-    task();
-    return true;
 }
 
 bool SimulatedRunLoop::runReadable()

@@ -1,13 +1,13 @@
 #pragma once
 
 #include "QuenstalPlatform/RunLoop.hpp"
+#include "QuenstalSimulation/PendingTasks.hpp"
 
 #include <cstdint>
-#include <deque>
-#include <functional>
 #include <map>
 #include <mutex>
 #include <thread>
+#include <utility>
 
 namespace quenstal {
 
@@ -17,7 +17,7 @@ class SimulatedRunLoop final : public RunLoop {
 public:
     SimulatedRunLoop();
 
-    void post(Task task) override;
+    void post(Task task) override { pending_.post(std::move(task)); }
     [[nodiscard]] Cancellation after(Duration delay, Task task) override;
     [[nodiscard]] Cancellation repeat(Duration interval, Task task) override;
     [[nodiscard]] Cancellation watchReadable(int descriptor, Task task) override;
@@ -36,35 +36,24 @@ public:
     /// Time of day at construction; `wallNow` moves on from it with the steady clock.
     void setWallTime(WallTime now);
     /// Timers that would still fire: none is left behind by a well-behaved owner.
-    std::size_t pendingTimers() const { return timers_.size(); }
+    std::size_t pendingTimers() const { return pending_.timers(); }
 
 private:
     class Registration;
-    struct Timer {
-        SteadyTime due;
-        /// Zero for a single shot.
-        Duration interval;
-        Task task;
-    };
     struct Watch {
         int descriptor;
         Task task;
     };
     using Key = std::uint64_t;
 
-    Cancellation addTimer(Duration delay, Duration interval, Task task);
-    bool runPosted();
-    bool runDueTimer();
     bool runReadable();
-    std::map<Key, Timer>::iterator earliestTimer();
 
     const std::thread::id mainThread_;
-    mutable std::mutex mutex_; // guards posted_ and now_
-    std::deque<Task> posted_;
+    mutable std::mutex mutex_; // guards now_
     SteadyTime now_{};
     Duration wallOffset_{};
-    Key nextKey_ = 0;
-    std::map<Key, Timer> timers_;
+    PendingTasks pending_;
+    Key lastKey_ = 0;
     std::map<Key, Watch> watches_;
 };
 

@@ -20,7 +20,6 @@ public:
     }
     ~Registration() override
     {
-        loop_.timers_.erase(key_);
         const auto watch = loop_.watches_.extract(key_);
         if (!watch.empty())
             epoll_ctl(loop_.epoll_, EPOLL_CTL_DEL, watch.mapped().descriptor, nullptr);
@@ -49,38 +48,29 @@ EpollRunLoop::~EpollRunLoop()
 
 void EpollRunLoop::post(Task task)
 {
-    {
-        const std::lock_guard lock(mutex_);
-        posted_.push_back(std::move(task));
-    }
+    pending_.post(std::move(task));
     wake();
 }
 
 Cancellation EpollRunLoop::after(Duration delay, Task task)
 {
-    return addTimer(delay, {}, std::move(task));
+    return pending_.addTimer(steadyNow() + delay, {}, std::move(task));
 }
 
 Cancellation EpollRunLoop::repeat(Duration interval, Task task)
 {
-    return addTimer(interval, interval, std::move(task));
-}
-
-Cancellation EpollRunLoop::addTimer(Duration delay, Duration interval, Task task)
-{
-    timers_.emplace(++nextKey_, Timer{steadyNow() + delay, interval, std::move(task)});
-    return std::make_unique<Registration>(*this, nextKey_);
+    return pending_.addTimer(steadyNow() + interval, interval, std::move(task));
 }
 
 Cancellation EpollRunLoop::watchReadable(int descriptor, Task task)
 {
-    watches_.emplace(++nextKey_, Watch{descriptor, std::move(task)});
+    watches_.emplace(++lastKey_, Watch{descriptor, std::move(task)});
     epoll_event event{};
     event.events = EPOLLIN;
-    event.data.u64 = nextKey_;
+    event.data.u64 = lastKey_;
     if (epoll_ctl(epoll_, EPOLL_CTL_ADD, descriptor, &event) != 0)
         throw std::system_error(errno, std::generic_category(), "epoll_ctl");
-    return std::make_unique<Registration>(*this, nextKey_);
+    return std::make_unique<Registration>(*this, lastKey_);
 }
 
 bool EpollRunLoop::runUntil(const std::function<bool()>& condition, Duration limit, Duration longestWait)
@@ -89,7 +79,7 @@ bool EpollRunLoop::runUntil(const std::function<bool()>& condition, Duration lim
     while (!condition()) {
         if (steadyNow() >= end)
             return false;
-        if (!runPosted() && !runDueTimer())
+        if (!pending_.runPosted() && !pending_.runDueTimer(steadyNow()))
             waitUntil(std::min(end, steadyNow() + longestWait));
     }
     return true;
@@ -100,39 +90,9 @@ void EpollRunLoop::runFor(Duration duration)
     runUntil([] { return false; }, duration);
 }
 
-bool EpollRunLoop::runPosted()
-{
-    Task task;
-    {
-        const std::lock_guard lock(mutex_);
-        if (posted_.empty())
-            return false;
-        task = std::move(posted_.front());
-        posted_.pop_front();
-    }
-    task();
-    return true;
-}
-
-bool EpollRunLoop::runDueTimer()
-{
-    const auto entry = std::ranges::min_element(timers_, {}, [](const auto& timer) { return timer.second.due; });
-    if (entry == timers_.end() || entry->second.due > steadyNow())
-        return false;
-    // A copy: the task may cancel its own timer.
-    const Task task = entry->second.task;
-    if (entry->second.interval > Duration::zero())
-        entry->second.due = steadyNow() + entry->second.interval;
-    else
-        timers_.erase(entry);
-    task();
-    return true;
-}
-
 void EpollRunLoop::waitUntil(SteadyTime end)
 {
-    for (const auto& [key, timer] : timers_)
-        end = std::min(end, timer.due);
+    end = std::min(end, pending_.nextDue().value_or(end));
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(std::max(end - steadyNow(), Duration::zero()));
     epoll_event event{};
     if (epoll_wait(epoll_, &event, 1, static_cast<int>(left.count())) != 1)

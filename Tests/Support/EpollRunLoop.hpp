@@ -1,13 +1,11 @@
 #pragma once
 
 #include "QuenstalPlatform/RunLoop.hpp"
+#include "QuenstalSimulation/PendingTasks.hpp"
 
 #include <cstdint>
-#include <deque>
 #include <functional>
 #include <map>
-#include <memory>
-#include <mutex>
 #include <thread>
 
 namespace quenstal {
@@ -37,32 +35,21 @@ public:
 
 private:
     class Registration;
-    struct Timer {
-        SteadyTime due;
-        /// Zero for a single shot.
-        Duration interval;
-        Task task;
-    };
     struct Watch {
         int descriptor;
         Task task;
     };
     using Key = std::uint64_t;
 
-    Cancellation addTimer(Duration delay, Duration interval, Task task);
-    bool runPosted();
-    bool runDueTimer();
     /// Waits for an event until that time at the latest, and runs what it woke up for.
     void waitUntil(SteadyTime end);
     void wake() const;
 
     const std::thread::id mainThread_ = std::this_thread::get_id();
-    std::mutex mutex_; // guards posted_
-    std::deque<Task> posted_;
+    PendingTasks pending_;
     int epoll_;
     int wakeEvent_;
-    Key nextKey_ = 0;
-    std::map<Key, Timer> timers_;
+    Key lastKey_ = 0;
     std::map<Key, Watch> watches_;
     std::uint64_t wakeUps_ = 0;
 };
