@@ -125,8 +125,9 @@ void ActiveSession::askForSession(const std::string& path)
     question_.reset(slot);
 }
 
-void ActiveSession::set(std::optional<Session> session)
+void ActiveSession::settle(std::optional<Session> session)
 {
+    question_.reset();
     current_ = std::move(session);
     changed_();
 }
@@ -136,8 +137,9 @@ int ActiveSession::seatChanged(sd_bus_message* message, void* userData, sd_bus_e
     auto& self = *static_cast<ActiveSession*>(userData);
     if (!isAboutActiveSession(message))
         return 0;
-    self.set(std::nullopt);
     self.askForSeat();
+    self.current_.reset();
+    self.changed_();
     return 0;
 }
 
@@ -148,7 +150,7 @@ int ActiveSession::seatAnswered(sd_bus_message* message, void* userData, sd_bus_
     const char* path = nullptr;
     if (sd_bus_message_is_method_error(message, nullptr) > 0
         || sd_bus_message_read(message, "v", "(so)", &id, &path) <= 0 || !*id) {
-        self.set(std::nullopt);
+        self.settle(std::nullopt);
         return 0;
     }
     self.askedId_ = id;
@@ -165,7 +167,7 @@ int ActiveSession::sessionAnswered(sd_bus_message* message, void* userData, sd_b
         if (properties.user && !properties.isRemote && properties.kind == "user" && properties.seat == seat)
             session = Session{self.askedId_, *properties.user};
     }
-    self.set(std::move(session));
+    self.settle(std::move(session));
     return 0;
 }
 

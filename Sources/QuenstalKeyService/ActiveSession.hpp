@@ -23,11 +23,12 @@ public:
     };
     static constexpr const char* seat = "seat0";
 
-    /// The handler hears of every change, at once, and of the first answer also when there is no session. The bus
-    /// outlives this.
+    /// The handler hears of every change at once, and of the end of every uncertainty. The bus outlives this.
     ActiveSession(BusConnection& systemBus, std::function<void()> changed);
 
     const std::optional<Session>& current() const { return current_; }
+    /// False until logind has answered, at the start and after every switch.
+    bool isCertain() const { return !question_; }
 
 private:
     static int seatChanged(sd_bus_message* message, void* userData, sd_bus_error* error);
@@ -36,7 +37,7 @@ private:
 
     void askForSeat();
     void askForSession(const std::string& path);
-    void set(std::optional<Session> session);
+    void settle(std::optional<Session> session);
 
     BusConnection& systemBus_;
     std::function<void()> changed_;

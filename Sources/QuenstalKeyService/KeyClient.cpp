@@ -8,6 +8,13 @@
 
 namespace quenstal {
 
+namespace {
+
+/// In bytes as the kernel counts: some forty packets. A client that is further behind than that is not sent more.
+constexpr int socketRoom = 16 * 1024;
+
+} // namespace
+
 KeyClient::KeyClient(RunLoop& runLoop, sd_bus_message* request, FileDescriptor socket, Gone gone)
     : runLoop_(runLoop)
     , name_(sd_bus_message_get_sender(request))
@@ -16,6 +23,7 @@ KeyClient::KeyClient(RunLoop& runLoop, sd_bus_message* request, FileDescriptor s
     // Readable means closed, or written to: neither is for a client to do and stay.
     , socketWatch_(runLoop.watchReadable(socket_.get(), [this] { leave("closed its socket"); }))
 {
+    setsockopt(socket_.get(), SOL_SOCKET, SO_SNDBUF, &socketRoom, sizeof socketRoom);
     // A copy of the client's end may be left in a process that was forked meanwhile: its name tells for certain.
     sd_bus_track* track = nullptr;
     sd_bus_track_new(sd_bus_message_get_bus(request), &track, nameVanished, this);
@@ -60,7 +68,10 @@ void KeyClient::lookForUnread()
 
 int KeyClient::nameVanished(sd_bus_track*, void* userData)
 {
-    static_cast<KeyClient*>(userData)->leave("left the bus");
+    auto& client = *static_cast<KeyClient*>(userData);
+    // An empty track tells of its emptiness again and again.
+    client.track_.reset();
+    client.leave("left the bus");
     return 0;
 }
 

@@ -29,6 +29,11 @@ const char* explanation(KeyServiceRefusal refusal)
     return "";
 }
 
+void refuse(sd_bus_message* call, KeyServiceRefusal refusal)
+{
+    sd_bus_reply_method_errorf(call, errorName(refusal), "%s", explanation(refusal));
+}
+
 std::optional<uid_t> userOf(sd_bus_message* call)
 {
     sd_bus_creds* asked = nullptr;
@@ -69,13 +74,25 @@ KeyService::~KeyService()
         keyboards_.stop();
 }
 
-int KeyService::captureCalled(sd_bus_message* message, void* userData, sd_bus_error* error)
+int KeyService::captureCalled(sd_bus_message* message, void* userData, sd_bus_error*)
 {
     auto& self = *static_cast<KeyService*>(userData);
-    if (const auto obstacle = self.obstacleFor(message))
-        return sd_bus_error_set(error, errorName(*obstacle), explanation(*obstacle));
-    self.ask(message);
+    if (self.activeSession_.isCertain())
+        self.consider(message);
+    else if (self.earlyCalls_.size() < mostRequests)
+        self.earlyCalls_.emplace_back(sd_bus_message_ref(message));
+    else
+        refuse(message, KeyServiceRefusal::tooMany);
+    self.tendIdleTimer();
     return 1;
+}
+
+void KeyService::consider(sd_bus_message* call)
+{
+    if (const auto obstacle = obstacleFor(call))
+        refuse(call, *obstacle);
+    else
+        ask(call);
 }
 
 /// What is certain without polkit. Whoever is not at the seat costs nobody else anything.
@@ -113,7 +130,6 @@ void KeyService::ask(sd_bus_message* call)
         = requests_.insert(requests_.end(), {BusMessage(sd_bus_message_ref(call)), *activeSession_.current(), nullptr});
     request->question = std::make_unique<AuthorizationQuestion>(systemBus_, sd_bus_message_get_sender(call),
         [this, request](bool isAuthorized) { decide(request, isAuthorized); });
-    tendIdleTimer();
 }
 
 void KeyService::decide(Requests::iterator entry, bool isAuthorized)
@@ -123,7 +139,7 @@ void KeyService::decide(Requests::iterator entry, bool isAuthorized)
     // Much may have happened meanwhile.
     const auto obstacle = isAuthorized ? obstacleIn(request.session) : KeyServiceRefusal::notAuthorized;
     if (obstacle)
-        sd_bus_reply_method_errorf(request.call.get(), errorName(*obstacle), "%s", explanation(*obstacle));
+        refuse(request.call.get(), *obstacle);
     else
         give(request.call.get(), request.session);
     tendIdleTimer();
@@ -179,9 +195,11 @@ void KeyService::apply()
 void KeyService::sessionChanged()
 {
     apply();
-    if (!isReady_)
-        handlers_.ready();
-    isReady_ = true;
+    if (!activeSession_.isCertain())
+        return;
+    for (const BusMessage& call : std::exchange(earlyCalls_, {}))
+        consider(call.get());
+    tendIdleTimer();
 }
 
 void KeyService::tendIdleTimer()

@@ -15,6 +15,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace quenstal {
 
@@ -23,7 +24,7 @@ namespace quenstal {
 /// once and the way back takes them again. Main thread.
 class KeyService final : private KeyCaptureListener {
 public:
-    /// Calls that may wait for polkit at one time.
+    /// Calls that may wait for an answer of polkit, or of logind, at one time.
     static constexpr std::size_t mostRequests = 8;
     /// For how long nobody must want the keys before the service ends.
     static constexpr auto idleTime = std::chrono::seconds(30);
@@ -31,8 +32,6 @@ public:
     static constexpr auto retryPause = std::chrono::seconds(1);
 
     struct Handlers {
-        /// The seat is known; calls may come from now on. Told once.
-        std::function<void()> ready;
         /// Nobody wanted the keys for `idleTime`.
         std::function<void()> idle;
         /// One line for the system's log.
@@ -45,7 +44,7 @@ public:
     KeyService(const KeyService&) = delete;
     KeyService& operator=(const KeyService&) = delete;
 
-    bool isIdle() const { return clients_.empty() && requests_.empty(); }
+    bool isIdle() const { return clients_.empty() && requests_.empty() && earlyCalls_.empty(); }
 
 private:
     /// A call of `Capture` that waits for polkit.
@@ -59,6 +58,7 @@ private:
 
     static int captureCalled(sd_bus_message* message, void* userData, sd_bus_error* error);
 
+    void consider(sd_bus_message* call);
     std::optional<KeyServiceRefusal> obstacleFor(sd_bus_message* call) const;
     std::optional<KeyServiceRefusal> obstacleIn(const ActiveSession::Session& session) const;
     void ask(sd_bus_message* call);
@@ -79,10 +79,11 @@ private:
     BusConnection& systemBus_;
     EvdevKeyCapture& keyboards_;
     Handlers handlers_;
-    bool isReady_ = false;
     bool isCapturing_ = false;
     std::map<SessionID, std::unique_ptr<KeyClient>> clients_;
     Requests requests_;
+    /// Came while it was not certain who is at the seat.
+    std::vector<BusMessage> earlyCalls_;
     Cancellation idleTimer_;
     Cancellation retry_;
     Cancellation keyboardWatch_;

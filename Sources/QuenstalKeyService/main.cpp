@@ -44,8 +44,9 @@ int run()
             takeName();
     };
     const auto note = [](const std::string& line) { std::fprintf(stderr, "<6>%s\n", line.c_str()); };
-    KeyService service(loop, systemBus, keyboards, {takeName, leave, note});
+    KeyService service(loop, systemBus, keyboards, {leave, note});
     running = &service;
+    takeName();
     return loop.run();
 }
 

@@ -4,7 +4,7 @@
 #include "QuenstalLinux/Session/SingleInstance.hpp"
 #include "QuenstalSimulation/SimulatedRunLoop.hpp"
 #include "Support/Eventually.hpp"
-#include "Support/PrivateXServer.hpp"
+#include "Support/PrivateBus.hpp"
 
 #include <atomic>
 #include <chrono>
@@ -25,47 +25,6 @@ namespace {
 using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-/// A message bus with nobody on it but the test.
-class PrivateBus {
-public:
-    PrivateBus()
-    {
-        std::array<int, 2> output{};
-        if (pipe2(output.data(), 0) != 0)
-            return;
-        const std::string print = "--print-address=" + std::to_string(output[1]);
-        process_ = fork();
-        if (process_ == 0) {
-            close(output[0]);
-            execlp("dbus-daemon", "dbus-daemon", "--session", "--nofork", "--nopidfile", print.c_str(),
-                static_cast<char*>(nullptr));
-            _exit(127);
-        }
-        close(output[1]);
-        char letter = 0;
-        while (read(output[0], &letter, 1) == 1 && letter != '\n')
-            address_ += letter;
-        close(output[0]);
-    }
-    PrivateBus(const PrivateBus&) = delete;
-    PrivateBus& operator=(const PrivateBus&) = delete;
-    ~PrivateBus() { stop(); }
-
-    const std::string& address() const { return address_; }
-    void stop()
-    {
-        if (process_ <= 0)
-            return;
-        kill(process_, SIGTERM);
-        waitpid(process_, nullptr, 0);
-        process_ = -1;
-    }
-
-private:
-    pid_t process_ = -1;
-    std::string address_;
-};
 
 struct SessionBusTest : testing::Test {
     void SetUp() override
