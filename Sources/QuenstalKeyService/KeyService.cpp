@@ -126,10 +126,11 @@ std::optional<KeyServiceRefusal> KeyService::obstacleIn(const ActiveSession::Ses
 
 void KeyService::ask(sd_bus_message* call)
 {
-    const auto request
-        = requests_.insert(requests_.end(), {BusMessage(sd_bus_message_ref(call)), *activeSession_.current(), nullptr});
+    const auto request = requests_.insert(
+        requests_.end(), {BusMessage(sd_bus_message_ref(call)), *activeSession_.current(), nullptr, nullptr});
     request->question = std::make_unique<AuthorizationQuestion>(systemBus_, sd_bus_message_get_sender(call),
         [this, request](bool isAuthorized) { decide(request, isAuthorized); });
+    request->limit = runLoop_.after(longestQuestion, [this, request] { decide(request, false); });
 }
 
 void KeyService::decide(Requests::iterator entry, bool isAuthorized)

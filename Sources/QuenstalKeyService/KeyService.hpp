@@ -26,6 +26,8 @@ class KeyService final : private KeyCaptureListener {
 public:
     /// Calls that may wait for an answer of polkit, or of logind, at one time.
     static constexpr std::size_t mostRequests = 8;
+    /// polkit, which asks nobody, answers at once; later than this is no.
+    static constexpr auto longestQuestion = std::chrono::seconds(5);
     /// For how long nobody must want the keys before the service ends.
     static constexpr auto idleTime = std::chrono::seconds(30);
     /// After keyboards were lost without a reason that lasts.
@@ -52,6 +54,7 @@ private:
         BusMessage call;
         ActiveSession::Session session;
         std::unique_ptr<AuthorizationQuestion> question;
+        Cancellation limit;
     };
     using Requests = std::list<Request>;
     using SessionID = std::string;

@@ -75,6 +75,22 @@ TEST_F(KeyServiceTest, onlyPolkitsYesIsAYes)
     EXPECT_EQ(keyboard->grabs(), 0);
 }
 
+TEST_F(KeyServiceTest, noAnswerFromPolkitIsANoAfterAWhile)
+{
+    machine->setVerdict(FakeMachine::Verdict::none);
+    startService();
+    const auto client = newClient();
+    client->capture();
+    ASSERT_TRUE(eventually([&] { return machine->questions().size() == 1; }));
+    EXPECT_FALSE(client->isAnswered());
+    loop.advance(KeyService::longestQuestion);
+    ASSERT_TRUE(eventually([&] { return client->isAnswered(); }));
+    EXPECT_EQ(client->error(), errorName(KeyServiceRefusal::notAuthorized));
+    machine->answerAll(true);
+    machine->setVerdict(FakeMachine::Verdict::yes);
+    EXPECT_TRUE(capturingClient()->hasSocket());
+}
+
 TEST_F(KeyServiceTest, theSecondClientOfASessionIsRefusedUntilTheFirstHasGone)
 {
     startService();

@@ -155,17 +155,20 @@ bool ServiceKeyCapture::start(KeyCaptureListener& listener)
         = sd_bus_message_new_method_call(systemBus_.get(), &call, KeyServiceProtocol::busName,
               KeyServiceProtocol::objectPath, KeyServiceProtocol::interface, KeyServiceProtocol::captureMember)
             >= 0
-        && sd_bus_call_async(systemBus_.get(), &slot, call, captureAnswered, this, microseconds(longestCall)) >= 0;
+        && sd_bus_call_async(systemBus_.get(), &slot, call, captureAnswered, this, 0) >= 0;
     sd_bus_message_unref(call);
     call_.reset(slot);
-    if (isAsked)
-        listener_ = &listener;
-    return isAsked;
+    if (!isAsked)
+        return false;
+    listener_ = &listener;
+    callLimit_ = runLoop_.after(longestCall, [this] { refuse({}); });
+    return true;
 }
 
 int ServiceKeyCapture::captureAnswered(sd_bus_message* message, void* userData, sd_bus_error*)
 {
     auto& self = *static_cast<ServiceKeyCapture*>(userData);
+    self.callLimit_.reset();
     int socket = -1;
     if (const sd_bus_error* error = sd_bus_message_get_error(message))
         self.refuse(error->name);
@@ -228,6 +231,7 @@ void ServiceKeyCapture::stop()
 {
     listener_ = nullptr;
     call_.reset();
+    callLimit_.reset();
     socketWatch_.reset();
     // A forked process may hold a copy, which would keep the keys.
     if (socket_)

@@ -67,6 +67,7 @@ private:
     FileDescriptor socket_;
     Cancellation socketWatch_;
     Slot call_;
+    Cancellation callLimit_;
     Slot question_;
     Slot serviceChanges_;
     Slot ownerChanges_;
