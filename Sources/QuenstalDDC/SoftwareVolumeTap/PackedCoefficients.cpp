@@ -36,6 +36,8 @@ void pack(QSPackedCoefficients& packed)
     packed.flat = true;
     for (std::size_t k = 0; k < bands; ++k) {
         packed.flat = packed.flat && passesThrough(packed.source[k]);
+        if (k == 0)
+            continue;
         for (std::size_t group = 0; group < std::size(packed.packed); ++group) {
             const std::size_t channels = std::size_t{1} << group;
             const std::size_t firstLane = (bands - 1 - k) * channels;

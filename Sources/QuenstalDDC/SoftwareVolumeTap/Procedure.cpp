@@ -7,6 +7,7 @@
 #include "QuenstalDDC/SoftwareVolumeTap/SignalProcessing.hpp"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <functional>
 #include <limits>
@@ -26,10 +27,9 @@ bool apart(const void* a, std::size_t aSize, const void* b, std::size_t bSize)
     return std::less_equal{}(aBytes + aSize, bBytes) || std::less_equal{}(bBytes + bSize, aBytes);
 }
 
-bool isKnown(std::uint32_t sampleFormat)
+bool isKnown(QSSampleFormat format)
 {
-    return sampleFormat >= static_cast<std::uint32_t>(QSSampleFormat::float32)
-        && sampleFormat <= static_cast<std::uint32_t>(QSSampleFormat::int32);
+    return format >= QSSampleFormat::float32 && format <= QSSampleFormat::int32;
 }
 
 /// One buffer of the output with the input that belongs to it.
@@ -46,7 +46,7 @@ struct BufferPair {
 const std::byte* sourceOf(const BufferPair& pair, std::uint32_t sampleSize)
 {
     const std::uint32_t size = pair.output.dataByteSize;
-    const bool covered = pair.input.dataByteSize >= size && size % sampleSize == 0;
+    const bool covered = pair.input.dataByteSize >= size && (size & (sampleSize - 1)) == 0;
     if (covered && (pair.input.data == pair.output.data || apart(pair.input.data, size, pair.output.data, size)))
         return static_cast<const std::byte*>(pair.input.data);
     std::memmove(pair.output.data, pair.input.data, pair.sharedBytes());
@@ -73,7 +73,8 @@ public:
         , count_(input.buffers && output.buffers ? std::min(input.numberBuffers, output.numberBuffers) : 0)
         , nonInterleaved_(session.nonInterleaved)
         , defaultChannels_(session.channelCount)
-        , format_(session.sampleFormat)
+        , format_(static_cast<QSSampleFormat>(session.sampleFormat))
+        , sampleShift_(static_cast<std::uint32_t>(std::countr_zero(bytesPerSample(format_))))
     {
     }
 
@@ -84,13 +85,11 @@ public:
 
     QSSampleRun runOf(const BufferPair& pair, std::uint32_t index) const
     {
-        const auto format = static_cast<QSSampleFormat>(format_);
-        const std::uint32_t size = bytesPerSample(format);
         return {
-            .input = sourceOf(pair, size),
+            .input = sourceOf(pair, 1u << sampleShift_),
             .output = static_cast<std::byte*>(pair.output.data),
-            .count = pair.output.dataByteSize / size,
-            .format = format,
+            .count = pair.output.dataByteSize >> sampleShift_,
+            .format = format_,
             .channels = nonInterleaved_ ? 1 : channelsOf(pair),
             .firstChannel = nonInterleaved_ ? index : 0,
         };
@@ -117,7 +116,7 @@ private:
 
     std::uint32_t framesOf(const BufferPair& pair) const
     {
-        return pair.output.dataByteSize / bytesPerSample(static_cast<QSSampleFormat>(format_)) / channelsOf(pair);
+        return (pair.output.dataByteSize >> sampleShift_) / channelsOf(pair);
     }
 
     const AudioBufferList& input_;
@@ -125,7 +124,8 @@ private:
     const std::uint32_t count_;
     const bool nonInterleaved_;
     const std::uint32_t defaultChannels_;
-    const std::uint32_t format_;
+    const QSSampleFormat format_;
+    const std::uint32_t sampleShift_;
 };
 
 void processBuffers(QSSoftwareVolumeSession& session, QSCycle& cycle, const Buffers& buffers)

@@ -62,14 +62,6 @@ float QSProcessSample(QSSoftwareVolumeSession& session, std::uint32_t channel, b
     return y < -1 ? -1 : y;
 }
 
-void QSUpdateChannelLevel(std::uint32_t channel, float& peakL, float& peakR, float magnitude)
-{
-    if (channel == 0)
-        peakL = std::max(peakL, magnitude);
-    else if (channel == 1)
-        peakR = std::max(peakR, magnitude);
-}
-
 void processReference(QSSoftwareVolumeSession& session, QSCycle& cycle, const QSSampleRun& run)
 {
     withFormat(run.format, [&](auto format) { processFormat<decltype(format)>(session, cycle, run); });

@@ -12,7 +12,14 @@ float QSProcessSample(QSSoftwareVolumeSession& session, std::uint32_t channel, b
     float sample, float gain, float preampGain);
 
 /// Raises the block peak of channel 0 or 1; other channels are not metered. Audio thread.
-void QSUpdateChannelLevel(std::uint32_t channel, float& peakL, float& peakR, float magnitude);
+[[gnu::always_inline]] inline void QSUpdateChannelLevel(
+    std::uint32_t channel, float& peakL, float& peakR, float magnitude)
+{
+    if (channel == 0)
+        peakL = peakL < magnitude ? magnitude : peakL;
+    else if (channel == 1)
+        peakR = peakR < magnitude ? magnitude : peakR;
+}
 
 /// A run, sample by sample. Audio thread.
 void processReference(QSSoftwareVolumeSession& session, QSCycle& cycle, const QSSampleRun& run);

@@ -52,7 +52,7 @@ void encodeAt(std::byte* samples, std::size_t index, float result)
     std::memcpy(samples + index * sizeof sample, &sample, sizeof sample);
 }
 
-/// A power of two, and written so that a compiler sees it: dividing by it is a shift.
+/// A power of two, of a format that nobody knows too.
 constexpr std::uint32_t bytesPerSample(QSSampleFormat format)
 {
     const auto is = [&](QSSampleFormat other) { return format == other ? 1u : 0u; };

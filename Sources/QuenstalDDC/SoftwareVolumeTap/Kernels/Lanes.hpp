@@ -1,21 +1,23 @@
 #pragma once
 
-// One row of the wavefront: a number for every band of every channel of a group, in as many registers as that takes.
+// One row of the wavefront: a number for every band but the first of every channel of a group, in as many registers as
+// that takes.
 
 #include "QuenstalDDC/SoftwareVolumeTap/Kernels/Vector.hpp"
 #include "QuenstalDDC/SoftwareVolumeTap/SessionRecord.hpp"
 
 namespace quenstal {
 
-/// The last band comes first, so that the results stand in the lowest lanes, and the first band has a register of
-/// its own, so that new input needs no blending:
+/// The last band comes first, so that the results stand in the lowest lanes:
 ///
-///     2 channels, width 8:   [ b4L b4R b3L b3R b2L b2R b1L b1R ] [ b0L b0R  ·   ·   ·   ·   ·   ·  ]
+///     2 channels, width 8:   [ b4L b4R b3L b3R b2L b2R b1L b1R ]
+///
+/// The first band is not among them: it has a register of its own.
 template <class Isa, unsigned channels, unsigned width>
 struct Lanes {
     static constexpr unsigned bands = softwareEQBandCount;
-    static constexpr unsigned parts = (bands - 1) * channels / width + 1;
-    static_assert((bands - 1) * channels % width == 0 && channels <= width);
+    static constexpr unsigned parts = (bands - 1) * channels / width;
+    static_assert(parts * width == (bands - 1) * channels && channels <= width);
 
     using Part = Floats<width>;
 
@@ -50,14 +52,14 @@ struct Lanes {
         return each([&](auto i) __attribute__((always_inline)) { return a.part[i] * b.part[i]; });
     }
 
-    /// Every band's result becomes the input of the band after it, and `input` that of the first.
-    [[gnu::always_inline]] Lanes handedOn(Part input) const
+    /// Every band's result becomes the input of the band after it; `first` has the first band's in its lowest lanes.
+    [[gnu::always_inline]] Lanes handedOn(Part first) const
     {
         return each([&](auto i) __attribute__((always_inline)) {
             if constexpr (i + 1 < parts)
                 return shiftedDown(part[i], part[i + 1], std::make_index_sequence<width>{});
             else
-                return input;
+                return shiftedDown(part[i], first, std::make_index_sequence<width>{});
         });
     }
 

@@ -16,6 +16,9 @@ namespace quenstal {
 template <class Isa>
 class Limiter {
 public:
+    /// Larger than any magnitude.
+    static constexpr std::int32_t unknown = INT32_MAX;
+
     Limiter(QSCycle& cycle, unsigned channels, unsigned firstChannel)
         : cycle_(cycle)
         , channels_(channels)
@@ -23,6 +26,7 @@ public:
     {
     }
 
+    /// Samples of which nothing is known yet.
     void run(float* samples, std::size_t count)
     {
         Tops tops = look(samples, count);
@@ -30,10 +34,19 @@ public:
             limit(samples, count);
             tops = look(samples, count);
         }
-        for (unsigned i = 0; i < channels_ && i < meteredChannels; ++i) {
-            const auto level = __builtin_bit_cast(float, tops.largest(i, channels_));
-            QSUpdateChannelLevel(firstChannel_ + i, cycle_.peakL, cycle_.peakR, level);
+        for (unsigned i = 0; i < channels_ && i < meteredChannels; ++i)
+            meter(i, tops.largest(i, channels_));
+    }
+
+    /// Samples of which each channel's largest magnitude is known, with `unknown` where it is not.
+    [[gnu::always_inline]] void run(float* samples, std::size_t count, const std::int32_t* magnitudes)
+    {
+        for (unsigned i = 0; i < channels_; ++i) {
+            if (magnitudes[i] > one)
+                return run(samples, count);
         }
+        for (unsigned i = 0; i < channels_ && i < meteredChannels; ++i)
+            meter(i, magnitudes[i]);
     }
 
 private:
@@ -66,6 +79,11 @@ private:
             return top;
         }
     };
+
+    void meter(unsigned channel, std::int32_t magnitude)
+    {
+        QSUpdateChannelLevel(firstChannel_ + channel, cycle_.peakL, cycle_.peakR, __builtin_bit_cast(float, magnitude));
+    }
 
     Tops look(const float* samples, std::size_t count) const
     {

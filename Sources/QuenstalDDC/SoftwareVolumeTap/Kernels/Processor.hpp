@@ -43,11 +43,15 @@ private:
     template <unsigned channels>
     using Bands = Wavefront<Isa, channels, Isa::laneWidth(channels)>;
 
-    static constexpr std::size_t minimumFrames = Bands<1>::minimumFrames;
+    /// What the largest group needs; smaller ones need no more.
+    static constexpr std::size_t minimumFrames = Bands<Isa::largestGroup>::minimumFrames;
     static constexpr std::size_t scratchSamples = 2048;
 
     template <class Format>
     static constexpr bool liesAsFloats = std::is_same_v<Format, Float32Samples>;
+
+    /// Nobody has looked yet.
+    static constexpr std::int32_t unknown[softwareEQChannelCount] = {Limiter<Isa>::unknown};
 
     /// The numbers of a chunk: read from `input`, left in `output`; either the caller's memory or the scratch.
     struct Numbers {
@@ -89,10 +93,14 @@ private:
         return {scratch, scratch};
     }
 
+    /// The largest magnitude of each channel.
+    using Magnitudes = std::int32_t[softwareEQChannelCount];
+
+    /// Limits, meters and encodes.
     template <class Format>
-    [[gnu::always_inline]] void finish(const QSSampleRun& run, float* numbers) const
+    [[gnu::always_inline]] void finish(const QSSampleRun& run, float* numbers, const std::int32_t* magnitudes) const
     {
-        Limiter<Isa>(cycle_, run.channels, run.firstChannel).run(numbers, run.count);
+        Limiter<Isa>(cycle_, run.channels, run.firstChannel).run(numbers, run.count, magnitudes);
         if constexpr (!liesAsFloats<Format>)
             encodeSamples<Isa, Format>(numbers, run.output, run.count);
     }
@@ -105,89 +113,113 @@ private:
         inChunks<Format>(run, scratchSamples / run.channels * run.channels, [&](const QSSampleRun& part) {
             float* const numbers = liesAsFloats<Format> ? reinterpret_cast<float*>(part.output) : scratch;
             decodeSamples<Isa, Format>(part.input, numbers, part.count, cycle_.gain);
-            finish<Format>(part, numbers);
+            finish<Format>(part, numbers, unknown);
         });
     }
 
-    /// What makes too few frames for a wavefront, or no whole frame, goes the scalar way.
     template <class Format>
     void equalise(const QSSampleRun& run) const
     {
         refreshPackedCoefficients(session_);
-        alignas(64) float scratch[liesAsFloats<Format> ? 1 : scratchSamples];
-        const std::size_t chunk = liesAsFloats<Format> ? run.count : scratchSamples / run.channels * run.channels;
-        inChunks<Format>(run, chunk, [&](const QSSampleRun& part) {
-            // A buffer has no more bytes than 32 bits can count, and the narrower division is the faster one.
-            const std::size_t frames = static_cast<std::uint32_t>(part.count) / run.channels;
-            const std::size_t whole = frames < minimumFrames ? 0 : frames * run.channels;
-            if (whole != 0) {
-                const QSSampleRun inFrames = slice<Format>(part, 0, whole);
-                const Numbers numbers = numbersOf<Format>(inFrames, scratch);
-                runBands(numbers, frames, run.channels, run.firstChannel);
-                finish<Format>(inFrames, numbers.output);
-            }
-            if (whole != part.count)
-                processReference(session_, cycle_, slice<Format>(part, whole, part.count - whole));
-        });
+        if constexpr (liesAsFloats<Format>) {
+            equalisePart<Format>(run, nullptr);
+        } else {
+            alignas(64) float scratch[scratchSamples];
+            inChunks<Format>(run, scratchSamples / run.channels * run.channels,
+                [&](const QSSampleRun& part) { equalisePart<Format>(part, scratch); });
+        }
+    }
+
+    /// What makes too few frames for a wavefront, or no whole frame, goes the scalar way.
+    template <class Format>
+    void equalisePart(const QSSampleRun& part, float* scratch) const
+    {
+        // A buffer has no more bytes than 32 bits can count, and the narrower division is the faster one.
+        const std::size_t frames = static_cast<std::uint32_t>(part.count) / part.channels;
+        const std::size_t whole = frames < minimumFrames ? 0 : frames * part.channels;
+        if (whole != 0) {
+            const QSSampleRun inFrames = slice<Format>(part, 0, whole);
+            const Numbers numbers = numbersOf<Format>(inFrames, scratch);
+            Magnitudes magnitudes = {};
+            runBands(numbers, frames, part.channels, part.firstChannel, magnitudes);
+            finish<Format>(inFrames, numbers.output, magnitudes);
+        }
+        if (whole != part.count)
+            processReference(session_, cycle_, slice<Format>(part, whole, part.count - whole));
     }
 
     template <class Format>
     void equalisePair(const QSSampleRun& left, const QSSampleRun& right) const
     {
         refreshPackedCoefficients(session_);
-        alignas(64) float scratch[2][liesAsFloats<Format> ? 1 : scratchSamples / 2];
-        const std::size_t chunk = liesAsFloats<Format> ? left.count : scratchSamples / 2;
-        std::size_t first = 0;
-        inChunks<Format>(left, chunk, [&](const QSSampleRun& partL) {
-            const QSSampleRun partR = slice<Format>(right, first, partL.count);
-            first += partL.count;
-            if (partL.count < minimumFrames) {
-                processReference(session_, cycle_, partL);
-                processReference(session_, cycle_, partR);
-                return;
-            }
-            const Numbers numbersL = numbersOf<Format>(partL, scratch[0]);
-            const Numbers numbersR = numbersOf<Format>(partR, scratch[1]);
-            runPairOfBands(numbersL, numbersR, partL.count, left.firstChannel);
-            finish<Format>(partL, numbersL.output);
-            finish<Format>(partR, numbersR.output);
-        });
+        if constexpr (liesAsFloats<Format>) {
+            equalisePartOfPair<Format>(left, right, nullptr, nullptr);
+        } else {
+            alignas(64) float scratch[2][scratchSamples / 2];
+            std::size_t first = 0;
+            inChunks<Format>(left, scratchSamples / 2, [&](const QSSampleRun& part) {
+                equalisePartOfPair<Format>(part, slice<Format>(right, first, part.count), scratch[0], scratch[1]);
+                first += part.count;
+            });
+        }
+    }
+
+    template <class Format>
+    void equalisePartOfPair(const QSSampleRun& left, const QSSampleRun& right, float* scratchL, float* scratchR) const
+    {
+        if (left.count < minimumFrames) {
+            processReference(session_, cycle_, left);
+            processReference(session_, cycle_, right);
+            return;
+        }
+        const Numbers numbersL = numbersOf<Format>(left, scratchL);
+        const Numbers numbersR = numbersOf<Format>(right, scratchR);
+        Magnitudes magnitudes = {};
+        runPairOfBands(numbersL, numbersR, left.count, left.firstChannel, magnitudes);
+        finish<Format>(left, numbersL.output, magnitudes);
+        finish<Format>(right, numbersR.output, magnitudes + 1);
     }
 
     /// The channels of interleaved frames, in groups as large as they come.
-    void runBands(const Numbers& numbers, std::size_t frames, unsigned channels, unsigned firstChannel) const
+    void runBands(const Numbers& numbers, std::size_t frames, unsigned channels, unsigned firstChannel,
+        std::int32_t* magnitudes) const
     {
         // A channel that comes alone may be any; all from the eighth on share the last row of filter state.
         const unsigned row = firstChannel < softwareEQChannelCount ? firstChannel : softwareEQChannelCount - 1;
-        if (session_.packed.flat && passFlat(numbers, frames, channels, row))
+        if (session_.packed.flat && passFlat(numbers, frames, channels, row)) {
+            magnitudes[0] = Limiter<Isa>::unknown;
             return;
-        unsigned channel = 0;
-        if constexpr (Isa::largestGroup == 8)
-            runGroups<8>(numbers, frames, channels, row, channel);
-        runGroups<4>(numbers, frames, channels, row, channel);
-        runGroups<2>(numbers, frames, channels, row, channel);
-        runGroups<1>(numbers, frames, channels, row, channel);
+        }
+        runGroups<Isa::largestGroup>(numbers, frames, channels, row, 0, magnitudes);
     }
 
+    /// From `channel` on, as many groups of that size as there are, and then smaller ones.
     template <unsigned group>
-    [[gnu::always_inline]] void runGroups(
-        const Numbers& numbers, std::size_t frames, unsigned channels, unsigned row, unsigned& channel) const
+    [[gnu::always_inline]] void runGroups(const Numbers& numbers, std::size_t frames, unsigned channels, unsigned row,
+        unsigned channel, std::int32_t* magnitudes) const
     {
         for (; channels - channel >= group; channel += group) {
-            bandsOf<group>(row + channel)
-                .run(InterleavedFrames<group>{numbers.input + channel, numbers.output + channel, channels}, frames);
+            const InterleavedFrames<group> where{numbers.input + channel, numbers.output + channel, channels};
+            storePart(
+                magnitudes + channel, bandsOf<group>(row + channel).run(where, frames), group * sizeof *magnitudes);
+        }
+        if constexpr (group > 1) {
+            if (channel != channels)
+                runGroups<group / 2>(numbers, frames, channels, row, channel, magnitudes);
         }
     }
 
-    void runPairOfBands(const Numbers& left, const Numbers& right, std::size_t frames, unsigned firstChannel) const
+    void runPairOfBands(const Numbers& left, const Numbers& right, std::size_t frames, unsigned firstChannel,
+        std::int32_t* magnitudes) const
     {
-        if (session_.packed.flat && passFlat(left, frames, 1, firstChannel)) {
-            // Each channel for itself: the left one is done whatever becomes of the right one.
-            if (!passFlat(right, frames, 1, firstChannel + 1))
-                bandsOf<1>(firstChannel + 1).run(InterleavedFrames<1>{right.input, right.output, 1}, frames);
+        if (session_.packed.flat) {
+            // Each channel for itself: one may pass where the other does not.
+            runBands(left, frames, 1, firstChannel, magnitudes);
+            runBands(right, frames, 1, firstChannel + 1, magnitudes + 1);
             return;
         }
-        bandsOf<2>(firstChannel).run(PlanarFrames{left.input, right.input, left.output, right.output}, frames);
+        const PlanarFrames where{left.input, right.input, left.output, right.output};
+        storePart(magnitudes, bandsOf<2>(firstChannel).run(where, frames), 2 * sizeof *magnitudes);
     }
 
     template <unsigned channels>

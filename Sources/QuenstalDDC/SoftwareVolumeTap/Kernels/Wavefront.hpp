@@ -5,6 +5,8 @@
 // line: at step t band k handles frame t − k · delay, and all bands of all channels are lanes of one row of registers.
 // What remains is the wait of a single biquad, which no order of the same operations can shorten.
 //
+// With a delay of 2:
+//
 //     step   0  1  2  3  4  5  6  7  8  9 …
 //     band 0 f0 f1 f2 f3 f4 f5 f6 f7 f8 f9
 //     band 1       f0 f1 f2 f3 f4 f5 f6 f7
@@ -12,11 +14,12 @@
 //     band 3                   f0 f1 f2 f3
 //     band 4                         f0 f1  → out
 //
-// Two steps from band to band, not one, take the way from lane to lane out of the wait as well.
+// More than one step from band to band takes the way from lane to lane out of the wait as well. The first band has
+// its inputs beforehand; the half of it that needs nothing else is done by the intake.
 //
 // Each lane carries out the operations of the scalar form in the same order, so every bit is the same.
 
-#include "QuenstalDDC/SoftwareVolumeTap/Kernels/Frames.hpp"
+#include "QuenstalDDC/SoftwareVolumeTap/Kernels/Intake.hpp"
 #include "QuenstalDDC/SoftwareVolumeTap/Kernels/Lanes.hpp"
 
 namespace quenstal {
@@ -26,10 +29,11 @@ class Wavefront {
 public:
     using Row = Lanes<Isa, channels, width>;
     using Register = typename Row::Part;
+    using Magnitudes = Ints<width>;
 
     static constexpr unsigned bands = softwareEQBandCount;
-    /// Frames that a band lags behind the band before it.
-    static constexpr unsigned delay = 2;
+    /// Frames that a band lags behind the band before it. In wide registers the way from lane to lane is longer.
+    static constexpr unsigned delay = width > 4 ? 3 : 2;
     /// Steps until the first frame leaves the last band.
     static constexpr unsigned latency = (bands - 1) * delay;
     /// Shorter blocks would end before they have begun.
@@ -45,52 +49,81 @@ public:
     {
     }
 
-    /// At least `minimumFrames`. Leaves the results as the bands give them, not limited.
+    /// At least `minimumFrames`. Leaves the results as the bands give them, not limited, and returns each channel's
+    /// largest magnitude, as an integer: an infinity is larger than every number, and a NaN larger still.
     template <class Frames>
-    void run(const Frames frames, std::size_t count) const
+    Magnitudes run(const Frames frames, std::size_t count) const
     {
         // All that the loop needs stands in locals: a store to the output cannot change them.
         const Coefficients coefficients(coefficients_);
-        const float gain = gain_;
-        const float preampGain = preampGain_;
-        // Two products, not one with the factors multiplied beforehand: that would round differently.
-        const auto input = [&](std::size_t t) __attribute__((always_inline))
+        First first = loadFirst();
+        Memory memory = loadState(first);
+        const Memory before = memory;
+        Meter meter;
+        Intake<Isa, channels, Register> intake(coefficients_, gain_, preampGain_, first.x1, first.x2);
+        const auto takeIn = [&](std::size_t t) __attribute__((always_inline))
         {
-            return frames.template load<Register>(t) * gain * preampGain;
+            intake.take(frames, t, count);
+        };
+        const auto step = [&](std::size_t t) __attribute__((always_inline))
+        {
+            memory.step(coefficients, intake.taken(t));
+        };
+        const auto give = [&](std::size_t t) __attribute__((always_inline))
+        {
+            meter.add(memory.y1.part[0]);
+            frames.store(t, memory.y1.part[0]);
         };
 
-        Memory memory = loadState();
-        const Memory before = memory;
         std::size_t t = 0;
+        for (; t < ahead; t += intake.frames)
+            takeIn(t);
+        t = 0;
         // Band k joins with its own past when the first frame reaches it; what its lanes held till then is nobody's.
         oneBandAfterTheOther(
             memory, before, [&]() __attribute__((always_inline)) {
-                memory.step(coefficients, input(t));
+                if (t % intake.frames == 0)
+                    takeIn(t + ahead);
+                step(t);
                 ++t;
             });
-#pragma GCC unroll 2
-        for (; t < count; ++t) {
-            memory.step(coefficients, input(t));
-            frames.store(t - latency, memory.y1.part[0]);
+        for (; t + intake.frames <= count; t += intake.frames) {
+            takeIn(t + ahead);
+#pragma GCC unroll 4
+            for (std::size_t i = 0; i < intake.frames; ++i) {
+                step(t + i);
+                give(t + i - latency);
+            }
         }
+        for (; t < count; ++t) {
+            step(t);
+            give(t - latency);
+        }
+        intake.remembered(first.x1, first.x2);
         // Band k is done, and its past final, when the last frame has left it.
         Memory after = memory;
         oneBandAfterTheOther(
             after, memory, [&]() __attribute__((always_inline)) {
                 memory.step(coefficients, Register{});
-                frames.store(t - latency, memory.y1.part[0]);
+                give(t - latency);
                 ++t;
             });
-        storeState(after);
+        storeState(after, first);
+        return meter.largest();
     }
 
 private:
+    /// Frames that the intake is ahead of the first band: its work falls into the wait for the bands.
+    static constexpr std::size_t ahead = 8;
+
     struct Coefficients {
         Row b0;
         Row b1;
         Row b2;
         Row a1;
         Row a2;
+        Register firstA1;
+        Register firstA2;
 
         [[gnu::always_inline]] explicit Coefficients(const QSPackedCoefficients& packed)
             : b0(Row::load(packed.lanes<channels>(QSPackedCoefficients::b0)))
@@ -98,36 +131,60 @@ private:
             , b2(Row::load(packed.lanes<channels>(QSPackedCoefficients::b2)))
             , a1(Row::load(packed.lanes<channels>(QSPackedCoefficients::a1)))
             , a2(Row::load(packed.lanes<channels>(QSPackedCoefficients::a2)))
+            , firstA1(broadcast<Register>(packed.firstBand(QSPackedCoefficients::a1)))
+            , firstA2(broadcast<Register>(packed.firstBand(QSPackedCoefficients::a2)))
         {
         }
     };
 
-    /// What the bands remember.
+    /// What the first band remembers.
+    struct First {
+        Register x1;
+        Register x2;
+        Register y1;
+        Register y2;
+    };
+
+    /// What the bands remember; of the first band only its results, as the intake has its inputs.
     struct Memory {
         Row x1;
         Row x2;
         Row y1;
         Row y2;
+        Row y3;
+        Register firstY1;
+        Register firstY2;
+        Register firstY3;
 
-        /// Every band takes its next frame: a result of two steps ago is what the band after it is to take now.
-        [[gnu::always_inline]] void step(const Coefficients& c, Register input)
+        /// Every band takes its next frame: a result of `delay` steps ago is what the band after it is to take now.
+        [[gnu::always_inline]] void step(const Coefficients& c, Register forward)
         {
-            static_assert(delay == 2);
-            const Row x = y2.handedOn(input);
+            static_assert(delay == 2 || delay == 3);
+            const Row x = delay == 2 ? y2.handedOn(firstY2) : y3.handedOn(firstY3);
             const Row y = c.b0 * x + c.b1 * x1 + c.b2 * x2 - c.a1 * y1 - c.a2 * y2;
+            const Register first = forward - c.firstA1 * firstY1 - c.firstA2 * firstY2;
             x2 = x1;
             x1 = x;
+            y3 = y2;
             y2 = y1;
             y1 = y;
+            firstY3 = firstY2;
+            firstY2 = firstY1;
+            firstY1 = first;
         }
 
         template <unsigned band>
         [[gnu::always_inline]] void takeBand(const Memory& other)
         {
-            x1.template takeBand<band>(other.x1);
-            x2.template takeBand<band>(other.x2);
-            y1.template takeBand<band>(other.y1);
-            y2.template takeBand<band>(other.y2);
+            if constexpr (band == 0) {
+                firstY1 = other.firstY1;
+                firstY2 = other.firstY2;
+            } else {
+                x1.template takeBand<band>(other.x1);
+                x2.template takeBand<band>(other.x2);
+                y1.template takeBand<band>(other.y1);
+                y2.template takeBand<band>(other.y2);
+            }
         }
     };
 
@@ -142,6 +199,35 @@ private:
             oneBandAfterTheOther<band + 1>(memory, source, step);
         }
     }
+
+    class Meter {
+    public:
+        [[gnu::always_inline]] void add(const Register& result)
+        {
+            // Of the result before, while this one is awaited: at once, it would be in the way of the next.
+            const auto magnitude = reinterpret_cast<Register>(magnitudesOf(last_));
+            // A NaN is not larger. One instruction everywhere, which the maximum of integers is not.
+            top_ = magnitude > top_ ? magnitude : top_;
+            last_ = result;
+        }
+
+        [[gnu::always_inline]] Magnitudes largest() const
+        {
+            // Once a result is not finite, none after it is, for each is made of the two before: the last one tells.
+            const Magnitudes last = magnitudesOf(last_);
+            const auto top = reinterpret_cast<Magnitudes>(top_);
+            return last > top ? last : top;
+        }
+
+    private:
+        [[gnu::always_inline]] static Magnitudes magnitudesOf(const Register& numbers)
+        {
+            return reinterpret_cast<Magnitudes>(numbers) & INT32_MAX;
+        }
+
+        Register top_{};
+        Register last_{};
+    };
 
     using Quad = Floats<4>;
 
@@ -198,7 +284,14 @@ private:
         }
     }
 
-    [[gnu::always_inline]] Memory loadState() const
+    [[gnu::always_inline]] First loadFirst() const
+    {
+        Register loaded[4];
+        loadState<width>(Row::parts * width, loaded);
+        return {loaded[0], loaded[1], loaded[2], loaded[3]};
+    }
+
+    [[gnu::always_inline]] Memory loadState(const First& first) const
     {
         Memory memory;
         for (unsigned i = 0; i < Row::parts; ++i) {
@@ -209,25 +302,29 @@ private:
             memory.y1.part[i] = loaded[2];
             memory.y2.part[i] = loaded[3];
         }
+        memory.firstY1 = first.y1;
+        memory.firstY2 = first.y2;
         return memory;
     }
 
-    [[gnu::always_inline]] void storeState(const Memory& memory) const
+    [[gnu::always_inline]] void storeState(const Memory& memory, const First& first) const
     {
-        for (unsigned i = 0; i < Row::parts; ++i) {
-            for (unsigned quad = 0; quad < width; quad += 4) {
-                const auto part = [&](const Row& row) __attribute__((always_inline))
-                {
-                    Quad lanes;
-                    for (unsigned lane = 0; lane < 4; ++lane)
-                        lanes[lane] = row.part[i][quad + lane];
-                    return lanes;
-                };
-                const Quads states = transposed({{part(memory.x1), part(memory.x2), part(memory.y1), part(memory.y2)}});
-                for (unsigned lane = 0; lane < 4; ++lane) {
-                    if (QSBiquadState* state = stateOf(i * width + quad + lane))
-                        storeVector(state, states.row[lane]);
-                }
+        for (unsigned i = 0; i < Row::parts; ++i)
+            storeState(i * width, {memory.x1.part[i], memory.x2.part[i], memory.y1.part[i], memory.y2.part[i]});
+        storeState(Row::parts * width, {first.x1, first.x2, memory.firstY1, memory.firstY2});
+    }
+
+    [[gnu::always_inline]] void storeState(unsigned firstLane, const First& part) const
+    {
+        for (unsigned quad = 0; quad < width; quad += 4) {
+            const auto four = [&](const Register& lanes) __attribute__((always_inline))
+            {
+                return Quad{lanes[quad], lanes[quad + 1], lanes[quad + 2], lanes[quad + 3]};
+            };
+            const Quads states = transposed({{four(part.x1), four(part.x2), four(part.y1), four(part.y2)}});
+            for (unsigned lane = 0; lane < 4; ++lane) {
+                if (QSBiquadState* state = stateOf(firstLane + quad + lane))
+                    storeVector(state, states.row[lane]);
             }
         }
     }
