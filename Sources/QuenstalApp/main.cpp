@@ -162,7 +162,6 @@ int start(int& argc, char** argv, Request request)
         std::fputs("Quenstal cannot run: there is no desktop session here.\n", stderr);
         return EXIT_FAILURE;
     }
-    // Before anything that starts a thread.
     TerminationSignals termination;
     QtToolkit toolkit(argc, argv);
     QtRunLoop runLoop;

@@ -3,19 +3,29 @@
 #include "QuenstalLinux/FileDescriptor.hpp"
 #include "QuenstalPlatform/RunLoop.hpp"
 
+#include <array>
+
+#include <signal.h>
+
 namespace quenstal {
 
-/// Turns SIGINT, SIGTERM and SIGHUP into a task on the run loop, so that the program ends in order. Made before any
-/// other thread, since threads inherit which signals are held back. Main thread.
+/// Turns SIGINT, SIGTERM and SIGHUP into a task on the run loop, so that the program ends in order. They are caught,
+/// not held back: programs that this one starts hear them as ever. One in a process. Main thread.
 class TerminationSignals {
 public:
     TerminationSignals();
+    ~TerminationSignals();
+    TerminationSignals(const TerminationSignals&) = delete;
+    TerminationSignals& operator=(const TerminationSignals&) = delete;
 
-    /// Runs the task when the program is asked to end. The run loop outlives the result.
+    /// Runs the task when the program is, or was already, asked to end. The run loop outlives the result.
     [[nodiscard]] Cancellation onSignal(RunLoop& runLoop, RunLoop::Task task);
 
 private:
-    FileDescriptor signals_;
+    static constexpr std::array signals{SIGINT, SIGTERM, SIGHUP};
+
+    FileDescriptor caught_;
+    std::array<struct sigaction, signals.size()> earlier_{};
 };
 
 } // namespace quenstal

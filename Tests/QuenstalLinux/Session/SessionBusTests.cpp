@@ -15,6 +15,7 @@
 #include <thread>
 #include <vector>
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -25,6 +26,60 @@ namespace {
 using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
+
+/// The part of logind that holds up sleep: each delay is a pipe, whose writing end the program holds.
+class FakeLogind {
+public:
+    FakeLogind(RunLoop& runLoop, const std::string& address)
+        : bus_(runLoop, address)
+    {
+        static const std::array table{
+            sd_bus_vtable SD_BUS_VTABLE_START(0),
+            sd_bus_vtable SD_BUS_METHOD("Inhibit", "ssss", "h", inhibit, SD_BUS_VTABLE_UNPRIVILEGED),
+            sd_bus_vtable SD_BUS_VTABLE_END,
+        };
+        sd_bus_add_object_vtable(
+            bus_.get(), nullptr, "/org/freedesktop/login1", "org.freedesktop.login1.Manager", table.data(), this);
+        sd_bus_request_name(bus_.get(), "org.freedesktop.login1", 0);
+    }
+
+    void prepareForSleep(bool isGoingToSleep)
+    {
+        sd_bus_emit_signal(bus_.get(), "/org/freedesktop/login1", "org.freedesktop.login1.Manager", "PrepareForSleep",
+            "b", isGoingToSleep ? 1 : 0);
+        sd_bus_flush(bus_.get());
+    }
+    /// What each delay was asked for.
+    const std::vector<std::string>& requests() const { return requests_; }
+    /// Whether the last delay that was granted is still held.
+    bool isHeldUp() const
+    {
+        pollfd end{held_.get(), 0, 0};
+        return held_ && poll(&end, 1, 0) == 0;
+    }
+
+private:
+    static int inhibit(sd_bus_message* message, void* self, sd_bus_error*)
+    {
+        auto* logind = static_cast<FakeLogind*>(self);
+        const char* what = nullptr;
+        const char* who = nullptr;
+        const char* why = nullptr;
+        const char* mode = nullptr;
+        sd_bus_message_read(message, "ssss", &what, &who, &why, &mode);
+        logind->requests_.push_back(std::string(what) + " " + who + " " + mode);
+        std::array<int, 2> ends{};
+        if (pipe2(ends.data(), O_CLOEXEC) != 0)
+            return -errno;
+        logind->held_ = FileDescriptor(ends[0]);
+        const FileDescriptor given(ends[1]);
+        return sd_bus_reply_method_return(message, "h", given.get());
+    }
+
+    BusConnection bus_;
+    std::vector<std::string> requests_;
+    FileDescriptor held_;
+};
 
 struct SessionBusTest : testing::Test {
     void SetUp() override
@@ -69,6 +124,27 @@ TEST_F(SessionBusTest, sleepAndWakeAreToldInTheirOrder)
     roundTrip(ours);
     loop.runUntilIdle();
     EXPECT_THAT(told, ElementsAre("will sleep", "did wake", "screens did wake"));
+    wake.screensDidWake();
+    loop.runUntilIdle();
+    EXPECT_EQ(told.size(), 4u);
+}
+
+TEST_F(SessionBusTest, sleepWaitsUntilEveryoneHasBeenToldOfIt)
+{
+    FakeLogind logind(loop, bus.address());
+    BusConnection ours(loop, bus.address());
+    LogindWake wake(loop, ours, ours);
+    ASSERT_TRUE(eventually([&] { return logind.isHeldUp(); }));
+    EXPECT_THAT(logind.requests(), ElementsAre("sleep Quenstal delay"));
+    std::vector<bool> heldUpWhenTold;
+    const auto first = wake.onWillSleep([&] { heldUpWhenTold.push_back(logind.isHeldUp()); });
+    const auto second = wake.onWillSleep([&] { heldUpWhenTold.push_back(logind.isHeldUp()); });
+    logind.prepareForSleep(true);
+    ASSERT_TRUE(eventually([&] { return heldUpWhenTold.size() == 2; }));
+    EXPECT_THAT(heldUpWhenTold, ElementsAre(true, true));
+    EXPECT_TRUE(eventually([&] { return !logind.isHeldUp(); }));
+    logind.prepareForSleep(false);
+    EXPECT_TRUE(eventually([&] { return logind.requests().size() == 2 && logind.isHeldUp(); }));
 }
 
 TEST_F(SessionBusTest, theSecondInstanceIsToldSoAndShowsTheFirst)
