@@ -27,8 +27,10 @@ set(CPACK_DEBIAN_PACKAGE_SECTION sound)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# The views import QtQuick; no library names its module.
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "qml6-module-qtquick, systemd | systemd-standalone-sysusers")
+# What no library names: the modules that the views import, and those that these import; the settings without which a
+# client of PipeWire does not start; and what makes the key service's user.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS
+    "qml6-module-qtquick, qml6-module-qtqml-workerscript, pipewire-bin, systemd | systemd-standalone-sysusers")
 # A bus to be one a session on; who decides whether the key service may be used; the sound server whose outputs are
 # controlled; the font the panel is drawn for; and windows where there is no X server.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS

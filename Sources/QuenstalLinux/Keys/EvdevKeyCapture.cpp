@@ -100,8 +100,8 @@ std::string EvdevKeyCapture::obstacle()
     case Obstacle::noAccess:
         break;
     }
-    return "Quenstal may not use the keyboard. Install Quenstal's package, which allows the user at the screen to use "
-           "the volume keys, then plug the keyboard in again or log in anew. Do not join the group \"input\": every "
+    return "Quenstal may not use the keyboard. Install Quenstal's package (\"./package install\" in its folder), whose "
+           "service hands the volume keys to the session at the screen. Do not join the group \"input\": every "
            "program could then read everything you type.";
 }
 

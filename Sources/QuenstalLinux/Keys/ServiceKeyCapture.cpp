@@ -118,9 +118,10 @@ std::string ServiceKeyCapture::obstacle()
     if (isPossible())
         return {};
     if (!isInstalled_ || !systemBus_)
-        return "Quenstal's key service is not installed. Install Quenstal's package: its service reads the keyboard in "
-               "your place and hands the three volume keys, and nothing else you type, to the session at the screen. "
-               "Do not join the group \"input\": every program could then read everything you type.";
+        return "Quenstal's key service is not installed. Install Quenstal's package (\"./package install\" in its "
+               "folder): the service reads the keyboard in your place and hands the three volume keys, and nothing "
+               "else you type, to the session at the screen. Do not join the group \"input\": every program could "
+               "then read everything you type.";
     if (!refusal_)
         return "Quenstal's key service does not answer. \"systemctl status quenstal-keyd\" says why. Quenstal tries "
                "again in half a minute.";
