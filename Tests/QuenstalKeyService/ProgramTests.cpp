@@ -1,0 +1,124 @@
+// The program itself, as the service manager would start it: its ends, orderly and not.
+
+#include "QuenstalKeyService/KeyServiceTest.hpp"
+#include "QuenstalPlatform/EventTaps.hpp"
+
+#include <optional>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <linux/input.h>
+#include <signal.h>
+#include <sys/wait.h>
+
+namespace quenstal {
+namespace {
+
+using testing::ElementsAre;
+
+struct KeyServiceProgramTest : KeyServiceTest {
+    void SetUp() override
+    {
+        KeyServiceTest::SetUp();
+        if (!IsSkipped())
+            startProgram();
+    }
+    void TearDown() override
+    {
+        sendSignal(SIGKILL);
+        awaitEnd();
+    }
+
+    void startProgram()
+    {
+        process = fork();
+        if (process == 0) {
+            const int silence = open("/dev/null", O_WRONLY);
+            dup2(silence, STDERR_FILENO);
+            setenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().c_str(), 1);
+            execl(QUENSTAL_KEYD, "quenstal-keyd", static_cast<char*>(nullptr));
+            _exit(127);
+        }
+        // Not over the machine's connection: what arrives while that waits would not be seen.
+        const BusConnection observer(loop, bus.address());
+        ASSERT_TRUE(eventually(
+            [&] { return sd_bus_get_name_creds(observer.get(), KeyServiceProtocol::busName, 0, nullptr) >= 0; }));
+    }
+    void sendSignal(int signal) const
+    {
+        if (process > 0)
+            kill(process, signal);
+    }
+    /// The exit status, or the signal with a minus. None when the program does not end.
+    std::optional<int> awaitEnd()
+    {
+        int status = 0;
+        if (process <= 0 || !eventually([&] { return waitpid(process, &status, WNOHANG) == process; }))
+            return std::nullopt;
+        process = -1;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    }
+
+    pid_t process = -1;
+};
+
+TEST_F(KeyServiceProgramTest, itHandsOutKeysAndFreesTheKeyboardsWhenItIsAskedToEnd)
+{
+    const auto client = capturingClient();
+    keyboard->type({{KEY_A, 1}, {KEY_MUTE, 1}});
+    ASSERT_TRUE(eventually([&] { return client->presses().size() == 1; }));
+    EXPECT_THAT(client->presses(), ElementsAre(VolumeKeyPress{AuxiliaryButton::mute, false}));
+    EXPECT_THAT(keyboard->passed(), ElementsAre("1 30 1"));
+    sendSignal(SIGTERM);
+    EXPECT_EQ(awaitEnd(), 0);
+    EXPECT_FALSE(keyboard->isGrabbed());
+    EXPECT_EQ(keyboard->clones(), 0);
+    EXPECT_TRUE(client->isDropped());
+}
+
+TEST_F(KeyServiceProgramTest, aKilledOneTellsItsClientByItsDeathAndTheNextOneServesAgain)
+{
+    const auto client = capturingClient();
+    sendSignal(SIGKILL);
+    EXPECT_EQ(awaitEnd(), -SIGKILL);
+    EXPECT_TRUE(eventually([&] { return client->isDropped(); }));
+    startProgram();
+    const auto next = newClient();
+    next->capture();
+    EXPECT_TRUE(eventually([&] { return next->hasSocket(); }));
+}
+
+TEST_F(KeyServiceProgramTest, aStoppedOneLosesTheKeyboardsToTheUserAndTakesThemAgainWhenItGoesOn)
+{
+    const auto client = capturingClient();
+    sendSignal(SIGSTOP);
+    keyboard->type({{KEY_A, 1}});
+    EXPECT_TRUE(eventually([&] { return !keyboard->isGrabbed(); }));
+    sendSignal(SIGCONT);
+    ASSERT_TRUE(eventually([&] { return keyboard->grabs() == 2; }));
+    EXPECT_FALSE(client->isDropped());
+    keyboard->type({{KEY_VOLUMEDOWN, 1}});
+    EXPECT_TRUE(eventually([&] { return client->presses().size() == 1; }));
+}
+
+TEST_F(KeyServiceProgramTest, itEndsWithTheBusAndFreesTheKeyboards)
+{
+    const auto client = capturingClient();
+    bus.stop();
+    const auto status = awaitEnd();
+    ASSERT_TRUE(status);
+    EXPECT_NE(*status, 0);
+    EXPECT_TRUE(eventually([&] { return client->isDropped(); }));
+}
+
+TEST_F(KeyServiceProgramTest, aSecondOneEndsAtOnce)
+{
+    const pid_t first = process;
+    startProgram();
+    EXPECT_EQ(awaitEnd(), EXIT_FAILURE);
+    process = first;
+    EXPECT_TRUE(capturingClient()->hasSocket());
+}
+
+} // namespace
+} // namespace quenstal
