@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include <unistd.h>
+
 namespace quenstal {
 
 namespace {
@@ -12,19 +14,6 @@ namespace {
 constexpr const char* outputs[] = {"monitor", "monitor2", "surround", "usb", "builtin"};
 
 } // namespace
-
-std::string outputOf(const std::string& command)
-{
-    FILE* const pipe = popen(command.c_str(), "r");
-    std::string text;
-    std::array<char, 256> piece{};
-    while (std::fgets(piece.data(), piece.size(), pipe))
-        text += piece.data();
-    EXPECT_EQ(pclose(pipe), 0) << command;
-    if (text.ends_with('\n'))
-        text.pop_back();
-    return text;
-}
 
 void AudioSessionTest::SetUp()
 {
@@ -40,6 +29,25 @@ void AudioSessionTest::TearDown()
         return;
     for (const char* const output : outputs)
         session(std::string("unplug ") + output);
+}
+
+std::string AudioSessionTest::outputOf(const std::string& command)
+{
+    constexpr auto limit = std::chrono::seconds(60);
+    FILE* const pipe = popen(command.c_str(), "r");
+    std::string text;
+    bool hasEnded = false;
+    const auto watch = loop.watchReadable(fileno(pipe), [&] {
+        std::array<char, 4096> piece{};
+        const auto bytes = read(fileno(pipe), piece.data(), piece.size());
+        hasEnded = bytes <= 0;
+        text.append(piece.data(), static_cast<std::size_t>(std::max<ssize_t>(bytes, 0)));
+    });
+    EXPECT_TRUE(loop.runUntil([&] { return hasEnded; }, limit)) << command;
+    EXPECT_EQ(pclose(pipe), 0) << command;
+    if (text.ends_with('\n'))
+        text.pop_back();
+    return text;
 }
 
 void AudioSessionTest::session(const std::string& command)

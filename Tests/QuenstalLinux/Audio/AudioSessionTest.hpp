@@ -20,16 +20,16 @@ inline constexpr const char* secondMonitorUID = "alsa_output.pci-0000_01_00.1.hd
 inline constexpr const char* surroundUID = "alsa_output.pci-0000_01_00.1.hdmi-surround";
 inline constexpr const char* usbUID = "alsa_output.usb-Simulated_DAC-00.analog-stereo";
 
-/// What a shell command prints, without the last line's end. Fails the test when the command fails.
-std::string outputOf(const std::string& command);
-
 /// This program in a real audio session of its own, with the adapters on top. Skips where no session can be had.
 struct AudioSessionTest : testing::Test {
     void SetUp() override;
     void TearDown() override;
 
+    /// What a shell command prints, without the last line's end. Fails the test when the command fails. Serves the loop
+    /// meanwhile: the server may have to hear from this program before it answers the command.
+    std::string outputOf(const std::string& command);
     /// One word of tools/audio_session.sh: "plug", "unplug", "stop", "start".
-    static void session(const std::string& command);
+    void session(const std::string& command);
     /// Plugs the output in, and waits until it is the default.
     AudioOutputDevice plugInDefault(const std::string& name, const std::string& uid);
     std::optional<AudioOutputDevice> defaultOutput() { return provider().defaultOutputDevice(); }

@@ -22,7 +22,7 @@ struct DenialTest : AudioSessionTest {
                 + std::to_string(object) + ' ' + std::to_string(rights));
         EXPECT_EQ(complaint, "");
     }
-    static std::uint32_t numberOfTargets()
+    std::uint32_t numberOfTargets()
     {
         const std::string number = outputOf("pw-metadata -n default | sed -n 's/.*metadata //p'");
         return number.empty() ? SPA_ID_INVALID : static_cast<std::uint32_t>(std::stoul(number));
@@ -30,7 +30,7 @@ struct DenialTest : AudioSessionTest {
 
     bool waitUntilNothingIsLeft()
     {
-        return loop.runUntil([] { return outputOf("pw-cli ls Node | grep quenstal.software || true").empty(); });
+        return loop.runUntil([this] { return outputOf("pw-cli ls Node | grep quenstal.software || true").empty(); });
     }
     std::string errorOfSoftwareVolume(const AudioOutputDevice& device)
     {

@@ -14,12 +14,36 @@ namespace {
 using namespace std::chrono_literals;
 
 struct FailureTest : AudioSessionTest {
-    static void stopEverything()
+    /// Starts the program that holds a muted session, and waits until it does.
+    pid_t startHolder()
+    {
+        int ends[2];
+        if (pipe(ends) != 0)
+            return -1;
+        const pid_t child = fork();
+        if (child == 0) {
+            dup2(ends[1], STDOUT_FILENO);
+            close(ends[0]);
+            close(ends[1]);
+            execl(AUDIO_SESSION_HOLDER, AUDIO_SESSION_HOLDER, monitorUID, nullptr);
+            _exit(127);
+        }
+        close(ends[1]);
+        ssize_t bytes = -1;
+        std::string text(7, '\0');
+        auto watch = loop.watchReadable(ends[0], [&] { bytes = read(ends[0], text.data(), text.size()); });
+        EXPECT_TRUE(loop.runUntil([&] { return bytes >= 0; }));
+        EXPECT_EQ(text, "running");
+        watch.reset();
+        close(ends[0]);
+        return child;
+    }
+    void stopEverything()
     {
         for (const char* const part : {"unplug monitor", "stop pulse", "stop manager", "stop server"})
             session(part);
     }
-    static void startEverything()
+    void startEverything()
     {
         for (const char* const part : {"start server", "start manager", "start pulse", "plug monitor"})
             session(part);
@@ -116,29 +140,8 @@ TEST_F(FailureTest, twoOutputsInQuickTurnLeaveOneSession)
     ProbeRecorder there(loop, secondMonitorUID);
     EXPECT_TRUE(waitForSound(recorder, 0.5F));
     EXPECT_TRUE(waitForSound(there, 1));
-    EXPECT_TRUE(loop.runUntil([] { return outputOf("pw-cli ls Node | grep -c quenstal.software || true") == "2"; }));
-}
-
-/// Starts the program that holds a muted session, and waits until it does.
-pid_t startHolder()
-{
-    int ends[2];
-    if (pipe(ends) != 0)
-        return -1;
-    const pid_t child = fork();
-    if (child == 0) {
-        dup2(ends[1], STDOUT_FILENO);
-        close(ends[0]);
-        close(ends[1]);
-        execl(AUDIO_SESSION_HOLDER, AUDIO_SESSION_HOLDER, monitorUID, nullptr);
-        _exit(127);
-    }
-    close(ends[1]);
-    std::string text(7, '\0');
-    const auto bytes = read(ends[0], text.data(), text.size());
-    close(ends[0]);
-    EXPECT_EQ(bytes, 7);
-    return child;
+    EXPECT_TRUE(
+        loop.runUntil([this] { return outputOf("pw-cli ls Node | grep -c quenstal.software || true") == "2"; }));
 }
 
 TEST_F(FailureTest, aProgramThatIsKilledLeavesTheSoundPlaying)
@@ -169,7 +172,7 @@ TEST_F(FailureTest, manySessionsLeaveNothingBehind)
         ASSERT_TRUE(waitForCycles()) << i;
         parts->software.stopAll();
     }
-    EXPECT_TRUE(loop.runUntil([] { return outputOf("pw-cli ls Node | grep quenstal || true").empty(); }));
+    EXPECT_TRUE(loop.runUntil([this] { return outputOf("pw-cli ls Node | grep quenstal || true").empty(); }));
     EXPECT_EQ(outputOf("pw-metadata -n default | grep target.object || true"), "");
 }
 

@@ -265,7 +265,7 @@ TEST_F(SoftwarePathTest, endingTheSessionGivesTheDirectPathBack)
     EXPECT_TRUE(waitForGain(recorder, 1, second / 4));
     EXPECT_EQ(outputOf("pw-metadata -n default | grep configured || true"), metadata);
     EXPECT_EQ(outputOf("pw-metadata -n default | grep target.object || true"), "");
-    EXPECT_TRUE(loop.runUntil([] { return outputOf("pw-cli ls Node | grep quenstal || true").empty(); }));
+    EXPECT_TRUE(loop.runUntil([this] { return outputOf("pw-cli ls Node | grep quenstal || true").empty(); }));
 }
 
 TEST_F(SoftwarePathTest, quantumAndRateMayChangeWhileItRuns)

@@ -36,7 +36,7 @@ struct StreamFailureTest : AudioSessionTest {
         }
         return stream;
     }
-    static void destroy(std::uint32_t stream) { outputOf("pw-cli destroy " + std::to_string(stream)); }
+    void destroy(std::uint32_t stream) { outputOf("pw-cli destroy " + std::to_string(stream)); }
     /// As a session manager does that has no place for the stream.
     void refuse(std::uint32_t stream, int status)
     {
