@@ -241,6 +241,14 @@ ProbeRecorder::Frames ProbeRecorder::take(std::size_t frames, RunLoop::Duration 
     return taken;
 }
 
+ProbeRecorder::Frames ProbeRecorder::drain()
+{
+    Frames drained(channels_);
+    const std::lock_guard lock(mutex_);
+    frames_.swap(drained);
+    return drained;
+}
+
 void ProbeRecorder::clear()
 {
     const std::lock_guard lock(mutex_);

@@ -75,6 +75,8 @@ public:
     bool isReady();
     /// The next frames, channel by channel; fewer when they do not come within the limit.
     Frames take(std::size_t frames, RunLoop::Duration limit = std::chrono::seconds(5));
+    /// What was heard since the last call, or since it was last cleared.
+    Frames drain();
     /// Throws away what was heard so far.
     void clear();
     /// Waits for frames until one fits. False when none does within the limit.
