@@ -63,6 +63,8 @@ struct CardDevice {
     /// The server has told all of the properties, not only those that it announces to everyone.
     bool isComplete = false;
     AudioProperties properties;
+    /// It has told its routes, or none in time.
+    bool hasToldRoutes = false;
     /// By the number that a node carries as `card.profile.device`.
     std::map<std::int32_t, OutputRoute> outputRoutes;
 };

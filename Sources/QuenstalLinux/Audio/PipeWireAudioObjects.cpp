@@ -236,7 +236,8 @@ void PipeWireAudioObjects::takeOverVolumes()
 bool PipeWireAudioObjects::isPresentable(const SinkNode& sink) const
 {
     const CardDevice* const card = graph_.graph().cardOf(sink);
-    return sink.isComplete && (!card || card->isComplete) && isOutput(sink.properties);
+    // Before its route is known, an output's volume would be read and written in the wrong place.
+    return sink.isComplete && (!card || (card->isComplete && card->hasToldRoutes)) && isOutput(sink.properties);
 }
 
 AudioObjectID PipeWireAudioObjects::numberFor(const SinkNode& sink)

@@ -133,7 +133,8 @@ struct PipeWireGraph::Events {
             card.outputRoutes.insert_or_assign(route->first, std::move(route->second));
         for (auto& [id, sink] : bound.owner.graph_.sinks)
             bound.owner.updateEld(sink);
-        bound.owner.changed(GraphChange::volumes);
+        const bool wasWaitedFor = !std::exchange(card.hasToldRoutes, true);
+        bound.owner.changed(wasWaitedFor ? GraphChange::outputs : GraphChange::volumes);
     }
 
     static int defaultProperty(void* data, std::uint32_t subject, const char* key, const char* type, const char* value)
@@ -299,7 +300,13 @@ void PipeWireGraph::askForRoutes()
     ask();
     // A server that is busy answering someone else may answer with what it knew before the change.
     askAgain_ = runLoop_.after(secondQuestion, ask);
-    askLast_ = runLoop_.after(lastQuestion, ask);
+    askLast_ = runLoop_.after(lastQuestion, [this, ask] {
+        ask();
+        // Some cards have none.
+        for (auto& [id, card] : graph_.devices)
+            card.hasToldRoutes = true;
+        changed(GraphChange::outputs);
+    });
 }
 
 bool PipeWireGraph::writeVolume(std::uint32_t sink, const AudioVolume& volume)
