@@ -16,9 +16,9 @@
 # QUENSTAL_AUDIO_SESSION in its environment.
 set -euo pipefail
 
-# wait_for SECONDS COMMAND...: until the command succeeds.
+# wait_for SECONDS COMMAND...: until the command succeeds. A machine known to be slow has QUENSTAL_PATIENCE times as long.
 wait_for() {
-    local limit=$((SECONDS + $1))
+    local limit=$((SECONDS + $1 * ${QUENSTAL_PATIENCE:-1}))
     shift
     until "$@" >/dev/null 2>&1; do
         [ "$SECONDS" -lt "$limit" ] || { echo "audio session: no success within its time: $*" >&2; return 1; }

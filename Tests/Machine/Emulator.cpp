@@ -80,7 +80,10 @@ void Emulator::plugInKeyboard(const std::string& device)
 
 void Emulator::record(const std::string& backEnd, const std::string& file)
 {
-    const std::string line = "wavcapture " + file + " " + backEnd + " 48000 16 2";
+    const char* const outside = std::getenv("QUENSTAL_MACHINE_OUT");
+    if (!outside)
+        throw std::runtime_error("it is not known where the host sees /out");
+    const std::string line = "wavcapture " + std::string(outside) + "/" + file + " " + backEnd + " 48000 16 2";
     execute(command("human-monitor-command", {{"command-line", line}}).dump());
 }
 

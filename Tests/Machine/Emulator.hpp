@@ -24,7 +24,8 @@ public:
     /// By the name that the device was given on the emulator's command line.
     void pullOut(const std::string& device);
     void plugInKeyboard(const std::string& device);
-    /// Records one of its sound back ends to a file of the host, 16 bits and two channels, until `stopRecording`.
+    /// Records one of its sound back ends to a file below /out, 48 kHz, 16 bits and two channels, until
+    /// `stopRecording`.
     void record(const std::string& backEnd, const std::string& file);
     void stopRecording();
 

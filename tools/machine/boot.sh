@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Boots the emulated machine and runs a command on it, as root, with the files of this machine.
 #
-#   boot.sh NAME [QEMU_OPTION...] -- COMMAND...
+#   boot.sh NAME [-append KERNEL_OPTIONS] [QEMU_OPTION...] -- COMMAND...
 #
 # Prints what the command prints and ends with its status; 1 when the machine did not get that far. Whatever the
 # command leaves in /out is found in build/machine/NAME. The command may talk to the emulator (QMP) through the port
@@ -16,8 +16,14 @@ limit_seconds=${QUENSTAL_MACHINE_SECONDS:-150}
 name=$1
 shift
 devices=()
+kernel_options=
 while [ "$1" != -- ]; do
-    devices+=("$1")
+    if [ "$1" = -append ]; then
+        kernel_options=$2
+        shift
+    else
+        devices+=("$1")
+    fi
     shift
 done
 shift
@@ -31,7 +37,8 @@ version=$(cat "$kernel/version")
 out=$root/build/machine/$name
 rm -rf "$out"
 mkdir -p "$out"
-printf '%q ' "$@" >"$out/command"
+printf 'QUENSTAL_MACHINE_OUT=%q ' "$out" >"$out/command"
+printf '%q ' "$@" >>"$out/command"
 
 # One end of the socket is the emulator's own, the other the port in the machine: a program there can pull out the
 # keyboard that it reads.
@@ -41,7 +48,7 @@ status=0
 timeout "$limit_seconds" qemu-system-x86_64 -accel tcg,thread=multi,tb-size=512 -cpu max -M q35,usb=off,vmport=off,i8042=off \
     -m 1024 -nodefaults -no-user-config -no-reboot -display none \
     -kernel "$kernel/boot/vmlinuz-$version" -initrd "$kernel/initrd.img" \
-    -append "console=ttyS0 quiet loglevel=4 panic=-1 tsc=reliable no_timer_check mitigations=off guest=$root/tools/machine/${QUENSTAL_MACHINE_GUEST:-guest}.sh" \
+    -append "console=ttyS0 quiet loglevel=4 panic=-1 tsc=reliable no_timer_check mitigations=off $kernel_options guest=$root/tools/machine/${QUENSTAL_MACHINE_GUEST:-guest}.sh" \
     -serial "file:$out/console.log" \
     -virtfs "local,path=/,mount_tag=host,security_model=none,readonly=on,multidevs=remap" \
     -virtfs "local,path=$out,mount_tag=out,security_model=none" \

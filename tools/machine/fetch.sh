@@ -55,7 +55,7 @@ done
 package=$(apt-cache depends linux-image-amd64 2>/dev/null | awk '/Depends: linux-image-[0-9]/ { print $2; exit }')
 [ -n "$package" ] || skip "the package linux-image-amd64 is not known here"
 version=${package#linux-image-}
-stamp="$version $(sha256sum "${BASH_SOURCE[0]}" "$root/tools/machine/init.sh" | sha256sum)"
+stamp="$version $(cat "${BASH_SOURCE[0]}" "$root/tools/machine/init.sh" | sha256sum)"
 if [ "$(cat "$place/kernel/stamp" 2>/dev/null)" != "$stamp" ]; then
     unpack "$version"
     echo "$version" >"$place/kernel/version"
