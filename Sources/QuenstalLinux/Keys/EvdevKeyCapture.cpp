@@ -65,18 +65,13 @@ std::vector<std::string> EvdevKeyCapture::accessibleNodes() const
     return paths;
 }
 
-bool EvdevKeyCapture::isPausing() const
-{
-    return busySince_ && runLoop_.steadyNow() - *busySince_ < busyPause;
-}
-
 EvdevKeyCapture::Obstacle EvdevKeyCapture::obstacleKind() const
 {
     if (listener_)
         return Obstacle::none;
     if (nodes_.empty())
         return Obstacle::noKeyboard;
-    if (isPausing())
+    if (pause_)
         return Obstacle::takenByOther;
     if (access(uinputNode, W_OK) != 0 || accessibleNodes().empty())
         return Obstacle::noAccess;
@@ -135,12 +130,21 @@ void EvdevKeyCapture::grab()
 
 void EvdevKeyCapture::lost(KeyGrabber::Loss loss)
 {
-    if (loss == KeyGrabber::Loss::busy)
-        busySince_ = runLoop_.steadyNow();
+    if (loss == KeyGrabber::Loss::busy || loss == KeyGrabber::Loss::unguarded)
+        pause();
     KeyCaptureListener* const listener = listener_;
     stop();
     changes_.notify();
     listener->captureLost();
+}
+
+/// Whoever waits for the keyboards hears of the end: nothing else tells that they are free.
+void EvdevKeyCapture::pause()
+{
+    pause_ = runLoop_.after(busyPause, [this] {
+        pause_.reset();
+        changes_.notify();
+    });
 }
 
 void EvdevKeyCapture::stop()

@@ -6,7 +6,6 @@
 #include "QuenstalPlatform/Notifier.hpp"
 
 #include <memory>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -40,11 +39,11 @@ private:
     struct Session;
 
     std::vector<std::string> accessibleNodes() const;
-    bool isPausing() const;
     void watchHotplug();
     void nodesMayHaveChanged();
     void grab();
     void lost(KeyGrabber::Loss loss);
+    void pause();
 
     RunLoop& runLoop_;
     std::string seat_;
@@ -53,7 +52,8 @@ private:
     std::unique_ptr<udev_monitor, ReleaseUdev> monitor_;
     Cancellation watch_;
     std::vector<InputNode> nodes_;
-    std::optional<RunLoop::SteadyTime> busySince_;
+    /// While it waits the keyboards are left alone.
+    Cancellation pause_;
     KeyCaptureListener* listener_ = nullptr;
     std::shared_ptr<Session> session_;
     std::vector<std::string> grabbedNodes_;

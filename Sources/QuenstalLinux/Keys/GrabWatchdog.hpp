@@ -23,7 +23,9 @@ public:
     GrabWatchdog& operator=(const GrabWatchdog&) = delete;
     ~GrabWatchdog();
 
-    /// Readable once a grab was taken away; -1 when the watchdog could not be started.
+    /// False when the system had no process or no pipe to give.
+    bool isWatching() const { return process_ > 0; }
+    /// Readable once the grabs were taken away, or when the watchdog was ended by others.
     int releasedDescriptor() const { return released_.get(); }
 
 private:

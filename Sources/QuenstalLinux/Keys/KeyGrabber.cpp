@@ -32,11 +32,7 @@ KeyGrabber::~KeyGrabber()
 void KeyGrabber::run(const std::vector<std::string>& nodes)
 {
     open(nodes);
-    while (dropUnusable()) {
-        tendWatchdog();
-        if (!waitForEvents())
-            break;
-    }
+    while (dropUnusable() && tendWatchdog() && waitForEvents()) { }
     // The watchdog shares the open files: it goes first, so that closing them ends the grabs.
     watchdog_.reset();
     keyboards_.clear();
@@ -62,7 +58,8 @@ bool KeyGrabber::dropUnusable()
     return false;
 }
 
-void KeyGrabber::tendWatchdog()
+/// False, with the reason told, when grabbed keyboards would be without one.
+bool KeyGrabber::tendWatchdog()
 {
     std::vector<int> grabbed;
     for (const auto& keyboard : keyboards_) {
@@ -70,11 +67,16 @@ void KeyGrabber::tendWatchdog()
             grabbed.push_back(keyboard->descriptor());
     }
     if (grabbed.size() == watched_)
-        return;
+        return true;
     watchdog_.reset();
     watched_ = grabbed.size();
-    if (!grabbed.empty())
-        watchdog_ = std::make_unique<GrabWatchdog>(grabbed);
+    if (grabbed.empty())
+        return true;
+    watchdog_ = std::make_unique<GrabWatchdog>(grabbed);
+    if (watchdog_->isWatching())
+        return true;
+    handlers_.lost(Loss::unguarded);
+    return false;
 }
 
 bool KeyGrabber::waitForEvents()

@@ -21,6 +21,8 @@ public:
         allGone,
         /// Another program has grabbed what there is.
         busy,
+        /// There is no process to guard them, without which nothing is grabbed.
+        unguarded,
         /// This program did not keep up, and the keyboards were freed.
         stalled,
     };
@@ -44,7 +46,7 @@ private:
     /// False when the thread is to end.
     bool waitForEvents();
     bool dropUnusable();
-    void tendWatchdog();
+    bool tendWatchdog();
 
     Handlers handlers_;
     FileDescriptor wake_;

@@ -197,7 +197,10 @@ TEST_F(EmulatedKeyboardTest, aKeyboardThatAnotherProgramHasTakenIsALossAndLeftAl
     EXPECT_THAT(capture.obstacle(), testing::HasSubstr("Another program has taken the keyboard over"));
     EXPECT_FALSE(capture.start(*this));
     EXPECT_EQ(keyboard->clones(), 0);
+    int changes = 0;
+    const auto waiting = capture.onMayHaveChanged([&] { ++changes; });
     loop.advance(EvdevKeyCapture::busyPause);
+    EXPECT_EQ(changes, 1);
     keyboard->refuseGrab(false);
     ASSERT_TRUE(capture.start(*this));
     EXPECT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));

@@ -1,17 +1,12 @@
-#include "QuenstalLinux/Keys/GrabWatchdog.hpp"
 #include "QuenstalLinux/Keys/InputNodes.hpp"
 #include "QuenstalLinux/Keys/VolumeKeyFilter.hpp"
 #include "QuenstalPlatform/EventTaps.hpp"
 
-#include <array>
 #include <string>
 #include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace quenstal {
 namespace {
@@ -106,40 +101,6 @@ TEST(InputNodesTest, aBitmapHasTheKeysWhenAllThreeBitsAreSet)
     };
     for (const Row& row : rows)
         EXPECT_EQ(hasVolumeKeys(row.bitmap), row.has) << row.what;
-}
-
-struct GrabWatchdogTest : testing::Test {
-    GrabWatchdogTest() { EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, ends.data()), 0); }
-    ~GrabWatchdogTest() override
-    {
-        close(ends[0]);
-        close(ends[1]);
-    }
-
-    bool isReleased(const GrabWatchdog& watchdog, int milliseconds)
-    {
-        pollfd entry{watchdog.releasedDescriptor(), POLLIN, 0};
-        return poll(&entry, 1, milliseconds) == 1;
-    }
-
-    /// The reader reads the first, keys come in at the second.
-    std::array<int, 2> ends{};
-};
-
-TEST_F(GrabWatchdogTest, eventsThatStayUnreadFreeTheKeyboards)
-{
-    const GrabWatchdog watchdog({ends[0]});
-    ASSERT_EQ(write(ends[1], "k", 1), 1);
-    EXPECT_TRUE(isReleased(watchdog, 5000));
-}
-
-TEST_F(GrabWatchdogTest, aReaderThatReadsKeepsThem)
-{
-    const GrabWatchdog watchdog({ends[0]});
-    ASSERT_EQ(write(ends[1], "k", 1), 1);
-    char key = 0;
-    ASSERT_EQ(read(ends[0], &key, 1), 1);
-    EXPECT_FALSE(isReleased(watchdog, static_cast<int>(GrabWatchdog::patience.count()) * 3 / 2));
 }
 
 } // namespace
