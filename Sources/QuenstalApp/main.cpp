@@ -88,8 +88,8 @@ public:
         , screens_(runLoop, [this] { wake_.screensDidWake(); })
         , preferences_(FilePreferences::defaultPath())
         , x11Keys_(isWaylandSession() ? nullptr : std::make_unique<X11KeyCapture>(runLoop))
-        , serviceKeys_(runLoop, systemBus_)
         , evdevKeys_(runLoop, currentSeat())
+        , serviceKeys_(runLoop, systemBus_, evdevKeys_)
         , windowSystem_(connectToX11(runLoop))
         , desktop_(windowSystem_.get())
         , eventTaps_(runLoop, waysOfCapture())
@@ -128,8 +128,8 @@ private:
     X11Screens screens_;
     FilePreferences preferences_;
     std::unique_ptr<X11KeyCapture> x11Keys_;
-    ServiceKeyCapture serviceKeys_;
     EvdevKeyCapture evdevKeys_;
+    ServiceKeyCapture serviceKeys_;
     std::unique_ptr<WindowSystem> windowSystem_;
     QtDesktop desktop_;
     LinuxEventTaps eventTaps_;

@@ -13,11 +13,15 @@
 #include <stdexcept>
 #include <string>
 
+#include <sys/prctl.h>
+
 namespace quenstal {
 namespace {
 
 int run()
 {
+    // What is typed passes through this memory: it is not for core dumps, nor for debuggers of the same account.
+    prctl(PR_SET_DUMPABLE, 0);
     EventLoop loop;
     BusConnection systemBus(loop, BusConnection::Which::system);
     if (!systemBus)

@@ -29,7 +29,8 @@ struct ServiceKeyCaptureTest : KeyServiceTest, KeyCaptureListener {
         if (IsSkipped())
             return;
         clientBus = std::make_unique<BusConnection>(loop, bus.address());
-        capture = std::make_unique<ServiceKeyCapture>(loop, *clientBus);
+        ownKeyboards = std::make_unique<EvdevKeyCapture>(loop);
+        capture = std::make_unique<ServiceKeyCapture>(loop, *clientBus, *ownKeyboards);
         observation = capture->onMayHaveChanged([this] { ++changes; });
     }
     void TearDown() override
@@ -50,6 +51,7 @@ struct ServiceKeyCaptureTest : KeyServiceTest, KeyCaptureListener {
     }
 
     std::unique_ptr<BusConnection> clientBus;
+    std::unique_ptr<EvdevKeyCapture> ownKeyboards;
     std::unique_ptr<ServiceKeyCapture> capture;
     Cancellation observation;
     std::vector<std::pair<std::int64_t, bool>> presses;
@@ -72,6 +74,14 @@ TEST_F(ServiceKeyCaptureTest, aServiceThatAppearsIsNoticedWithoutBeingAsked)
     EXPECT_EQ(capture->obstacle(), "");
     loop.runUntilIdle();
     EXPECT_THAT(machine->questions(), IsEmpty());
+}
+
+TEST_F(ServiceKeyCaptureTest, withoutAKeyboardThatHasTheKeysThereIsNothingToCapture)
+{
+    startServiceAndSeeIt();
+    keyboard->announceRemoval();
+    ASSERT_TRUE(eventually([&] { return !capture->isPossible(); }));
+    EXPECT_EQ(capture->obstacle(), "No keyboard with volume keys is connected.");
 }
 
 TEST_F(ServiceKeyCaptureTest, keysArriveUntilTheCaptureStops)

@@ -37,9 +37,10 @@ bool namesService(sd_bus_message* message)
 
 } // namespace
 
-ServiceKeyCapture::ServiceKeyCapture(RunLoop& runLoop, BusConnection& systemBus)
+ServiceKeyCapture::ServiceKeyCapture(RunLoop& runLoop, BusConnection& systemBus, const EvdevKeyCapture& keyboards)
     : runLoop_(runLoop)
     , systemBus_(systemBus)
+    , keyboards_(keyboards)
     , changes_(runLoop)
 {
     if (!systemBus)
@@ -110,7 +111,12 @@ int ServiceKeyCapture::ownerChanged(sd_bus_message* message, void* userData, sd_
 
 bool ServiceKeyCapture::isPossible()
 {
-    return listener_ || (isInstalled_ && systemBus_ && !refusalEnd_);
+    return listener_ || (isInstalled_ && systemBus_ && !refusalEnd_ && hasKeyboard());
+}
+
+bool ServiceKeyCapture::hasKeyboard() const
+{
+    return keyboards_.obstacleKind() != EvdevKeyCapture::Obstacle::noKeyboard;
 }
 
 std::string ServiceKeyCapture::obstacle()
@@ -122,6 +128,8 @@ std::string ServiceKeyCapture::obstacle()
                "folder): the service reads the keyboard in your place and hands the three volume keys, and nothing "
                "else you type, to the session at the screen. Do not join the group \"input\": every program could "
                "then read everything you type.";
+    if (!hasKeyboard())
+        return "No keyboard with volume keys is connected.";
     if (!refusal_)
         return "Quenstal's key service does not answer. \"systemctl status quenstal-keyd\" says why. Quenstal tries "
                "again in half a minute.";

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "QuenstalLinux/FileDescriptor.hpp"
+#include "QuenstalLinux/Keys/EvdevKeyCapture.hpp"
 #include "QuenstalLinux/Keys/KeyCapture.hpp"
 #include "QuenstalLinux/Keys/KeyServiceProtocol.hpp"
 #include "QuenstalLinux/Session/BusConnection.hpp"
@@ -26,11 +27,13 @@ public:
     /// For the answer to `Capture`, which may have to start the service.
     static constexpr auto longestCall = std::chrono::seconds(5);
 
-    /// Asks the bus once whether there is a service; from then on the bus tells when that changes. Both outlive this.
-    ServiceKeyCapture(RunLoop& runLoop, BusConnection& systemBus);
+    /// Asks the bus once whether there is a service; from then on the bus tells when that changes. Which keyboards
+    /// there are everyone may know, without the right to read them. All three outlive this.
+    ServiceKeyCapture(RunLoop& runLoop, BusConnection& systemBus, const EvdevKeyCapture& keyboards);
     ~ServiceKeyCapture() override;
 
-    /// From memory: neither asks nor starts the service.
+    /// From memory: neither asks nor starts the service. A keyboard that is unplugged meanwhile changes nothing, since
+    /// the service waits for the next one.
     bool isPossible() override;
     std::string obstacle() override;
     /// True while the service is asked; a refusal is told as a loss.
@@ -49,6 +52,7 @@ private:
     static int servicesListed(sd_bus_message* message, void* userData, sd_bus_error* error);
     static int ownerChanged(sd_bus_message* message, void* userData, sd_bus_error* error);
 
+    bool hasKeyboard() const;
     void askWhetherInstalled();
     void setInstalled(bool isInstalled);
     void take(FileDescriptor socket);
@@ -58,6 +62,7 @@ private:
 
     RunLoop& runLoop_;
     BusConnection& systemBus_;
+    const EvdevKeyCapture& keyboards_;
     Notifier<> changes_;
     bool isInstalled_ = false;
     std::optional<KeyServiceRefusal> refusal_;
