@@ -54,31 +54,30 @@ public:
     template <class Frames>
     Magnitudes run(const Frames frames, std::size_t count) const
     {
-        // All that the loop needs stands in locals: a store to the output cannot change them.
-        const Coefficients coefficients(coefficients_);
+        // All that the loops need stands in locals: a store to the output cannot change them.
         First first = loadFirst();
-        Memory memory = loadState(first);
-        const Memory before = memory;
-        Meter meter;
         Intake<Isa, channels, Register> intake(coefficients_, gain_, preampGain_, first.x1, first.x2);
         const auto takeIn = [&](std::size_t t) __attribute__((always_inline))
         {
             intake.take(frames, t, count);
         };
+        for (std::size_t early = 0; early < ahead; early += intake.frames)
+            takeIn(early);
+
+        const Coefficients coefficients(coefficients_);
+        Memory memory = loadState(first);
+        const Memory before = memory;
         const auto step = [&](std::size_t t) __attribute__((always_inline))
         {
             memory.step(coefficients, intake.taken(t));
         };
+        Meter meter;
         const auto give = [&](std::size_t t) __attribute__((always_inline))
         {
             meter.add(memory.y1.part[0]);
             frames.store(t, memory.y1.part[0]);
         };
-
         std::size_t t = 0;
-        for (; t < ahead; t += intake.frames)
-            takeIn(t);
-        t = 0;
         // Band k joins with its own past when the first frame reaches it; what its lanes held till then is nobody's.
         oneBandAfterTheOther(
             memory, before, [&]() __attribute__((always_inline)) {
