@@ -47,7 +47,7 @@ target_include_directories(dsp_fused PRIVATE ${PROJECT_SOURCE_DIR}/Tests)
 target_link_libraries(dsp_fused PRIVATE quenstal_options QuenstalDDC)
 quenstal_suite(dsp_kernels
     LABEL dsp
-    TIMEOUT 300
+    TIMEOUT 600
     SOURCES SignalProcessingKernelTests.cpp SignalProcessingComparison.cpp
     DEPENDS QuenstalDDC dsp_fused)
 quenstal_script_suite(dsp_no_fma LABEL dsp DEPENDS QuenstalDDC dsp_fused

@@ -4,7 +4,7 @@ if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
     set(machine X86)
     set(instruction_sets Sse2 Avx2 Avx512)
     # These processors put instructions in order by themselves, as their operands come. g++'s order, made for none in
-    # particular, costs up to a fiftieth.
+    # particular, costs one to four per cent.
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
         set(order_as_written -fno-schedule-insns2)
     endif()
