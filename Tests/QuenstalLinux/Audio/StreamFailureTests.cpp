@@ -67,6 +67,7 @@ TEST_F(StreamFailureTest, aStreamThatIsLostIsReplacedByTheNextRefresh)
             SCOPED_TRACE(testing::Message() << (side == Side::capture ? "capture" : "playback") << " stream "
                                             << (isDestroyed ? "destroyed" : "refused"));
             start(device);
+            ASSERT_TRUE(waitForCycles());
             ASSERT_TRUE(waitForSound(recorder, 0.5F));
             isDestroyed ? destroy(streamOf(side)) : refuse(streamOf(side), -ENOSPC);
             ASSERT_TRUE(waitForTheEnd());
@@ -85,6 +86,8 @@ TEST_F(StreamFailureTest, aSecondLossIsExplainedAndLeavesTheSoundOnItsDirectPath
     start(device);
     for (int i = 0; i < 2; ++i) {
         ASSERT_EQ(errorOf([&] { parts->software.setEQProfile({}, device); }), "") << i;
+        // What was heard last may still be the session before.
+        ASSERT_TRUE(waitForCycles()) << i;
         ASSERT_TRUE(waitForSound(recorder, 0.5F)) << i;
         changes.clear();
         refuse(streamOf(Side::playback), -ENOSPC);
