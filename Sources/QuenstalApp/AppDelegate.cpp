@@ -87,8 +87,22 @@ void AppDelegate::observeMachine()
     observers_.push_back(platform_.audioObjects.onOutputsChanged(refresh));
     observers_.push_back(platform_.audioObjects.onVolumeChangedElsewhere(refresh));
     observers_.push_back(platform_.audioTaps.onTapChanged(refresh));
-    observers_.push_back(platform_.displayBusHealth.observeChanges(refresh));
+    observers_.push_back(platform_.displayBusHealth.observeChanges([this] { busesChanged(); }));
     observers_.push_back(platform_.trust.onMayHaveChanged(refresh));
+}
+
+/// A command that a monitor accepted and did not carry out goes over the path that is left: no key is lost.
+void AppDelegate::busesChanged()
+{
+    if (platform_.displayBusHealth.takeLostWrite()) {
+        // Nobody has read the volume since the command, so the state still shows what was wanted.
+        const VolumeSnapshot wanted = controller_->state().volume;
+        controller_->refresh();
+        controller_->handle(VolumeCommand::setLevel(wanted.level));
+        if (wanted.isMuted)
+            controller_->handle(VolumeCommand::setMuted(true));
+    }
+    statusController_->scheduleRefresh();
 }
 
 void AppDelegate::workspaceDidWake()

@@ -71,6 +71,7 @@ private:
     void tapPolicyMayHaveChanged(const QuenstalState& state);
     void observeWorkspace();
     void observeMachine();
+    void busesChanged();
     void workspaceDidWake();
     void workspaceScreensDidWake();
     void wake();

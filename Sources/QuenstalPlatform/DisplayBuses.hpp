@@ -92,6 +92,9 @@ public:
     /// went away: time to refresh. Several reasons that come together are told once.
     [[nodiscard]] virtual Cancellation observeChanges(RunLoop::Task task) = 0;
     virtual std::vector<DisplayBusProblem> problems() const = 0;
+    /// Whether the last write that was accepted has failed since, which is asked for once. Such a failure is among the
+    /// reasons that observers run for.
+    virtual bool takeLostWrite() = 0;
 
     /// The machine is about to sleep: nothing is held open.
     virtual void machineWillSleep() = 0;

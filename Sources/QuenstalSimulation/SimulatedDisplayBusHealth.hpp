@@ -14,6 +14,7 @@ class SimulatedDisplayBusHealth final : public DisplayBusHealth {
 public:
     [[nodiscard]] Cancellation observeChanges(RunLoop::Task task) override { return observers_.add(std::move(task)); }
     std::vector<DisplayBusProblem> problems() const override { return problems_; }
+    bool takeLostWrite() override { return std::exchange(hasLostWrite_, false); }
     void machineWillSleep() override { calls_.emplace_back("will sleep"); }
     void machineDidWake() override { calls_.emplace_back("did wake"); }
     void stop() override { calls_.emplace_back("stop"); }
@@ -23,12 +24,18 @@ public:
         problems_ = std::move(problems);
         tellOfChange();
     }
+    void loseWrite()
+    {
+        hasLostWrite_ = true;
+        tellOfChange();
+    }
     void tellOfChange() const { observers_.call(); }
     const std::vector<std::string>& calls() const { return calls_; }
 
 private:
     Registry<RunLoop::Task> observers_;
     std::vector<DisplayBusProblem> problems_;
+    bool hasLostWrite_ = false;
     std::vector<std::string> calls_;
 };
 

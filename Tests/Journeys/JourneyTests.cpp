@@ -106,6 +106,21 @@ TEST_F(JourneyTest, whatWasFoundIsToldAsItChanges)
     EXPECT_EQ(machine.delegate->findings().monitorProblems.size(), 1u);
 }
 
+TEST_F(JourneyTest, aKeyThatTheMonitorLosesMovesTheSoftwareGain)
+{
+    machine.plugInMonitorOutput();
+    const auto monitor = machine.plugInMonitor({.volume = 50, .quirks = {.busyAfterSet = 0ms}});
+    machine.launch();
+    machine.taps.play([](std::uint32_t, std::uint64_t) { return 1.0F; });
+    machine.press(down);
+    const double wanted = machine.state().volume.level;
+    monitor->setQuirks({.isDeaf = true});
+    machine.busHealth.loseWrite();
+    machine.loop.runUntilIdle();
+    EXPECT_TRUE(machine.state().mode.is<ControlMode::SoftwareTap>());
+    EXPECT_NEAR(loudest(machine.taps.runCycles(4)), wanted, 1e-6);
+}
+
 TEST_F(JourneyTest, onAMonitorWithoutDDCTheKeysMoveTheSoftwareGain)
 {
     machine.plugInMonitorOutput();

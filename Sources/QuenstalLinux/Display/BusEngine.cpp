@@ -86,4 +86,9 @@ std::optional<DisplayBusProblem::Kind> BusEngine::problem() const
     return worker_->problem();
 }
 
+bool BusEngine::takeLostSet()
+{
+    return worker_->takeLostSet();
+}
+
 } // namespace quenstal

@@ -71,6 +71,8 @@ public:
     bool hasStopped() const;
 
     std::optional<DisplayBusProblem::Kind> problem() const;
+    /// Whether the last Set that was accepted has failed since; once.
+    bool takeLostSet();
     const std::string& device() const { return device_; }
 
 private:

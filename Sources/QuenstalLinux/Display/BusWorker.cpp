@@ -164,7 +164,7 @@ void BusWorker::failSets(int error)
     pendingSet_.reset();
     setsDone_ = setsAccepted_;
     lastSetError_ = error;
-    owesFailure_ = true;
+    owesFailure_ = hasLostSet_ = true;
     lastSetFailed_ = true;
     memo_.reset();
     ++generation_;
@@ -254,7 +254,7 @@ void BusWorker::learnSilence(const Answer& answer)
     if (std::exchange(pendingSet_, std::nullopt)) {
         setsDone_ = setsAccepted_;
         lastSetError_ = EIO;
-        owesFailure_ = true;
+        owesFailure_ = hasLostSet_ = true;
     }
     if (answer.isUnsupported)
         silenceBackoff_ = longestSilenceBackoff;

@@ -25,6 +25,7 @@ public:
     void beginStop();
     bool awaitEnd(WorkerTime::Time deadline);
     std::optional<DisplayBusProblem::Kind> problem() const;
+    bool takeLostSet();
 
     /// The thread's body.
     void run();
@@ -102,6 +103,8 @@ private:
     int lastSetError_ = 0;
     /// A Set that was accepted failed, and nobody was told yet.
     bool owesFailure_ = false;
+    /// The same, told aside from the Gets; a later Set takes its place.
+    bool hasLostSet_ = false;
     /// Decides whether a monitor that answers is one that refuses Sets.
     bool lastSetFailed_ = false;
 

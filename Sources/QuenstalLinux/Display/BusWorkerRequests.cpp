@@ -81,6 +81,7 @@ PlatformStatus BusWorker::set(std::span<const std::uint8_t> message)
     memoAt_ = now;
     ++generation_;
     pendingSet_ = std::move(set);
+    hasLostSet_ = false;
     const std::uint64_t accepted = ++setsAccepted_;
     time_->wakeAll(work_);
     if (!isAtRest)
@@ -89,6 +90,7 @@ PlatformStatus BusWorker::set(std::span<const std::uint8_t> message)
     if (setsDone_ < accepted || lastSetError_ == 0)
         return 0;
     owesFailure_ = false;
+    hasLostSet_ = false;
     return lastSetError_;
 }
 
@@ -98,6 +100,7 @@ void BusWorker::forgetMonitor(Standing standing)
     ++generation_;
     standing_ = standing;
     owesFailure_ = false;
+    hasLostSet_ = false;
     lastSetFailed_ = false;
     silenceBackoff_ = firstSilenceBackoff;
     refusalBackoff_ = firstRefusalBackoff;
@@ -132,6 +135,12 @@ bool BusWorker::awaitEnd(Time deadline)
 {
     Lock lock(mutex_);
     return time_->waitUntil(lock, progress_, deadline, [this] { return hasEnded_; });
+}
+
+bool BusWorker::takeLostSet()
+{
+    const std::lock_guard lock(mutex_);
+    return std::exchange(hasLostSet_, false);
 }
 
 std::optional<DisplayBusProblem::Kind> BusWorker::problem() const

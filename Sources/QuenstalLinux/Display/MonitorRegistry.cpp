@@ -228,6 +228,14 @@ std::vector<DisplayBusProblem> MonitorRegistry::problems() const
     return problems;
 }
 
+bool MonitorRegistry::takeLostWrite()
+{
+    bool isLost = false;
+    for (const Monitor& monitor : externalMonitors())
+        isLost |= monitor.engine && monitor.engine->takeLostSet();
+    return isLost;
+}
+
 std::optional<DisplayBusProblem> MonitorRegistry::problemOf(const Monitor& monitor) const
 {
     using Kind = DisplayBusProblem::Kind;

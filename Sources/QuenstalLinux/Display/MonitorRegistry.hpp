@@ -54,6 +54,7 @@ public:
 
     [[nodiscard]] Cancellation observeChanges(RunLoop::Task task) override;
     std::vector<DisplayBusProblem> problems() const override;
+    bool takeLostWrite() override;
     void machineWillSleep() override;
     void machineDidWake() override;
     void stop() override;

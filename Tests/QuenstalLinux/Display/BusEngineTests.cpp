@@ -565,6 +565,21 @@ TEST_F(DisplayBusEngineTest, aFailedSetIsToldOnceEvenIfTheMonitorIsBack)
     time->advance(700ms);
     EXPECT_EQ(get(), nothing);
     EXPECT_EQ(get(), Answer(std::pair(40, 100)));
+    EXPECT_TRUE(engine->takeLostSet());
+    EXPECT_FALSE(engine->takeLostSet());
+}
+
+TEST_F(DisplayBusEngineTest, aFailureThatALaterSetMakesGoodIsNoLoss)
+{
+    startAndDiscover();
+    EXPECT_TRUE(set(40));
+    time->advance(30ms);
+    EXPECT_TRUE(set(41));
+    monitor->failNext(5, ENXIO);
+    time->advance(700ms);
+    EXPECT_EQ(get(), nothing);
+    EXPECT_TRUE(set(42));
+    EXPECT_FALSE(engine->takeLostSet());
 }
 
 TEST_F(DisplayBusEngineTest, aSetHeldBackByAQuestionThatHangsIsDropped)
