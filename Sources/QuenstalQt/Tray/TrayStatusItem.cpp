@@ -120,7 +120,8 @@ std::optional<Rect> TrayStatusItem::frame()
     if (!embedded_)
         return std::nullopt;
     const QRect geometry = embedded_->geometry();
-    if (geometry.isEmpty())
+    // In the screen's very corner it is until the bar has taken it in.
+    if (geometry.isEmpty() || geometry.topLeft().isNull())
         return std::nullopt;
     return Rect{static_cast<double>(geometry.x()), static_cast<double>(geometry.y()),
         static_cast<double>(geometry.width()), static_cast<double>(geometry.height())};
