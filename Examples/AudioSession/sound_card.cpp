@@ -6,9 +6,11 @@
 //   audio_session_card usb       a USB card with a volume of its own, carried out by its hardware
 //   audio_session_card builtin   built-in loudspeakers
 //
-// Prints "ready" when the server shows it.
+// Prints "ready" when the server shows it, and the card's own volume whenever it is set, as sliders show it: "volume
+// 0.40", "volume 0.40 muted".
 
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <map>
@@ -222,10 +224,15 @@ private:
         if (!props)
             return -EINVAL;
         const auto* const wanted = reinterpret_cast<const spa_pod_object*>(&props->value);
-        if (const auto* const factors = spa_pod_object_find_prop(wanted, nullptr, SPA_PROP_channelVolumes))
-            spa_pod_copy_array(&factors->value, SPA_TYPE_Float, card.factors_.data(), 2);
+        if (const auto* const factors = spa_pod_object_find_prop(wanted, nullptr, SPA_PROP_channelVolumes)) {
+            // One for all channels is how a session manager sets up a new card.
+            if (spa_pod_copy_array(&factors->value, SPA_TYPE_Float, card.factors_.data(), 2) == 1)
+                card.factors_[1] = card.factors_[0];
+        }
         if (const auto* const mute = spa_pod_object_find_prop(wanted, nullptr, SPA_PROP_mute))
             spa_pod_get_bool(&mute->value, &card.muted_);
+        std::printf("volume %.2f%s\n", static_cast<double>(std::cbrt(card.factors_[0])), card.muted_ ? " muted" : "");
+        std::fflush(stdout);
         card.parameters_[1].flags ^= SPA_PARAM_INFO_SERIAL;
         card.emit(SPA_DEVICE_CHANGE_MASK_PARAMS);
         return 0;

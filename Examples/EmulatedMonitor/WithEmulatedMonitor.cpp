@@ -1,24 +1,34 @@
 // Runs a command on a machine with an emulated monitor:
 //
 //     with-emulated-monitor [--layout hdmi|dp|mst|unlinked|internal|two] [--volume N] [--maximum N] [--leading-bytes N]
-//                           [--refuse-sets] [--trace] -- COMMAND…
+//                           [--refuse-sets] [--trace] [--steered] -- COMMAND…
 //
 // The command and its children see an emulated graphics card below /sys and the monitor's buses as /dev/i2c-N, whoever
-// they run as; everything else is the machine's own. What was read and written is told at the end.
+// they run as; everything else is the machine's own. What was read and written is told at the end. SIGTERM and SIGINT
+// are handed to the command.
+//
+// With --steered the monitor obeys the lines of the standard input (see Steering.hpp) and answers each on the standard
+// output, where the first line is the command's process number. The command ends when that input does.
 
 #include "EmulatedMonitor/EmulatedMachine.hpp"
+#include "EmulatedMonitor/Steering.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <charconv>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <map>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include <poll.h>
+#include <sys/signalfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -32,12 +42,22 @@ struct Options {
     std::string layout = "hdmi";
     MonitorDescription monitor;
     bool isTracing = false;
+    bool isSteered = false;
     char** command = nullptr;
 };
 
 struct Machine {
     MachineFixture fixture;
     EmulatedMachine::Monitors monitors;
+
+    /// The connector of the last monitor, by its EDID.
+    std::string steeredConnector() const
+    {
+        const auto& edid = monitors.rbegin()->second->edid();
+        const auto connector = std::ranges::find_if(
+            fixture.connectors, [&](const auto& one) { return std::ranges::equal(one.edid, edid); });
+        return connector->name;
+    }
 };
 
 constexpr int usageStatus = 64;
@@ -116,6 +136,8 @@ std::optional<Options> parse(char** argument)
         const std::string_view name = *argument++;
         if (name == "--trace")
             options.isTracing = true;
+        else if (name == "--steered")
+            options.isSteered = true;
         else if (name == "--refuse-sets")
             options.monitor.quirks.refusesSets = true;
         else if (!takeOption(options, name, *argument) || !*argument++)
@@ -127,21 +149,108 @@ std::optional<Options> parse(char** argument)
     return options;
 }
 
-/// The command's status as a shell gives it.
-int run(char** command)
-{
-    const pid_t child = ::fork();
-    if (child == 0) {
+/// The signals that end a run, readable from a descriptor. Made before the emulation starts its threads, which would
+/// take them otherwise.
+class HeldSignals {
+public:
+    HeldSignals()
+    {
+        sigset_t signals;
+        sigemptyset(&signals);
+        for (const int signal : {SIGCHLD, SIGTERM, SIGINT})
+            sigaddset(&signals, signal);
+        sigprocmask(SIG_BLOCK, &signals, &before_);
+        descriptor_ = signalfd(-1, &signals, SFD_CLOEXEC);
+    }
+
+    int descriptor() const { return descriptor_; }
+    void letGo() const { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+
+private:
+    sigset_t before_{};
+    int descriptor_ = -1;
+};
+
+/// The command, and what reaches this program while it runs: its end, signals, and lines that steer the monitor.
+class Run {
+public:
+    /// With no steering the command keeps the standard input and output.
+    Run(char** command, const HeldSignals& signals, Steering* steering)
+        : signals_(signals)
+        , steering_(steering)
+        , child_(::fork())
+    {
+        if (child_ == 0)
+            start(command);
+        if (steering_)
+            say(std::to_string(child_));
+    }
+
+    /// The command's status as a shell gives it.
+    int status()
+    {
+        if (child_ < 0)
+            return cannotRunStatus;
+        std::array<pollfd, 2> watched{{{signals_.descriptor(), POLLIN, 0}, {steering_ ? STDIN_FILENO : -1, POLLIN, 0}}};
+        int status = 0;
+        while (::waitpid(child_, &status, WNOHANG) == 0) {
+            if (::poll(watched.data(), watched.size(), -1) <= 0)
+                continue;
+            if (watched[0].revents != 0)
+                takeSignal();
+            if (watched[1].revents != 0 && !takeLines())
+                watched[1].fd = -1;
+        }
+        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    }
+
+private:
+    [[noreturn]] void start(char** command) const
+    {
+        signals_.letGo();
+        if (steering_ && (!std::freopen("/dev/null", "r", stdin) || ::dup2(STDERR_FILENO, STDOUT_FILENO) < 0))
+            ::_exit(cannotRunStatus);
         ::execvp(command[0], command);
         std::fprintf(stderr, "%s: %s\n", command[0], std::strerror(errno));
         ::_exit(cannotRunStatus);
     }
-    int status = 0;
-    while (child > 0 && ::waitpid(child, &status, 0) < 0 && errno == EINTR) { }
-    if (child < 0)
-        return cannotRunStatus;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-}
+
+    void takeSignal() const
+    {
+        signalfd_siginfo signal{};
+        if (::read(signals_.descriptor(), &signal, sizeof signal) == sizeof signal && signal.ssi_signo != SIGCHLD)
+            ::kill(child_, SIGTERM);
+    }
+
+    /// False at the end of the input, which is the command's end too.
+    bool takeLines()
+    {
+        std::array<char, 256> bytes{};
+        const ssize_t count = ::read(STDIN_FILENO, bytes.data(), bytes.size());
+        if (count <= 0) {
+            ::kill(child_, SIGTERM);
+            return false;
+        }
+        for (const char byte : std::string_view(bytes.data(), static_cast<std::size_t>(count))) {
+            if (byte == '\n')
+                say(steering_->obey(std::exchange(line_, {})));
+            else
+                line_ += byte;
+        }
+        return true;
+    }
+
+    static void say(const std::string& line)
+    {
+        std::printf("%s\n", line.c_str());
+        std::fflush(stdout);
+    }
+
+    const HeldSignals& signals_;
+    Steering* const steering_;
+    const pid_t child_;
+    std::string line_;
+};
 
 void report(const EmulatedMachine::Monitors& monitors)
 {
@@ -172,13 +281,18 @@ int main(char** argv)
     const std::optional<Machine> machine = options ? machineOf(*options) : std::nullopt;
     if (!machine) {
         std::fputs("usage: with-emulated-monitor [--layout hdmi|dp|mst|unlinked|internal|two] [--volume N] "
-                   "[--maximum N]\n           [--leading-bytes N] [--refuse-sets] [--trace] -- COMMAND...\n",
+                   "[--maximum N]\n           [--leading-bytes N] [--refuse-sets] [--trace] [--steered] -- "
+                   "COMMAND...\n",
             stderr);
         return usageStatus;
     }
+    const HeldSignals signals;
     EmulatedMachine emulation(machine->fixture, machine->monitors);
     emulation.trace(options->isTracing);
-    const int status = run(options->command);
+    std::optional<Steering> steering;
+    if (options->isSteered)
+        steering.emplace(emulation, machine->steeredConnector(), machine->monitors.rbegin()->second);
+    const int status = Run(options->command, signals, steering ? &*steering : nullptr).status();
     report(machine->monitors);
     return status;
 }
