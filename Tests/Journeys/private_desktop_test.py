@@ -1,12 +1,16 @@
-"""The real program on a private desktop: real key events, real device nodes, a real audio session, measured sound."""
+"""The real program on a private desktop: its whole story, its sudden end, and that nothing is left of either."""
 
 import os
 import pathlib
 import re
 import shutil
+import signal
 import subprocess
 import sys
+import tempfile
+import time
 import unittest
+import uuid
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "Tests" / "Support"))
@@ -14,88 +18,127 @@ import script_suite  # noqa: E402
 
 BUILD = sys.argv.pop(1)
 SANITIZERS = sys.argv.pop(1).removeprefix("--sanitizers=").split(",")
-NEEDED = ("Xvfb", "xdotool", "xev", "setxkbmap", "pipewire", "wireplumber", "dbus-daemon", "umockdev-wrapper")
-DESKTOP = str(ROOT / "Examples/PrivateDesktop/private_desktop.sh")
+EXAMPLES = ROOT / "Examples" / "PrivateDesktop"
+NEEDED = ("Xvfb", "openbox", "trayer", "xdotool", "xclip", "xev", "setxkbmap", "pipewire", "wireplumber", "dbus-daemon",
+          "umockdev-wrapper")
+MARK = "QUENSTAL_TEST_RUN"
 
 
-class Story(unittest.TestCase):
-    COMMAND: tuple[str, ...]
+def processes_of(run):
+    found = []
+    for environment in pathlib.Path("/proc").glob("[0-9]*/environ"):
+        try:
+            if f"{MARK}={run}".encode() in environment.read_bytes():
+                found.append((environment.parent / "cmdline").read_bytes().replace(b"\0", b" ").decode())
+        except OSError:
+            pass
+    return found
+
+
+class PrivateDesktopTest(unittest.TestCase):
     # Sanitizers under which it cannot be told, and why.
     IMPOSSIBLE_UNDER = {"thread": "the thread sanitizer does not know the toolkit's own locks"}
 
-    @classmethod
-    def obstacle(cls):
+    def setUp(self):
         missing = [program for program in NEEDED if not shutil.which(program)]
         if missing:
-            return "not installed: " + ", ".join(missing)
-        return next((why for name, why in cls.IMPOSSIBLE_UNDER.items() if name in SANITIZERS), None)
+            self.skipTest("not installed: " + ", ".join(missing))
+        for sanitizer, reason in self.IMPOSSIBLE_UNDER.items():
+            if sanitizer in SANITIZERS:
+                self.skipTest(reason)
 
-    @classmethod
-    def setUpClass(cls):
-        if cls.obstacle():
-            return
+    def start(self, *command):
+        """A run of its own, whose processes and files can be told from all others."""
+        self.folder = tempfile.TemporaryDirectory(prefix="quenstal-test-")
+        self.addCleanup(self.folder.cleanup)
+        self.run_name = uuid.uuid4().hex
         environment = {name: value for name, value in os.environ.items() if name not in ("DISPLAY", "WAYLAND_DISPLAY")}
-        story = subprocess.run(cls.COMMAND, env=environment, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                               check=False, timeout=240)
-        cls.told = story.stdout.decode(errors="replace")
-        cls.status = story.returncode
+        environment.update({MARK: self.run_name, "TMPDIR": self.folder.name})
+        return subprocess.Popen([str(word) for word in command], env=environment, stdout=subprocess.PIPE,
+                                stderr=subprocess.STDOUT)
 
-    def setUp(self):
-        if obstacle := self.obstacle():
-            self.skipTest(obstacle)
+    def start_story(self):
+        pictures = tempfile.TemporaryDirectory(prefix="quenstal-pictures-")
+        self.addCleanup(pictures.cleanup)
+        self.pictures = pathlib.Path(pictures.name)
+        return self.start(EXAMPLES / "private_desktop.sh", BUILD, self.pictures)
 
-    def number(self, pattern):
-        found = re.search(pattern, self.told)
-        self.assertTrue(found, f"no {pattern!r} in:\n{self.told}")
-        return float(found.group(1))
+    def told_by(self, run):
+        with run:
+            return run.communicate(timeout=200)[0].decode(errors="replace")
 
-    def assert_ends_in_order(self):
-        self.assertEqual(self.status, 0, self.told)
-        self.assertIn("exit status 0", self.told)
+    def assert_nothing_is_left(self):
+        self.assertEqual(processes_of(self.run_name), [])
+        self.assertEqual(os.listdir(self.folder.name), [])
 
 
-class MonitorWithDDC(Story):
-    COMMAND = (DESKTOP, BUILD, "hardware")
-    IMPOSSIBLE_UNDER = Story.IMPOSSIBLE_UNDER | {
+class Story(PrivateDesktopTest):
+    IMPOSSIBLE_UNDER = PrivateDesktopTest.IMPOSSIBLE_UNDER | {
         "address": "the emulation of the monitor preloads a library, as the sanitizer does"}
 
-    def test_the_program_ends_in_order(self):
-        self.assert_ends_in_order()
-
-    def test_three_presses_raise_the_monitors_own_volume_by_three_sixteenths(self):
-        # From 50 of 100, with the monitor's whole numbers in between.
-        self.assertIn(self.number(r"Simulated 27: volume (\d+)"), (68, 69))
-
-
-class MonitorWithoutDDC(Story):
-    COMMAND = (DESKTOP, BUILD, "software")
-
-    def test_the_program_ends_in_order(self):
-        self.assert_ends_in_order()
-
-    def test_eight_presses_halve_what_the_monitor_gets(self):
-        self.assertAlmostEqual(self.number(r"before any key +([\d.]+)"), 0.5, delta=0.005)
-        self.assertAlmostEqual(self.number(r"volume down 8 times +([\d.]+)"), 0.25, delta=0.005)
-
-    def test_mute_is_silence_and_the_next_mute_brings_the_level_back(self):
-        self.assertEqual(self.number(r"mute  +([\d.]+)   \(silence"), 0)
-        self.assertAlmostEqual(self.number(r"mute again +([\d.]+)"), 0.25, delta=0.005)
+    def test_all_is_as_expected_and_nothing_is_left(self):
+        run = self.start_story()
+        told = self.told_by(run)
+        self.assertEqual(run.returncode, 0, told)
+        self.assertNotIn("WRONG", told)
+        counts = re.search(r"(\d+) of (\d+) as expected", told)
+        self.assertTrue(counts, told)
+        self.assertGreaterEqual(int(counts.group(1)), 30, told)
+        for picture in ("set-up-guide", "tray-and-panel", "equaliser"):
+            self.assertTrue((self.pictures / f"{picture}.png").read_bytes().startswith(b"\x89PNG"))
+        self.assert_nothing_is_left()
 
 
-class KilledInTheMiddle(Story):
-    COMMAND = (str(ROOT / "tools/audio_session.sh"), "run", f"{BUILD}/Examples/AudioSession/audio_session_card",
-               "python3", str(ROOT / "Examples/PrivateDesktop/story.py"), "crash", f"{BUILD}/Sources/quenstal")
+class Interrupted(PrivateDesktopTest):
+    IMPOSSIBLE_UNDER = PrivateDesktopTest.IMPOSSIBLE_UNDER | {
+        "address": "the emulation of the monitor preloads a library, as the sanitizer does"}
 
-    def test_no_preference_is_lost(self):
-        self.assertIn("preferences kept: True", self.told)
+    def interrupt(self, ending, moment):
+        run = self.start_story()
+        told = b""
+        while moment.encode() not in told:
+            piece = os.read(run.stdout.fileno(), 4096)
+            self.assertTrue(piece, told.decode())
+            told += piece
+        run.send_signal(ending)
+        began = time.monotonic()
+        self.told_by(run)
+        self.assertEqual(run.returncode, 128 + ending)
+        self.assertLess(time.monotonic() - began, 15)
+        self.assert_nothing_is_left()
 
-    def test_the_keys_are_the_desktops_again(self):
-        self.assertIn("another program sees the key: False", self.told)
-        self.assertIn("another program sees the key now: True", self.told)
+    def test_nothing_is_left_whenever_it_is_interrupted(self):
+        for ending, moment in ((signal.SIGINT, "Quenstal on"), (signal.SIGTERM, " 1. "), (signal.SIGINT, " 3. "),
+                               (signal.SIGTERM, " 5. ")):
+            with self.subTest(moment=moment, ending=ending):
+                self.interrupt(ending, moment)
 
-    def test_the_sound_goes_on_at_its_own_level(self):
-        self.assertAlmostEqual(self.number(r"volume down 8 times +([\d.]+)"), 0.25, delta=0.005)
-        self.assertAlmostEqual(self.number(r"the tone without it +([\d.]+)"), 0.5, delta=0.005)
+    def test_a_process_that_went_its_own_way_is_ended_too(self):
+        run = self.start(EXAMPLES / "guarded.py", "sh", "-c", "setsid sleep 600 & trap '' TERM; echo on its way; cat")
+        self.assertEqual(run.stdout.readline(), b"on its way\n")
+        run.send_signal(signal.SIGTERM)
+        self.told_by(run)
+        self.assert_nothing_is_left()
+
+    def test_the_status_is_the_commands_own(self):
+        run = self.start(EXAMPLES / "guarded.py", "sh", "-c", "exit 7")
+        self.told_by(run)
+        self.assertEqual(run.returncode, 7)
+
+
+class KilledInTheMiddle(PrivateDesktopTest):
+    def test_keys_sound_and_preferences_are_as_they_were(self):
+        run = self.start(EXAMPLES / "guarded.py", ROOT / "tools/audio_session.sh", "run",
+                         f"{BUILD}/Examples/AudioSession/audio_session_card", "/usr/bin/python3",
+                         ROOT / "Tests/Journeys/killed_in_the_middle.py", BUILD)
+        told = self.told_by(run)
+        self.assertEqual(run.returncode, 0, told)
+        self.assertIn("halved: -6.02 dB", told)
+        self.assertIn("another program sees the key: False", told)
+        self.assertIn("preferences kept: True", told)
+        self.assertIn("without it: 0.00 dB", told)
+        self.assertIn("another program sees the key now: True", told)
+        self.assert_nothing_is_left()
 
 
 if __name__ == "__main__":

@@ -1,0 +1,64 @@
+"""Kills the program while it makes the volume in software, and tells what is left. Within a private audio session.
+
+    killed_in_the_middle.py BUILD_FOLDER
+"""
+
+import json
+import os
+import pathlib
+import subprocess
+import sys
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "Examples" / "PrivateDesktop"))
+from desktop import Desktop, settled, wait_for  # noqa: E402
+from sound import Sound  # noqa: E402
+
+TONE = -6
+
+
+def level(sound, expected):
+    """What the monitor is sent, relative to the tone; waits for what is expected."""
+    def heard():
+        return sound.levels("monitor", (440,))[0] - TONE
+    return settled(heard, lambda shown: abs(shown - expected) < 0.1, limit=5)
+
+
+def key_reaches_another_program(desktop, key):
+    """Whether a window that has the keyboard's focus sees the key."""
+    watcher = desktop.start("xev", "-event", "keyboard", stdout=subprocess.PIPE, text=True)
+    window = wait_for(lambda: desktop.windows("Event Tester"), "the watcher's window")[0]
+    subprocess.run(["xdotool", "windowfocus", "--sync", window], check=True)
+    # The second key is nobody's: when it has come, the first one has or never will.
+    desktop.press(key)
+    desktop.press("a")
+    seen = ""
+    while "keysym 0x61, a" not in seen:
+        seen += watcher.stdout.readline()
+    desktop.stop(watcher)
+    return key in seen
+
+
+def main():
+    build = pathlib.Path(sys.argv[1])
+    desktop = Desktop()
+    sound = Sound(desktop, build / "Examples/AudioSession/audio_session_probe")
+    sound.session("plug", "monitor")
+    quenstal = desktop.start(build / "Sources/quenstal")
+    wait_for(lambda: desktop.windows("Quenstal"), "the set-up guide")
+    sound.play((440,), TONE)
+    wait_for(lambda: sound.levels("monitor", (440,))[0] is not None, "the tone")
+    desktop.press("XF86AudioLowerVolume", 8)
+    print(f"halved: {level(sound, -6.02):.2f} dB")
+    print(f"another program sees the key: {key_reaches_another_program(desktop, 'XF86AudioLowerVolume')}")
+    preferences = pathlib.Path(os.environ["XDG_CONFIG_HOME"]) / "quenstal" / "preferences.json"
+    before = json.loads(preferences.read_text())
+    quenstal.kill()
+    quenstal.wait()
+    print(f"preferences kept: {json.loads(preferences.read_text()) == before and bool(before)}")
+    print(f"without it: {level(sound, 0):.2f} dB")
+    print(f"another program sees the key now: {key_reaches_another_program(desktop, 'XF86AudioLowerVolume')}")
+    desktop.close()
+
+
+if __name__ == "__main__":
+    main()
