@@ -1,0 +1,168 @@
+"""The machine that the soak shakes: its parts, how they fail and come back, and what can be seen of it from outside."""
+
+import dataclasses
+import os
+import pathlib
+import subprocess
+import sys
+import threading
+import time
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "Examples" / "PrivateDesktop"))
+from desktop import Desktop, GaveUp, wait_for  # noqa: E402, F401
+from monitor import EmulatedMonitor  # noqa: E402
+from sound import Sound  # noqa: E402
+
+HERTZ = 1000
+TONE = -20
+AUDIBLE = -60
+
+
+@dataclasses.dataclass(frozen=True)
+class Seen:
+    """The three volumes there are, each from 0 to 1: the monitor's own, the gain on the way to it, the USB card's."""
+    monitor: float
+    gain: float
+    card: float
+
+
+class Listener:
+    """What the default output is sent, all the time."""
+
+    def __init__(self, desktop, probe):
+        self.desktop, self.probe = desktop, probe
+        self.heard = []
+        self.lock = threading.Lock()
+        self.child = None
+        self.start()
+
+    def start(self):
+        self.child = self.desktop.start(self.probe, "watch", str(HERTZ), stdout=subprocess.PIPE, text=True, bufsize=1)
+        threading.Thread(target=self.read, args=(self.child,), daemon=True).start()
+
+    def read(self, child):
+        for line in child.stdout:
+            at, level = map(float, line.split())
+            with self.lock:
+                self.heard.append((at, level - TONE))
+
+    def since(self, moment):
+        with self.lock:
+            while self.heard and self.heard[0][0] < moment - 60:
+                self.heard.pop(0)
+            return [(at, level) for at, level in self.heard if at >= moment]
+
+    def level(self):
+        """Of the last tenth of a second; nothing when nothing came."""
+        recent = self.since(time.monotonic() - 0.1)
+        return recent[-1][1] if recent else None
+
+    def longest_gap(self, since):
+        """The longest time without the tone, up to now."""
+        gap, last = 0.0, since
+        for at, level in self.since(since) + [(time.monotonic(), 0)]:
+            if level + TONE > AUDIBLE:
+                gap, last = max(gap, at - last), at
+        return gap
+
+
+class World:
+    def __init__(self, build):
+        self.desktop = Desktop()
+        self.probe = build / "Examples/AudioSession/audio_session_probe"
+        self.sound = Sound(self.desktop, self.probe)
+        self.plugged = set()
+        self.plug("monitor")
+        self.logind = self.desktop.start(sys.executable, str(pathlib.Path(__file__).parent / "fake_logind.py"),
+                                         stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, bufsize=1)
+        os.environ["DBUS_SYSTEM_BUS_ADDRESS"] = self.logind.stdout.readline().strip()
+        self.monitor = EmulatedMonitor(self.desktop, build / "Examples/EmulatedMonitor/with-emulated-monitor",
+                                       build / "Sources/quenstal")
+        wait_for(lambda: self.desktop.windows("Quenstal"), "the set-up guide")
+        wait_for(lambda: self.tell_logind("holders") == "1", "the hold on the sleep")
+        self.tone = None
+        self.listener = Listener(self.desktop, self.probe)
+        self.play()
+        self.is_default = "monitor"
+        self.fault = "well"
+        self.toggle_panel()
+
+    # What is seen.
+
+    def seen(self):
+        level = self.listener.level()
+        gain = 0.0 if level is None else 10 ** (level / 20)
+        card, is_muted = self.sound.card_volume() if "usb" in self.plugged else (0.0, False)
+        return Seen(self.monitor.volume() / 100, gain, 0.0 if is_muted else card)
+
+    def is_heard(self):
+        level = self.listener.level()
+        return level is not None and level + TONE > AUDIBLE
+
+    def resources(self):
+        """Kilobytes of the program's own memory, descriptors, threads."""
+        process = pathlib.Path(f"/proc/{self.monitor.process}")
+        status = dict(line.split(":", 1) for line in (process / "status").read_text().splitlines())
+        return int(status["RssAnon"].split()[0]), len(os.listdir(process / "fd")), int(status["Threads"])
+
+    def is_running(self):
+        return self.monitor.child.poll() is None
+
+    # What is done to it.
+
+    def play(self):
+        self.tone = self.sound.play((HERTZ,), TONE)
+
+    def revive_clients(self):
+        """Players and recorders start again when the server they lost is back."""
+        if self.tone.poll() is not None:
+            self.desktop.children.remove(self.tone)
+            self.play()
+        if self.listener.child.poll() is not None:
+            self.desktop.children.remove(self.listener.child)
+            self.listener.start()
+
+    def tell_logind(self, word):
+        self.logind.stdin.write(word + "\n")
+        return self.logind.stdout.readline().strip()
+
+    def plug(self, output):
+        self.sound.session("plug", output)
+        self.plugged.add(output)
+
+    def unplug(self, output):
+        self.sound.session("unplug", output)
+        self.plugged.discard(output)
+
+    def make_default(self, output):
+        self.sound.make_default(output)
+        self.is_default = output
+
+    def set_fault(self, fault):
+        self.monitor.tell(fault)
+        self.fault = fault.split()[0]
+
+    def restart_manager(self):
+        self.restart("manager")
+
+    def restart_server(self):
+        self.restart("server", "manager", "pulse")
+
+    def restart(self, *parts):
+        """With the sound cards, which are the session manager's own: they go and come with it."""
+        outputs = sorted(self.plugged)
+        for part in reversed(parts):
+            self.sound.session("stop", part)
+        for output in outputs:
+            self.unplug(output)
+        for part in parts:
+            self.sound.session("start", part)
+        for output in outputs:
+            self.plug(output)
+
+    def toggle_panel(self):
+        self.desktop.click(*self.desktop.tray_icon())
+
+    def close(self):
+        self.desktop.close()
