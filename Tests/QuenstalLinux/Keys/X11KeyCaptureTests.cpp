@@ -38,9 +38,9 @@ class FocusedClient {
 public:
     explicit FocusedClient(const std::string& display)
         : connection_(xcb_connect(display.c_str(), nullptr))
+        , window_(xcb_generate_id(connection_))
     {
         const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(connection_)).data;
-        window_ = xcb_generate_id(connection_);
         const std::uint32_t events = XCB_EVENT_MASK_KEY_PRESS | XCB_EVENT_MASK_KEY_RELEASE;
         xcb_create_window(connection_, XCB_COPY_FROM_PARENT, window_, screen->root, 0, 0, 100, 100, 0,
             XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual, XCB_CW_EVENT_MASK, &events);
@@ -69,7 +69,7 @@ private:
     void sync() { std::free(xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr)); }
 
     xcb_connection_t* connection_;
-    xcb_window_t window_ = 0;
+    xcb_window_t window_;
     int keyEvents_ = 0;
 };
 

@@ -25,7 +25,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 /// The part of logind that holds up sleep: each delay is a pipe, whose writing end the program holds.
 class FakeLogind {
