@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 using Log = std::vector<std::string>;
 
 struct SimulatedRunLoopTest : testing::Test {
-    RunLoop::Task note(std::string text)
+    RunLoop::Task note(const std::string& text)
     {
         return [this, text] { log.push_back(text); };
     }

@@ -20,12 +20,22 @@ namespace {
 constexpr const char* uinputNode = "/dev/uinput";
 constexpr unsigned capabilitiesRequest = 0x20;
 
-constexpr const char* devices
-    = "P: /devices/keyboard/input/input5\nE: SUBSYSTEM=input\nA: name=Test keyboard\n"
-      "A: capabilities/key=402000000 3803078f800d001 feffffdfffefffff fffffffffffffffe\n\n"
-      "P: /devices/keyboard/input/input5/event5\nN: input/event5\nE: SUBSYSTEM=input\n"
-      "E: DEVNAME=/dev/input/event5\nE: ID_INPUT_KEYBOARD=1\nA: dev=13:69\n\n"
-      "P: /devices/mouse/input/input6\nE: SUBSYSTEM=input\nA: name=Test mouse\n"
+constexpr const char* anotherNode = "/dev/input/event7";
+
+std::string keyboardDevice(const std::string& number)
+{
+    const std::string input = "/devices/keyboard/input/input" + number;
+    return "P: " + input
+        + "\nE: SUBSYSTEM=input\nA: name=Test keyboard\n"
+          "A: capabilities/key=402000000 3803078f800d001 feffffdfffefffff fffffffffffffffe\n\n"
+          "P: "
+        + input + "/event" + number + "\nN: input/event" + number
+        + "\nE: SUBSYSTEM=input\nE: ID_INPUT_KEYBOARD=1\nE: DEVNAME=/dev/input/event" + number
+        + "\nA: dev=13:" + std::to_string(64 + std::stoi(number)) + "\n";
+}
+
+constexpr const char* otherDevices
+    = "P: /devices/mouse/input/input6\nE: SUBSYSTEM=input\nA: name=Test mouse\n"
       "A: capabilities/key=1f0000 0 0 0 0\n\n"
       "P: /devices/mouse/input/input6/event6\nN: input/event6\nE: SUBSYSTEM=input\n"
       "E: DEVNAME=/dev/input/event6\nA: dev=13:70\n\n"
@@ -94,7 +104,8 @@ EmulatedKeyboard::EmulatedKeyboard()
     , keyboard_(umockdev_ioctl_base_new())
     , uinput_(umockdev_ioctl_base_new())
 {
-    umockdev_testbed_add_from_string(testbed_, devices, nullptr);
+    umockdev_testbed_add_from_string(testbed_, keyboardDevice("5").c_str(), nullptr);
+    umockdev_testbed_add_from_string(testbed_, otherDevices, nullptr);
     g_signal_connect(keyboard_, "handle-ioctl", G_CALLBACK(answerKeyboard), this);
     g_signal_connect(keyboard_, "handle-write", G_CALLBACK(takeWriteToKeyboard), this);
     g_signal_connect(uinput_, "handle-ioctl", G_CALLBACK(answerUinput), this);
@@ -106,6 +117,8 @@ EmulatedKeyboard::EmulatedKeyboard()
 EmulatedKeyboard::~EmulatedKeyboard()
 {
     umockdev_testbed_detach_ioctl(testbed_, node, nullptr);
+    if (hasAnother_)
+        umockdev_testbed_detach_ioctl(testbed_, anotherNode, nullptr);
     umockdev_testbed_detach_ioctl(testbed_, uinputNode, nullptr);
     g_object_unref(keyboard_);
     g_object_unref(uinput_);
@@ -116,6 +129,19 @@ void EmulatedKeyboard::announceRemoval()
 {
     umockdev_testbed_uevent(testbed_, "/sys/devices/keyboard/input/input5/event5", "remove");
     umockdev_testbed_remove_device(testbed_, "/sys/devices/keyboard/input/input5");
+}
+
+void EmulatedKeyboard::plugInAnother()
+{
+    umockdev_testbed_add_from_string(testbed_, keyboardDevice("7").c_str(), nullptr);
+    umockdev_testbed_attach_ioctl(testbed_, anotherNode, keyboard_, nullptr);
+    hasAnother_ = true;
+    umockdev_testbed_uevent(testbed_, "/sys/devices/keyboard/input/input7/event7", "add");
+}
+
+void EmulatedKeyboard::removeUinput()
+{
+    umockdev_testbed_remove_device(testbed_, "/sys/devices/virtual/misc/uinput");
 }
 
 void EmulatedKeyboard::type(const std::vector<std::pair<std::uint16_t, std::int32_t>>& keys)

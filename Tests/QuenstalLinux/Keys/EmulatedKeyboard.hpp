@@ -40,6 +40,10 @@ public:
     void pullOutAfterAKey() { pullsOut_ = true; }
     /// The kernel's announcement of the same.
     void announceRemoval();
+    /// One more like it, which nobody types on.
+    void plugInAnother();
+    /// A system without uinput, or one that this program may not use.
+    void removeUinput();
 
     /// Keys and their values as the kernel tells them, a frame each.
     void type(const std::vector<std::pair<std::uint16_t, std::int32_t>>& keys);
@@ -66,6 +70,7 @@ private:
     void answerGrab(UMockdevIoctlClient* client);
     void note(UMockdevIoctlClient* client, std::vector<std::string>& journal);
 
+    bool hasAnother_ = false;
     UMockdevTestbed* testbed_;
     UMockdevIoctlBase* keyboard_;
     UMockdevIoctlBase* uinput_;

@@ -145,6 +145,42 @@ TEST_F(EmulatedKeyboardTest, theAnnouncedRemovalOfTheLastKeyboardIsALoss)
     EXPECT_EQ(keyboard->clones(), 0);
 }
 
+TEST_F(EmulatedKeyboardTest, aKeyboardThatComesAfterTheLastOneWentIsToldAndTaken)
+{
+    EvdevKeyCapture capture(loop);
+    int changes = 0;
+    const auto waiting = capture.onMayHaveChanged([&] { ++changes; });
+    keyboard->announceRemoval();
+    ASSERT_TRUE(eventually([&] { return changes == 1; }));
+    EXPECT_FALSE(capture.isPossible());
+    keyboard->plugInAnother();
+    ASSERT_TRUE(eventually([&] { return changes == 2; }));
+    ASSERT_TRUE(capture.start(*this));
+    EXPECT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
+}
+
+TEST_F(EmulatedKeyboardTest, aSecondKeyboardIsTakenTooWhileTheKeysAreCaptured)
+{
+    EvdevKeyCapture capture(loop);
+    ASSERT_TRUE(capture.start(*this));
+    ASSERT_TRUE(eventually([&] { return keyboard->isGrabbed() && keyboard->clones() == 1; }));
+    keyboard->plugInAnother();
+    EXPECT_TRUE(eventually([&] { return keyboard->grabs() == 3 && keyboard->clones() == 2; }));
+    keyboard->type({{KEY_MUTE, 1}});
+    EXPECT_TRUE(eventually([&] { return presses.size() == 1; }));
+    EXPECT_EQ(losses, 0);
+}
+
+TEST_F(EmulatedKeyboardTest, withoutUinputNothingIsGrabbedAndTheUserIsToldWhatHelps)
+{
+    keyboard->removeUinput();
+    EvdevKeyCapture capture(loop);
+    EXPECT_FALSE(capture.isPossible());
+    EXPECT_THAT(capture.obstacle(), testing::HasSubstr("Quenstal may not use the keyboard."));
+    EXPECT_FALSE(capture.start(*this));
+    EXPECT_FALSE(keyboard->isGrabbed());
+}
+
 TEST_F(EmulatedKeyboardTest, aReaderThatStallsLosesTheKeyboardToItsUser)
 {
     std::promise<void> endOfStall;
