@@ -65,7 +65,7 @@ private:
     std::optional<KeyServiceRefusal> obstacleFor(sd_bus_message* call) const;
     std::optional<KeyServiceRefusal> obstacleIn(const ActiveSession::Session& session) const;
     void ask(sd_bus_message* call);
-    void decide(Requests::iterator request, bool isAuthorized);
+    void decide(Requests::iterator entry, bool isAuthorized);
     void give(sd_bus_message* call, const ActiveSession::Session& session);
     void drop(const SessionID& session, const char* reason);
 

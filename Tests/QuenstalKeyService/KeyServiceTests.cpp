@@ -182,6 +182,21 @@ TEST_F(KeyServiceTest, eachSessionsClientGetsTheKeysThatArePressedInIt)
     EXPECT_EQ(second->presses().size(), 1U);
 }
 
+TEST_F(KeyServiceTest, aClientThatIsDroppedWhileAnotherHasTheKeyboardsSeesItsEndAtOnce)
+{
+    machine->addSession("second", {getuid()});
+    startService();
+    const auto first = capturingClient();
+    machine->switchTo("second");
+    ASSERT_TRUE(eventually([&] { return !keyboard->isGrabbed(); }));
+    // The guard of these keyboards holds copies of both sockets.
+    const auto second = capturingClient();
+    EXPECT_EQ(send(first->socket(), "x", 1, MSG_NOSIGNAL), 1);
+    EXPECT_TRUE(eventually([&] { return first->isDropped(); }));
+    EXPECT_TRUE(keyboard->isGrabbed());
+    EXPECT_FALSE(second->isDropped());
+}
+
 TEST_F(KeyServiceTest, aSwitchWhilePolkitDecidesIsARefusal)
 {
     machine->addSession("second", {getuid()});
