@@ -2,16 +2,14 @@
 """The panel on a real X server: tray hosts, clicks, keys, focus, a compositor, assistive technology."""
 
 import json
-import os
 import pathlib
-import select
 import subprocess
 import sys
-import time
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).parents[2] / "Support"))
 import script_suite  # noqa: E402
+from service import Service  # noqa: E402
 from session import LIMIT, Missing, Session, Stand, wait_for  # noqa: E402
 
 STAND = sys.argv.pop(1)
@@ -163,36 +161,9 @@ class Compositing(DesktopTest):
         self.assertEqual(x + width, 2560 - 16)
 
 
-class Watcher:
+class Watcher(Service):
     def __init__(self, session):
-        self.child = session.start(sys.executable, str(HERE / "watcher.py"), stdin=subprocess.PIPE,
-                                   stdout=subprocess.PIPE, text=True, bufsize=1)
-        self.lines = []
-        self.rest = ""
-        self.expect("ready")
-
-    def expect(self, key):
-        """The first thing said with that key; what was said before it is forgotten."""
-        end = time.monotonic() + LIMIT
-        while True:
-            while self.lines:
-                said = json.loads(self.lines.pop(0))
-                if "problem" in said:
-                    raise AssertionError(said["problem"])
-                if key in said:
-                    return said
-            output = self.child.stdout
-            if not select.select([output], [], [], max(0, end - time.monotonic()))[0]:
-                raise AssertionError(f"the watcher said nothing of {key}")
-            data = os.read(output.fileno(), 65536).decode()
-            if not data:
-                raise AssertionError(f"the watcher ended before {key}")
-            *lines, self.rest = (self.rest + data).split("\n")
-            self.lines += lines
-
-    def command(self, line):
-        self.child.stdin.write(line + "\n")
-        self.child.stdin.flush()
+        super().__init__(session, "watcher.py")
 
 
 class NotifierItem(DesktopTest):

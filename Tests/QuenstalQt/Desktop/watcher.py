@@ -1,11 +1,12 @@
 """A StatusNotifierWatcher with a host, for tests: prints what registers, and calls items on request.
 
-Commands on the input: "activate X Y", "scroll DELTA ORIENTATION", "secondary", "properties".
+Commands on the input: "activate X Y", "scroll DELTA ORIENTATION", "secondary", "properties", "nothing".
 """
 
 import json
 import os
 import sys
+import time
 
 import dbus
 import dbus.service
@@ -28,8 +29,9 @@ class Watcher(dbus.service.Object):
 
     @dbus.service.method(WATCHER, in_signature="s", sender_keyword="sender")
     def RegisterStatusNotifierItem(self, service, sender=None):
+        now = time.monotonic()
         self.items.append(service)
-        say(registered=str(service))
+        say(registered=str(service), at=now)
 
     @dbus.service.method(dbus.PROPERTIES_IFACE, in_signature="ss", out_signature="v")
     def Get(self, _interface, name):
@@ -41,6 +43,8 @@ class Watcher(dbus.service.Object):
 
     def obey(self, line):
         word, *arguments = line.split()
+        if word == "nothing":
+            return
         item = dbus.Interface(self.item(), ITEM)
         if word == "activate":
             item.Activate(*map(int, arguments))
