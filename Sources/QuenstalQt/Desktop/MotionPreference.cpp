@@ -1,5 +1,7 @@
 #include "QuenstalQt/Desktop/MotionPreference.hpp"
 
+#include <array>
+
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -12,48 +14,81 @@ namespace {
 const QString service = QStringLiteral("org.freedesktop.portal.Desktop");
 const QString path = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString interface = QStringLiteral("org.freedesktop.portal.Settings");
-const QString settingsArea = QStringLiteral("org.gnome.desktop.interface");
-const QString settingsKey = QStringLiteral("enable-animations");
+/// Where desktops keep the wish, each in its own words.
+struct Wish {
+    const char* area;
+    const char* key;
+    bool (*isForLess)(const QVariant& value);
+};
+
+constexpr std::array<Wish, MotionPreference::wishCount> wishes{{
+    {"org.freedesktop.appearance", "reduced-motion", [](const QVariant& value) { return value.toUInt() == 1; }},
+    {"org.gnome.desktop.interface", "enable-animations", [](const QVariant& value) { return !value.toBool(); }},
+    // A factor of how long animations last, as a text.
+    {"org.kde.kdeglobals.KDE", "AnimationDurationFactor",
+        [](const QVariant& value) {
+            bool isNumber = false;
+            return value.toDouble(&isNumber) == 0 && isNumber;
+        }},
+}};
+
+/// Answers are wrapped once or twice.
+QVariant unwrapped(QVariant value)
+{
+    while (value.canConvert<QDBusVariant>())
+        value = value.value<QDBusVariant>().variant();
+    return value;
+}
 
 } // namespace
 
 MotionPreference::MotionPreference()
+    : watcher_(service, QDBusConnection::sessionBus(), QDBusServiceWatcher::WatchForRegistration)
 {
+    // The bus knows the slot's types by their names, and this one only once it was used.
+    qRegisterMetaType<QDBusVariant>();
     QDBusConnection::sessionBus().connect(service, path, interface, QStringLiteral("SettingChanged"), this,
         SLOT(settingChanged(QString, QString, QDBusVariant)));
-    read();
+    // At login the service may start after us.
+    connect(&watcher_, &QDBusServiceWatcher::serviceRegistered, this, &MotionPreference::readAll);
+    readAll();
+}
+
+void MotionPreference::readAll()
+{
+    for (std::size_t wish = 0; wish < wishes.size(); ++wish)
+        read(wish);
 }
 
 /// Asks only a settings service that runs already: starting one would cost more than the answer is worth.
-void MotionPreference::read()
+void MotionPreference::read(std::size_t wish)
 {
     QDBusMessage call = QDBusMessage::createMethodCall(service, path, interface, QStringLiteral("Read"));
-    call << settingsArea << settingsKey;
+    call << QLatin1String(wishes[wish].area) << QLatin1String(wishes[wish].key);
     call.setAutoStartService(false);
     auto* pending = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
-    connect(pending, &QDBusPendingCallWatcher::finished, this, [this, pending] {
+    connect(pending, &QDBusPendingCallWatcher::finished, this, [this, pending, wish] {
         pending->deleteLater();
         const QDBusPendingReply<QDBusVariant> reply = *pending;
-        if (!reply.isValid())
-            return;
-        // The answer is wrapped twice.
-        const QVariant inner = reply.value().variant();
-        set(inner.canConvert<QDBusVariant>() ? inner.value<QDBusVariant>().variant().toBool() : inner.toBool());
+        if (reply.isValid())
+            set(wish, reply.value().variant());
     });
 }
 
 void MotionPreference::settingChanged(const QString& area, const QString& key, const QDBusVariant& value)
 {
-    if (area == settingsArea && key == settingsKey)
-        set(value.variant().toBool());
+    for (std::size_t wish = 0; wish < wishes.size(); ++wish) {
+        if (area == QLatin1String(wishes[wish].area) && key == QLatin1String(wishes[wish].key))
+            set(wish, value.variant());
+    }
 }
 
-void MotionPreference::set(bool isWanted)
+void MotionPreference::set(std::size_t wish, const QVariant& value)
 {
-    if (isWanted_ == isWanted)
-        return;
-    isWanted_ = isWanted;
-    emit changed();
+    const bool wasWanted = isWanted();
+    isForLess_.set(wish, wishes[wish].isForLess(unwrapped(value)));
+    if (isWanted() != wasWanted)
+        emit changed();
 }
 
 } // namespace quenstal

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <bitset>
+#include <cstddef>
+
+#include <QDBusServiceWatcher>
 #include <QDBusVariant>
 #include <QObject>
 #include <QString>
@@ -14,7 +18,10 @@ class MotionPreference : public QObject {
 public:
     MotionPreference();
 
-    bool isWanted() const { return isWanted_; }
+    /// Desktops keep the wish for less motion in so many places; one of them is enough.
+    static constexpr std::size_t wishCount = 3;
+
+    bool isWanted() const { return isForLess_.none(); }
 
 signals:
     void changed();
@@ -23,10 +30,12 @@ private slots:
     void settingChanged(const QString& area, const QString& key, const QDBusVariant& value);
 
 private:
-    void read();
-    void set(bool isWanted);
+    void readAll();
+    void read(std::size_t wish);
+    void set(std::size_t wish, const QVariant& value);
 
-    bool isWanted_ = true;
+    QDBusServiceWatcher watcher_;
+    std::bitset<wishCount> isForLess_;
 };
 
 } // namespace quenstal

@@ -5,11 +5,7 @@
 
 #include <chrono>
 
-#include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusPendingCall>
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
 #include <QGuiApplication>
 #include <QScreen>
 
@@ -24,92 +20,80 @@ constexpr int shadowMargin = 26;
 /// Free space below the bar, in parts of the screen's height.
 constexpr double below = 0.12;
 
-const QString plasma = QStringLiteral("org.kde.plasmashell");
-const QString notifications = QStringLiteral("org.freedesktop.Notifications");
-
 QString text(const std::string& text)
 {
     return PanelModel::shown(text);
+}
+
+bool isMuted(const KeyFeedback& feedback)
+{
+    return feedback.symbolName == "speaker.slash.fill";
+}
+
+const QString plasma = QStringLiteral("org.kde.plasmashell");
+
+QDBusMessage callOfPlasma(const KeyFeedback& feedback, const QDBusMessage&)
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(plasma, QStringLiteral("/org/kde/osdService"),
+        QStringLiteral("org.kde.osdService"),
+        feedback.percent ? QStringLiteral("volumeChanged") : QStringLiteral("showText"));
+    if (feedback.percent)
+        call << (isMuted(feedback) ? 0 : *feedback.percent);
+    else
+        call << QStringLiteral("audio-volume-muted") << text(feedback.text);
+    return call;
+}
+
+const QString notifications = QStringLiteral("org.freedesktop.Notifications");
+
+/// The number of the last bubble and the hints make one bubble of all of them, with a bar for the level.
+QDBusMessage callOfNotifications(const KeyFeedback& feedback, const QDBusMessage& lastAnswer)
+{
+    QVariantMap hints{{QStringLiteral("x-canonical-private-synchronous"), QStringLiteral("volume")},
+        {QStringLiteral("transient"), true}};
+    if (feedback.percent)
+        hints.insert(QStringLiteral("value"), *feedback.percent);
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        notifications, QStringLiteral("/org/freedesktop/Notifications"), notifications, QStringLiteral("Notify"));
+    call << QStringLiteral("Quenstal") << lastAnswer.arguments().value(0).toUInt()
+         << (isMuted(feedback) ? QStringLiteral("audio-volume-muted") : QStringLiteral("audio-volume-high"))
+         << (feedback.percent ? text(feedback.title) : QStringLiteral("Quenstal")) << text(feedback.text)
+         << QStringList() << hints << static_cast<int>(shownFor.count());
+    return call;
 }
 
 } // namespace
 
 KeyFeedbackPresenter::KeyFeedbackPresenter(WindowSystem* windowSystem)
     : windowSystem_(windowSystem)
+    , plasma_(plasma, FeedbackService::Presence::onlyIfRunning, callOfPlasma)
+    , notifications_(notifications, FeedbackService::Presence::startedByCall, callOfNotifications)
 {
     hide_.setSingleShot(true);
     connect(&hide_, &QTimer::timeout, this, [this] { window_->hide(); });
-    chooseService();
+    connect(&plasma_, &FeedbackService::missed, this, &KeyFeedbackPresenter::showOtherwise);
 }
 
 KeyFeedbackPresenter::~KeyFeedbackPresenter() = default;
 
-void KeyFeedbackPresenter::chooseService()
-{
-    if (!windowSystem_)
-        service_ = Service::notifications;
-    QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
-        QStringLiteral("/org/freedesktop/DBus"), QStringLiteral("org.freedesktop.DBus"),
-        QStringLiteral("NameHasOwner"));
-    call << plasma;
-    auto* pending = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
-    connect(pending, &QDBusPendingCallWatcher::finished, this, [this, pending] {
-        pending->deleteLater();
-        const QDBusPendingReply<bool> reply = *pending;
-        if (reply.isValid() && reply.value())
-            service_ = Service::plasma;
-    });
-}
-
 void KeyFeedbackPresenter::show(const KeyFeedback& feedback)
 {
-    switch (service_) {
-    case Service::plasma:
-        showOnPlasma(feedback);
-        break;
-    case Service::notifications:
-        showAsNotification(feedback);
-        break;
-    case Service::none:
-        showBar(feedback);
-        break;
+    if (!plasma_.isResponsive()) {
+        showOtherwise(feedback);
+        return;
     }
+    // Never two displays of the same.
+    if (window_)
+        window_->hide();
+    plasma_.show(feedback);
 }
 
-void KeyFeedbackPresenter::showOnPlasma(const KeyFeedback& feedback)
+void KeyFeedbackPresenter::showOtherwise(const KeyFeedback& feedback)
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(plasma, QStringLiteral("/org/kde/osdService"),
-        QStringLiteral("org.kde.osdService"),
-        feedback.percent ? QStringLiteral("volumeChanged") : QStringLiteral("showText"));
-    const bool isMuted = feedback.symbolName == "speaker.slash.fill";
-    if (feedback.percent)
-        call << (isMuted ? 0 : *feedback.percent);
-    else
-        call << QStringLiteral("audio-volume-muted") << text(feedback.text);
-    QDBusConnection::sessionBus().asyncCall(call);
-}
-
-/// The hints make one bubble of all of them, with a bar for the level.
-void KeyFeedbackPresenter::showAsNotification(const KeyFeedback& feedback)
-{
-    QVariantMap hints{{QStringLiteral("x-canonical-private-synchronous"), QStringLiteral("volume")},
-        {QStringLiteral("transient"), true}};
-    if (feedback.percent)
-        hints.insert(QStringLiteral("value"), *feedback.percent);
-    const bool isMuted = feedback.symbolName == "speaker.slash.fill";
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        notifications, QStringLiteral("/org/freedesktop/Notifications"), notifications, QStringLiteral("Notify"));
-    call << QStringLiteral("Quenstal") << notification_
-         << (isMuted ? QStringLiteral("audio-volume-muted") : QStringLiteral("audio-volume-high"))
-         << (feedback.percent ? text(feedback.title) : QStringLiteral("Quenstal")) << text(feedback.text)
-         << QStringList() << hints << static_cast<int>(shownFor.count());
-    auto* pending = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
-    connect(pending, &QDBusPendingCallWatcher::finished, this, [this, pending] {
-        pending->deleteLater();
-        const QDBusPendingReply<unsigned int> reply = *pending;
-        if (reply.isValid())
-            notification_ = reply.value();
-    });
+    if (windowSystem_)
+        showBar(feedback);
+    else if (notifications_.isResponsive())
+        notifications_.show(feedback);
 }
 
 void KeyFeedbackPresenter::showBar(const KeyFeedback& feedback)
@@ -120,9 +104,9 @@ void KeyFeedbackPresenter::showBar(const KeyFeedback& feedback)
     bar_->setProperty("title", text(feedback.title));
     bar_->setProperty("text", text(feedback.text));
     bar_->setProperty("percent", feedback.percent.value_or(-1));
-    bar_->setProperty("muted", feedback.symbolName == "speaker.slash.fill");
+    bar_->setProperty("muted", isMuted(feedback));
     if (!window_->isVisible()) {
-        const bool isComposited = !windowSystem_ || windowSystem_->isCompositing();
+        const bool isComposited = windowSystem_->isCompositing();
         const int margin = isComposited ? shadowMargin : 0;
         bar_->setProperty("margin", margin);
         bar_->setProperty("translucent", isComposited);

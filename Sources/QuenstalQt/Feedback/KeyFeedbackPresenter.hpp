@@ -2,6 +2,7 @@
 
 #include "QuenstalPlatform/Desktop.hpp"
 #include "QuenstalPlatform/WindowSystem.hpp"
+#include "QuenstalQt/Feedback/FeedbackService.hpp"
 
 #include <memory>
 
@@ -26,17 +27,13 @@ public:
     void show(const KeyFeedback& feedback);
 
 private:
-    enum class Service { none, plasma, notifications };
-
-    void chooseService();
-    void showOnPlasma(const KeyFeedback& feedback);
-    void showAsNotification(const KeyFeedback& feedback);
+    void showOtherwise(const KeyFeedback& feedback);
     void showBar(const KeyFeedback& feedback);
     void loadBar();
 
     WindowSystem* windowSystem_;
-    Service service_ = Service::none;
-    unsigned int notification_ = 0;
+    FeedbackService plasma_;
+    FeedbackService notifications_;
     std::unique_ptr<QQuickWindow> window_;
     std::unique_ptr<QQmlEngine> engine_;
     std::unique_ptr<QQuickItem> bar_;

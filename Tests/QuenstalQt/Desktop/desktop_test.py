@@ -138,7 +138,7 @@ class EmbeddedItem(DesktopTest):
         self.start_in_tray()
         _, other = self.session.start_other_program()
         for _ in range(5):
-            self.stand.command("feedback")
+            self.stand.command("feedback 48")
         windows = wait_for(lambda: self.session.windows("Quenstal volume"), "feedback")
         self.assertEqual(len(windows), 1)
         self.assertEqual(self.session.focused(), other)

@@ -1,10 +1,13 @@
 // quenstal_stand: the real desktop and panel over an output that lives in memory, for tests on a real X server. Reports
-// every change on its output and takes commands on its input: "feedback", "notice", "open", "quit".
+// every change on its output and takes commands on its input: "feedback PERCENT", "feedback muted", "feedback ignored",
+// "motion", "notice", "open", "quit". Started with "--no-window-system" it has what a Wayland session without an X
+// server has.
 
 #include "QuenstalApp/StatusMenuController.hpp"
 #include "QuenstalLinux/Desktop/X11WindowSystem.hpp"
 #include "QuenstalLinux/Session/SingleInstance.hpp"
 #include "QuenstalQt/Desktop/QtDesktop.hpp"
+#include "QuenstalQt/Panel/PanelModel.hpp"
 #include "QuenstalQt/QtRunLoop.hpp"
 #include "QuenstalQt/QtToolkit.hpp"
 #include "QuenstalSimulation/SimulatedDisplayBusHealth.hpp"
@@ -16,9 +19,11 @@
 #include <cstdlib>
 #include <iostream>
 #include <string>
+#include <string_view>
 
 #include <QElapsedTimer>
 #include <QGuiApplication>
+#include <QQuickItem>
 #include <QQuickWindow>
 
 namespace {
@@ -93,10 +98,37 @@ void openAndTime(QtDesktop& desktop)
     }
 }
 
+KeyFeedback feedbackNamed(const std::string& name)
+{
+    if (name == "muted")
+        return {"speaker.slash.fill", "Muted", 48, "Desk Monitor 27"};
+    if (name == "ignored")
+        return {"speaker.fill", "Off", std::nullopt, "Enable Quenstal to control volume."};
+    return {"speaker.wave.2.fill", name + "%", std::stoi(name), "Desk Monitor 27"};
+}
+
+/// Whether the open panel moves things.
+void reportMotion()
+{
+    for (QWindow* window : QGuiApplication::allWindows()) {
+        auto* panel = qobject_cast<QQuickWindow*>(window);
+        if (!panel || !panel->isVisible())
+            continue;
+        for (const QQuickItem* view : panel->contentItem()->childItems()) {
+            if (const auto* model = view->property("panel").value<PanelModel*>())
+                std::printf("motion=%d\n", model->motion());
+        }
+    }
+    std::fflush(stdout);
+}
+
 void obey(const std::string& command, QtDesktop& desktop)
 {
-    if (command == "feedback")
-        desktop.showKeyFeedback({"speaker.wave.2.fill", "48%", 48, "Desk Monitor 27"});
+    const std::string feedback = "feedback ";
+    if (command.starts_with(feedback))
+        desktop.showKeyFeedback(feedbackNamed(command.substr(feedback.size())));
+    else if (command == "motion")
+        reportMotion();
     else if (command == "notice")
         desktop.showNotice("Volume keys", "A text to read.");
     else if (command == "open")
@@ -109,13 +141,16 @@ void obey(const std::string& command, QtDesktop& desktop)
 
 int main(int argc, char** argv)
 {
+    // The input's own buffer then tells whether there is more to read.
+    std::ios::sync_with_stdio(false);
     QtToolkit toolkit(argc, argv);
     QtRunLoop runLoop;
     BusConnection sessionBus(runLoop, BusConnection::Which::session);
     SingleInstance instance(sessionBus);
     if (!instance.isFirst())
         return instance.activateFirst() ? EXIT_SUCCESS : EXIT_FAILURE;
-    const auto windowSystem = connectToX11(runLoop);
+    const bool hasWindowSystem = argc < 2 || std::string_view(argv[1]) != "--no-window-system";
+    const auto windowSystem = hasWindowSystem ? connectToX11(runLoop) : nullptr;
     QtDesktop desktop(windowSystem.get());
     SimulatedPreferences preferences;
     preferences.setBoolean("Quenstal.SetupGuideCompleted", true);
@@ -130,11 +165,13 @@ int main(int argc, char** argv)
     statusMenu.onStateChanged = report;
     instance.onActivated([&desktop] { desktop.activateStatusItem(); });
     const Cancellation input = runLoop.watchReadable(0, [&] {
-        std::string command;
-        if (std::getline(std::cin, command))
+        // Several lines may have come at once.
+        do {
+            std::string command;
+            if (!std::getline(std::cin, command))
+                return desktop.terminate();
             obey(command, desktop);
-        else
-            desktop.terminate();
+        } while (std::cin.rdbuf()->in_avail() > 0);
     });
     report(controller->state());
     return toolkit.run();

@@ -1,0 +1,102 @@
+#include "QuenstalQt/Feedback/FeedbackService.hpp"
+
+#include <chrono>
+#include <utility>
+
+#include <QDBusConnection>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+
+namespace quenstal {
+
+namespace {
+
+/// A key wants its feedback within this time. A service that needs longer is passed over until it answers.
+constexpr auto patience = std::chrono::milliseconds(250);
+
+} // namespace
+
+FeedbackService::FeedbackService(const QString& name, Presence presence, MakeCall makeCall)
+    : makeCall_(std::move(makeCall))
+    , watcher_(name, QDBusConnection::sessionBus(), QDBusServiceWatcher::WatchForOwnerChange)
+    , isThere_(presence == Presence::startedByCall)
+{
+    patience_.setSingleShot(true);
+    connect(&patience_, &QTimer::timeout, this, &FeedbackService::beLate);
+    connect(&watcher_, &QDBusServiceWatcher::serviceRegistered, this, [this] {
+        isThere_ = true;
+        lastAnswer_ = {};
+    });
+    connect(&watcher_, &QDBusServiceWatcher::serviceUnregistered, this,
+        [this, presence] { isThere_ = presence == Presence::startedByCall; });
+    if (presence == Presence::onlyIfRunning)
+        askWhetherItRuns(name);
+}
+
+void FeedbackService::askWhetherItRuns(const QString& name)
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
+        QStringLiteral("/org/freedesktop/DBus"), QStringLiteral("org.freedesktop.DBus"),
+        QStringLiteral("NameHasOwner"));
+    call << name;
+    auto* pending = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
+    connect(pending, &QDBusPendingCallWatcher::finished, this, [this, pending] {
+        pending->deleteLater();
+        const QDBusPendingReply<bool> reply = *pending;
+        if (reply.isValid() && reply.value())
+            isThere_ = true;
+    });
+}
+
+void FeedbackService::show(const KeyFeedback& feedback)
+{
+    if (asked_)
+        next_ = feedback;
+    else
+        send(feedback);
+}
+
+void FeedbackService::send(const KeyFeedback& feedback)
+{
+    asked_ = feedback;
+    patience_.start(patience);
+    const QDBusMessage call = makeCall_(feedback, lastAnswer_);
+    auto* pending = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
+    connect(pending, &QDBusPendingCallWatcher::finished, this, [this, pending] {
+        pending->deleteLater();
+        answered(pending->reply());
+    });
+}
+
+void FeedbackService::answered(const QDBusMessage& answer)
+{
+    patience_.stop();
+    const bool wasLate = std::exchange(isLate_, false);
+    if (answer.type() == QDBusMessage::ErrorMessage) {
+        // Until it appears again.
+        isThere_ = false;
+        if (!wasLate)
+            miss();
+        asked_.reset();
+        return;
+    }
+    lastAnswer_ = answer;
+    asked_.reset();
+    if (const auto next = std::exchange(next_, std::nullopt))
+        send(*next);
+}
+
+void FeedbackService::beLate()
+{
+    isLate_ = true;
+    miss();
+}
+
+/// Only the newest value is to be shown elsewhere.
+void FeedbackService::miss()
+{
+    const std::optional<KeyFeedback> next = std::exchange(next_, std::nullopt);
+    emit missed(next ? *next : *asked_);
+}
+
+} // namespace quenstal

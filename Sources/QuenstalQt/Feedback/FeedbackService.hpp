@@ -1,0 +1,55 @@
+#pragma once
+
+#include "QuenstalPlatform/Desktop.hpp"
+
+#include <functional>
+#include <optional>
+
+#include <QDBusMessage>
+#include <QDBusServiceWatcher>
+#include <QObject>
+#include <QString>
+#include <QTimer>
+
+namespace quenstal {
+
+/// Key feedback by a service of the desktop. One call at a time is under way, and of the values that come meanwhile
+/// only the last is sent: a held key never queues, however slow the service is. Main thread.
+class FeedbackService : public QObject {
+    Q_OBJECT
+
+public:
+    /// Makes the call that shows a value. It may replace what the last answer told of.
+    using MakeCall = std::function<QDBusMessage(const KeyFeedback& feedback, const QDBusMessage& lastAnswer)>;
+    /// A service that is started by its first call need not run yet.
+    enum class Presence { onlyIfRunning, startedByCall };
+
+    FeedbackService(const QString& name, Presence presence, MakeCall makeCall);
+
+    /// False while there is no service, and while it leaves a call without an answer.
+    bool isResponsive() const { return isThere_ && !isLate_; }
+    void show(const KeyFeedback& feedback);
+
+signals:
+    /// The service did not show this value, and is not responsive any more.
+    void missed(const quenstal::KeyFeedback& feedback);
+
+private:
+    void askWhetherItRuns(const QString& name);
+    void send(const KeyFeedback& feedback);
+    void answered(const QDBusMessage& answer);
+    void beLate();
+    void miss();
+
+    MakeCall makeCall_;
+    QDBusServiceWatcher watcher_;
+    QTimer patience_;
+    bool isThere_;
+    bool isLate_ = false;
+    /// What the service was asked to show, and has not answered.
+    std::optional<KeyFeedback> asked_;
+    std::optional<KeyFeedback> next_;
+    QDBusMessage lastAnswer_;
+};
+
+} // namespace quenstal
