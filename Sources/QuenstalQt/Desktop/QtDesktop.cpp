@@ -138,6 +138,10 @@ std::unique_ptr<PanelWindow> QtDesktop::createPanel(const PanelSettings& setting
 {
     auto panel = std::make_unique<QtPanelWindow>(settings, state_->windowSystem);
     panel->onKeyDown = [state = state_.get()](const KeyEvent& event) { return state->hears(event); };
+    panel->onShown = [state = state_.get()] {
+        if (state->statusItem)
+            state->statusItem->stopWaitingForTray();
+    };
     // Where clicks elsewhere cannot be heard, the loss of the keyboard tells of them.
     if (!state_->windowSystem)
         panel->onDeactivated = [state = state_.get()] { state->clickedOutside(); };

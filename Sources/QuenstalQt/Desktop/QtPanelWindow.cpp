@@ -127,7 +127,11 @@ void QtPanelWindow::applyFrame()
 {
     const int room = margin();
     const QRect glass(qRound(frame_.x), qRound(frame_.y), qRound(frame_.width), qRound(frame_.height));
-    window_->setGeometry(glass.adjusted(-room, -room, room, room));
+    const QRect place = glass.adjusted(-room, -room, room, room);
+    // A compositor that arranges windows as tiles leaves one alone that has a size of its own.
+    window_->setMinimumSize(place.size());
+    window_->setMaximumSize(place.size());
+    window_->setGeometry(place);
     content_->resize();
     shape();
 }
@@ -142,6 +146,8 @@ void QtPanelWindow::orderFrontRegardless()
     window_->show();
     window_->raise();
     shape();
+    if (onShown)
+        onShown();
 }
 
 void QtPanelWindow::makeKey()

@@ -41,6 +41,7 @@ public:
 
     /// Hears every key-down; the answer true keeps it from the views.
     std::function<bool(const KeyEvent&)> onKeyDown;
+    std::function<void()> onShown;
     /// The panel lost the keyboard to another window.
     std::function<void()> onDeactivated;
     std::function<void()> onDestroyed;

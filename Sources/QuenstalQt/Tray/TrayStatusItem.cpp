@@ -62,7 +62,7 @@ TrayStatusItem::~TrayStatusItem() = default;
 
 void TrayStatusItem::activate(std::optional<Point> at)
 {
-    missingTray_.stop();
+    stopWaitingForTray();
     handler_.statusItemActivated(at);
 }
 

@@ -29,6 +29,8 @@ public:
 
     /// As when the user clicked it.
     void activate(std::optional<Point> at);
+    /// The user has the panel, so the item need not open it when there is no tray.
+    void stopWaitingForTray() { missingTray_.stop(); }
 
 private:
     /// The embedded item's window keeps the wheel to itself.

@@ -223,6 +223,16 @@ class NoTray(DesktopTest):
         self.stand = Stand(self.session, STAND)
         self.stand.wait_open()
 
+    def test_a_panel_that_is_open_already_stays_open(self):
+        self.session = self.open_session()
+        self.stand = Stand(self.session, STAND)
+        second = self.session.start(STAND, stdin=subprocess.DEVNULL)
+        self.assertEqual(second.wait(LIMIT), 0)
+        self.stand.wait_open()
+        # The program looks after three seconds whether there is a tray.
+        with self.assertRaises(AssertionError):
+            wait_for(lambda: not self.stand.panel(), "closed", limit=3.5)
+
 
 class SecondStart(DesktopTest):
     def test_a_second_start_opens_the_panel_of_the_first_and_ends(self):

@@ -118,9 +118,7 @@ def resident(pid):
 
 def show_memory_of_program(session):
     """The whole program: with the audio room, the monitors and the keys beside the panel."""
-    preferences = pathlib.Path(session.folder.name, ".config/quenstal/preferences.json")
-    preferences.parent.mkdir(parents=True)
-    preferences.write_text('{"Quenstal.SetupGuideCompleted": true}')
+    session.finish_setup_guide()
     child = session.start(PROGRAM)
     time.sleep(4)
     settled(child.pid)
@@ -134,7 +132,6 @@ def show_memory_of_program(session):
 
 def main():
     session = Session()
-    session.environment["XDG_CONFIG_HOME"] = session.folder.name + "/.config"
     session.start_compositor()
     row("", "measured", "wanted")
     row("", "least / median", "")

@@ -1,5 +1,7 @@
-"""A private desktop for tests: X server, session bus, window manager, and what a test asks for beside them."""
+"""A private desktop for tests: X server or Wayland compositor, session bus, window manager, and what a test asks for
+beside them."""
 
+import json
 import os
 import pathlib
 import re
@@ -28,47 +30,37 @@ def wait_for(question, what, limit=LIMIT):
         time.sleep(0.02)
 
 
-class Session:
-    """One desktop; ends everything that it started."""
+class Home:
+    """A home of its own with a session bus; ends everything that it started."""
 
-    def __init__(self, size="1280x800", scale=None):
-        for program in ("Xvfb", "dbus-daemon", "openbox", "xdotool", "xprop", "xev"):
+    PROGRAMS = ("dbus-daemon",)
+
+    def __init__(self):
+        for program in self.PROGRAMS:
             if not shutil.which(program):
                 raise Missing(program)
         self.children = []
         self.folder = tempfile.TemporaryDirectory(prefix="quenstal-desktop-")
         self.environment = dict(os.environ, XDG_RUNTIME_DIR=self.folder.name, HOME=self.folder.name,
                                 LC_ALL="C.UTF-8", QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1", NO_AT_BRIDGE="0")
-        for name in ("WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "XDG_CURRENT_DESKTOP", "QT_QUICK_BACKEND"):
+        for name in ("DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "XDG_CURRENT_DESKTOP", "XDG_CONFIG_HOME",
+                     "QT_QUICK_BACKEND"):
             self.environment.pop(name, None)
-        if scale:
-            self.environment["QT_SCALE_FACTOR"] = str(scale)
         try:
-            self._start_server(size)
             self._start_bus()
-            self.start("openbox")
-            wait_for(lambda: "window id" in self.run("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"), "window manager")
+            self._start_desktop()
         except BaseException:
             self.close()
             raise
-
-    def _start_server(self, size):
-        reading, writing = os.pipe()
-        self.start("Xvfb", "-displayfd", str(writing), "-screen", "0", f"{size}x24", "-dpi", "96", "-noreset",
-                   "-nolisten", "tcp",
-                   pass_fds=(writing,))
-        os.close(writing)
-        if not select.select([reading], [], [], LIMIT)[0]:
-            os.close(reading)
-            raise AssertionError("the X server did not start")
-        with os.fdopen(reading) as numbers:
-            self.environment["DISPLAY"] = ":" + numbers.readline().strip()
 
     def _start_bus(self):
         address = f"unix:path={self.folder.name}/bus"
         self.start("dbus-daemon", "--session", f"--address={address}", "--nofork", "--nopidfile")
         self.environment["DBUS_SESSION_BUS_ADDRESS"] = address
         wait_for(lambda: pathlib.Path(self.folder.name, "bus").exists(), "session bus")
+
+    def _start_desktop(self):
+        pass
 
     def start(self, *command, **options):
         options.setdefault("stdout", subprocess.DEVNULL)
@@ -94,6 +86,41 @@ class Session:
         for child in reversed(list(self.children)):
             self.stop(child)
         self.folder.cleanup()
+
+    def finish_setup_guide(self):
+        """The program then does not open its panel by itself when it starts."""
+        preferences = pathlib.Path(self.folder.name, ".config/quenstal/preferences.json")
+        preferences.parent.mkdir(parents=True)
+        preferences.write_text('{"Quenstal.SetupGuideCompleted": true}')
+
+
+class Session(Home):
+    """A desktop on an X server."""
+
+    PROGRAMS = Home.PROGRAMS + ("Xvfb", "openbox", "xdotool", "xprop", "xev")
+
+    def __init__(self, size="1280x800", scale=None):
+        self.size = size
+        super().__init__()
+        if scale:
+            self.environment["QT_SCALE_FACTOR"] = str(scale)
+
+    def _start_desktop(self):
+        self._start_server(self.size)
+        self.start("openbox")
+        wait_for(lambda: "window id" in self.run("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"), "window manager")
+
+    def _start_server(self, size):
+        reading, writing = os.pipe()
+        self.start("Xvfb", "-displayfd", str(writing), "-screen", "0", f"{size}x24", "-dpi", "96", "-noreset",
+                   "-nolisten", "tcp",
+                   pass_fds=(writing,))
+        os.close(writing)
+        if not select.select([reading], [], [], LIMIT)[0]:
+            os.close(reading)
+            raise AssertionError("the X server did not start")
+        with os.fdopen(reading) as numbers:
+            self.environment["DISPLAY"] = ":" + numbers.readline().strip()
 
     # The user's hands.
 
@@ -148,6 +175,54 @@ class Session:
         self.start("picom", "--backend", "xrender", "--config", "/dev/null")
         # It takes the selection before it redirects the root, which is what the property tells of.
         wait_for(lambda: "picom" in self.run("xwininfo", "-root", "-tree"), "compositor")
+
+
+class WaylandSession(Home):
+    """A desktop of a Wayland compositor without a screen, and without an X server."""
+
+    PROGRAMS = Home.PROGRAMS + ("sway", "swaymsg", "wtype")
+
+    def _start_desktop(self):
+        plugins = pathlib.Path("/usr/lib").glob("*/qt6/plugins/platforms/libqwayland-generic.so")
+        if not any(plugins):
+            raise Missing("the toolkit's plugin for Wayland")
+        # It refuses to run as the superuser.
+        self.sockets = tempfile.TemporaryDirectory(prefix="quenstal-wayland-", ignore_cleanup_errors=True)
+        command = ["sway", "-c", f"{self.sockets.name}/config"]
+        pathlib.Path(self.sockets.name, "config").write_text("xwayland disable\n")
+        if os.geteuid() == 0:
+            command = ["setpriv", "--reuid=nobody", "--regid=nogroup", "--clear-groups"] + command
+            shutil.chown(self.sockets.name, "nobody")
+        environment = dict(self.environment, XDG_RUNTIME_DIR=self.sockets.name, WLR_BACKENDS="headless",
+                           WLR_LIBINPUT_NO_DEVICES="1", WLR_RENDERER="pixman")
+        child = subprocess.Popen(command, env=environment, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.children.append(child)
+        self.environment["WAYLAND_DISPLAY"] = self._socket("wayland-?")
+        self.environment["SWAYSOCK"] = self._socket("sway-ipc.*")
+        # A keyboard that stays: the compositor has none of its own.
+        self.start("wtype", "-s", "600000")
+
+    def _socket(self, pattern):
+        folder = pathlib.Path(self.sockets.name)
+        return str(wait_for(lambda: sorted(folder.glob(pattern)), pattern)[0])
+
+    def key(self, name):
+        self.run("wtype", "-k", name)
+
+    def windows(self):
+        """Title, size, and whether it has the keyboard, of each window."""
+        def below(node):
+            for child in node.get("nodes", []) + node.get("floating_nodes", []):
+                if child.get("app_id"):
+                    size = child["rect"]["width"], child["rect"]["height"]
+                    yield child["name"], size, child["focused"]
+                yield from below(child)
+        tree = self.run("swaymsg", "-t", "get_tree")
+        return list(below(json.loads(tree))) if tree else []
+
+    def close(self):
+        super().close()
+        self.sockets.cleanup()
 
 
 class Stand:

@@ -163,7 +163,7 @@ int main(int argc, char** argv)
         VolumeSnapshot::defaultAudible());
     StatusMenuController statusMenu({runLoop, desktop, preferences, trust, displayBusHealth, desktop}, controller);
     statusMenu.onStateChanged = report;
-    instance.onActivated([&desktop] { desktop.activateStatusItem(); });
+    instance.onActivated([&statusMenu] { statusMenu.showPanel(); });
     const Cancellation input = runLoop.watchReadable(0, [&] {
         // Several lines may have come at once.
         do {

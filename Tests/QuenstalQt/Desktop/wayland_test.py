@@ -1,0 +1,67 @@
+#!/usr/bin/env python3
+"""The whole program on a Wayland compositor without an X server."""
+
+import pathlib
+import subprocess
+import sys
+import unittest
+
+sys.path.insert(0, str(pathlib.Path(__file__).parents[2] / "Support"))
+import script_suite  # noqa: E402
+from session import LIMIT, Missing, WaylandSession, wait_for  # noqa: E402
+
+PROGRAM = sys.argv.pop(1)
+# The glass and its shadow.
+PANEL = (344 + 52, 383 + 52)
+
+
+class Wayland(unittest.TestCase):
+    def setUp(self):
+        try:
+            self.session = WaylandSession()
+        except Missing as program:
+            self.skipTest(f"{program} is not installed")
+        self.addCleanup(self.session.close)
+        self.session.finish_setup_guide()
+        self.program = self.session.start(PROGRAM, stderr=subprocess.PIPE, text=True)
+
+    def panels(self):
+        self.assertIsNone(self.program.poll(), "the program has ended")
+        return [window for window in self.session.windows() if window[0] == "Quenstal"]
+
+    def start_again(self):
+        second = self.session.start(PROGRAM)
+        self.assertEqual(second.wait(LIMIT), 0)
+
+    def open_panel(self):
+        wait_for(lambda: self.session.run("dbus-send", "--session", "--print-reply", "--dest=org.freedesktop.DBus",
+                                          "/", "org.freedesktop.DBus.NameHasOwner", "string:app.quenstal.Quenstal")
+                 .rstrip().endswith("true"), "first start")
+        self.start_again()
+        return wait_for(self.panels, "panel")[0]
+
+    def test_a_second_start_opens_the_panel_in_its_own_size_and_with_the_keyboard(self):
+        self.assertEqual(self.open_panel()[1], PANEL)
+        wait_for(lambda: self.panels()[0][2], "keyboard in the panel")
+
+    def test_escape_closes_the_panel_and_another_start_opens_it_again(self):
+        self.open_panel()
+        wait_for(lambda: self.panels()[0][2], "keyboard in the panel")
+        self.session.key("Escape")
+        wait_for(lambda: not self.panels(), "closed")
+        self.start_again()
+        wait_for(self.panels, "panel again")
+
+    def test_the_panel_closes_when_another_window_takes_the_keyboard(self):
+        self.open_panel()
+        wait_for(lambda: self.panels()[0][2], "keyboard in the panel")
+        self.session.run("swaymsg", "focus", "parent")
+        self.session.run("swaymsg", "workspace", "2")
+        wait_for(lambda: not self.panels(), "closed")
+
+    def test_without_a_tray_the_panel_opens_by_itself(self):
+        wait_for(self.panels, "panel")
+
+
+if __name__ == "__main__":
+    script_suite.run()
