@@ -1,11 +1,9 @@
 #include "QuenstalQt/Panel/PanelModel.hpp"
 
-#include "QuenstalApp/StatusMenuController/EqualiserResponse.hpp"
+#include "QuenstalQt/Panel/EqualizerPlot.hpp"
+#include "QuenstalQt/Panel/MonitorAdvice.hpp"
 
 #include <algorithm>
-#include <array>
-#include <cmath>
-#include <iterator>
 
 #include <QCoreApplication>
 #include <QLocale>
@@ -23,58 +21,11 @@ QString fromView(std::string_view text)
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
-/// Where a linear level stands on the meter: 0 at −48 dB, 1 at full scale.
-qreal meterPosition(double level)
-{
-    constexpr double floorDB = 48;
-    return level <= 0 ? 0 : std::clamp(1 + 20 * std::log10(level) / floorDB, 0.0, 1.0);
-}
-
-/// The frequency at a place of the plot, in bands from the left edge: logarithmic between the bands, which stand
-/// evenly spread in the middle of their columns; 20 Hz and 20 kHz at the edges.
-double plotFrequency(const std::vector<EQBand>& bands, double column)
-{
-    constexpr double lowest = 20;
-    constexpr double highest = 20000;
-    const double last = static_cast<double>(bands.size()) - 0.5;
-    if (column <= 0.5)
-        return lowest * std::pow(bands.front().frequencyHz / lowest, column / 0.5);
-    if (column >= last)
-        return bands.back().frequencyHz * std::pow(highest / bands.back().frequencyHz, (column - last) / 0.5);
-    const auto left = static_cast<std::size_t>(column - 0.5);
-    const double from = bands[left].frequencyHz;
-    return from * std::pow(bands[left + 1].frequencyHz / from, column - 0.5 - static_cast<double>(left));
-}
-
 /// What the equaliser screen draws, apart from the meters.
 bool sameExceptLevels(GlassDialSnapshot left, const GlassDialSnapshot& right)
 {
     left.eqLevels = right.eqLevels;
     return left == right;
-}
-
-const char* statementOf(const DisplayBusProblem& problem)
-{
-    using Kind = DisplayBusProblem::Kind;
-    switch (problem.kind) {
-    case Kind::accessDenied:
-        return "%1: no access to %2.";
-    case Kind::notAnswering:
-        return "%1 tells no volume over %2.";
-    case Kind::writesRefused:
-        return "%1 takes no volume over %2.";
-    case Kind::stuck:
-        return "%1: the driver of %2 hangs.";
-    }
-    return "";
-}
-
-QString described(const DisplayBusProblem& problem)
-{
-    const QString monitor = QString::fromStdString(problem.monitor);
-    if (problem.device.empty())
-        return PanelModel::shown("%1 cannot be reached over DDC/CI.").arg(monitor);
-    return PanelModel::shown(statementOf(problem)).arg(monitor, QString::fromStdString(problem.device));
 }
 
 } // namespace
@@ -220,16 +171,7 @@ QList<qreal> PanelModel::bandGains() const
 
 QList<qreal> PanelModel::response() const
 {
-    constexpr int points = 121;
-    const EQProfile& profile = snapshot().eqProfile;
-    QList<qreal> decibels;
-    if (profile.bands.empty())
-        return decibels;
-    const EqualiserResponse response(profile);
-    const auto columns = static_cast<double>(profile.bands.size());
-    for (int point = 0; point < points; ++point)
-        decibels << response.decibelsAt(plotFrequency(profile.bands, columns * point / (points - 1)));
-    return decibels;
+    return plottedResponse(snapshot().eqProfile);
 }
 
 qreal PanelModel::levelL() const
@@ -281,19 +223,9 @@ QString PanelModel::lastCapture() const
         .arg(shown(description.substr(0, split)), QString::fromStdString(description.substr(split + separator.size())));
 }
 
-/// A sentence for each monitor. What helps several monitors in a row is said once, after the last.
 QString PanelModel::monitorAdvice() const
 {
-    QStringList sentences;
-    const std::vector<DisplayBusProblem>& problems = state_.monitorProblems();
-    for (auto problem = problems.begin(); problem != problems.end(); ++problem) {
-        sentences << described(*problem);
-        const auto next = std::next(problem);
-        const bool isSaidLater = next != problems.end() && next->remedy == problem->remedy;
-        if (!problem->remedy.empty() && !isSaidLater)
-            sentences << shown(problem->remedy);
-    }
-    return sentences.join(' ');
+    return quenstal::monitorAdvice(state_.monitorProblems());
 }
 
 QString PanelModel::screen() const

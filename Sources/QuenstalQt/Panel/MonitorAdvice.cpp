@@ -1,0 +1,52 @@
+#include "QuenstalQt/Panel/MonitorAdvice.hpp"
+
+#include "QuenstalQt/Panel/PanelModel.hpp"
+
+#include <iterator>
+
+#include <QStringList>
+
+namespace quenstal {
+
+namespace {
+
+const char* statementOf(const DisplayBusProblem& problem)
+{
+    using Kind = DisplayBusProblem::Kind;
+    switch (problem.kind) {
+    case Kind::accessDenied:
+        return "%1: no access to %2.";
+    case Kind::notAnswering:
+        return "%1 tells no volume over %2.";
+    case Kind::writesRefused:
+        return "%1 takes no volume over %2.";
+    case Kind::stuck:
+        return "%1: the driver of %2 hangs.";
+    }
+    return "";
+}
+
+QString described(const DisplayBusProblem& problem)
+{
+    const QString monitor = QString::fromStdString(problem.monitor);
+    if (problem.device.empty())
+        return PanelModel::shown("%1 cannot be reached over DDC/CI.").arg(monitor);
+    return PanelModel::shown(statementOf(problem)).arg(monitor, QString::fromStdString(problem.device));
+}
+
+} // namespace
+
+QString monitorAdvice(const std::vector<DisplayBusProblem>& problems)
+{
+    QStringList sentences;
+    for (auto problem = problems.begin(); problem != problems.end(); ++problem) {
+        sentences << described(*problem);
+        const auto next = std::next(problem);
+        const bool isSaidLater = next != problems.end() && next->remedy == problem->remedy;
+        if (!problem->remedy.empty() && !isSaidLater)
+            sentences << PanelModel::shown(problem->remedy);
+    }
+    return sentences.join(' ');
+}
+
+} // namespace quenstal
