@@ -133,8 +133,8 @@ void AppDelegate::wake()
 Findings AppDelegate::findings() const
 {
     requireMainThread();
-    return {controller_->state(), statusController_->viewState().mediaKeyCaptureActive(), platform_.trust.advice(),
-        platform_.displayBusHealth.problems()};
+    return {controller_->state(), statusController_->viewState().mediaKeyCaptureActive(),
+        platform_.trust.wayOfCapture(), platform_.trust.advice(), platform_.displayBusHealth.problems()};
 }
 
 void AppDelegate::applicationShouldReopen()

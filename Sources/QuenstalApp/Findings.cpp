@@ -74,9 +74,8 @@ std::string path(const QuenstalState& state)
 {
     return std::string(state.mode.userFacingName()) + ": "
         + state.mode.match([](const ControlMode::SystemVolume&) { return "the output has a volume of its own."s; },
-            [&](const ControlMode::HardwareDDC&) {
-                const std::string monitor = state.displayTarget ? state.displayTarget->name : "the monitor";
-                return "the output has a fixed volume, and " + monitor + " takes its own over DDC/CI.";
+            [](const ControlMode::HardwareDDC&) {
+                return "the output has a fixed volume, and the monitor takes its own over DDC/CI."s;
             },
             [&](const ControlMode::SoftwareTap&) { return whySoftware(state); },
             [](const ControlMode::Unavailable& unavailable) { return whyNone(unavailable.reason); },
@@ -85,8 +84,10 @@ std::string path(const QuenstalState& state)
 
 std::string keys(const Findings& findings)
 {
-    if (findings.areKeysCaptured)
-        return "captured: mute, volume down and volume up.";
+    if (findings.areKeysCaptured) {
+        const std::string way = findings.wayOfCapture.empty() ? "" : " " + findings.wayOfCapture;
+        return "captured" + way + ": mute, volume down and volume up.";
+    }
     return findings.state.isEnabled ? "not captured." : "the desktop's own, while Quenstal is switched off.";
 }
 

@@ -12,6 +12,8 @@ namespace quenstal {
 struct Findings {
     QuenstalState state;
     bool areKeysCaptured = false;
+    /// As it continues "captured"; empty when it is not known.
+    std::string wayOfCapture;
     /// What keeps the keys from being captured and what the user can do about it; empty when nothing does.
     std::string captureAdvice;
     std::vector<DisplayBusProblem> monitorProblems;

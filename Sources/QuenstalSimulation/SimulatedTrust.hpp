@@ -18,6 +18,7 @@ public:
         return isTrusted_;
     }
     std::string advice() override { return isTrusted_ ? std::string() : advice_; }
+    std::string wayOfCapture() override { return isTrusted_ ? "by hand" : ""; }
     [[nodiscard]] Cancellation onMayHaveChanged(RunLoop::Task task) override { return handlers_.add(std::move(task)); }
 
     void setTrusted(bool isTrusted) { isTrusted_ = isTrusted; }

@@ -241,7 +241,7 @@ class InASession(PackageCase):
         told = [running.stdout.readline() for _ in range(5)]
         self.assertEqual(told, ["Output:   none\n",
                                 "Volume:   Unavailable: there is no output.\n",
-                                "Keys:     captured: mute, volume down and volume up.\n",
+                                "Keys:     captured over the X server: mute, volume down and volume up.\n",
                                 "Missing:  A sound server with an output.\n",
                                 "            systemctl --user start pipewire.service wireplumber.service\n"])
         self.assertEqual(self.quenstal("--report").stdout, "".join(told))

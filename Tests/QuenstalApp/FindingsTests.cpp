@@ -30,6 +30,7 @@ Findings monitorFindings()
     findings.state.permissions = PermissionState::allGranted();
     findings.state.mode = ControlMode::hardwareDDC("7");
     findings.areKeysCaptured = true;
+    findings.wayOfCapture = "over the X server";
     return findings;
 }
 
@@ -42,8 +43,8 @@ TEST(FindingsTest, aMonitorThatTakesItsOwnVolume)
 {
     EXPECT_EQ(inPlainWords(monitorFindings(), commands),
         "Output:   Desk Monitor, over HDMI\n"
-        "Volume:   Monitor hardware: the output has a fixed volume, and DESK 27 takes its own over DDC/CI.\n"
-        "Keys:     captured: mute, volume down and volume up.\n"
+        "Volume:   Monitor hardware: the output has a fixed volume, and the monitor takes its own over DDC/CI.\n"
+        "Keys:     captured over the X server: mute, volume down and volume up.\n"
         "Missing:  nothing.\n");
 }
 

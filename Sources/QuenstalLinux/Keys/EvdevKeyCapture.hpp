@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -26,6 +27,7 @@ public:
     explicit EvdevKeyCapture(RunLoop& runLoop, std::string seat = firstSeat);
     ~EvdevKeyCapture() override;
 
+    std::string_view name() const override { return "from the keyboards themselves"; }
     bool isPossible() override;
     std::string obstacle() override;
     /// The same as a kind. Cheap.

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace quenstal {
 
@@ -23,6 +24,8 @@ protected:
 /// One way in which Linux lets a program see and swallow the volume keys. Main thread.
 class KeyCapture : public Interface {
 public:
+    /// As it continues "captured", for example "over the X server".
+    virtual std::string_view name() const = 0;
     /// Whether the keys can be captured now, by this process. True while they are. Cheap enough for every refresh.
     virtual bool isPossible() = 0;
     /// Why not, and what the user can do, in a few sentences; empty when it is possible.

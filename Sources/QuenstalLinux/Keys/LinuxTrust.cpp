@@ -52,6 +52,12 @@ std::string LinuxTrust::advice()
     return "No keyboard with volume keys was found.";
 }
 
+std::string LinuxTrust::wayOfCapture()
+{
+    const auto way = std::ranges::find_if(ways_, [](KeyCapture* candidate) { return candidate->isPossible(); });
+    return way == ways_.end() ? std::string() : std::string((*way)->name());
+}
+
 Cancellation LinuxTrust::onMayHaveChanged(RunLoop::Task task)
 {
     std::vector<Cancellation> parts;

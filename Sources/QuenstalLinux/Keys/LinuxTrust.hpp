@@ -17,6 +17,7 @@ public:
     bool isProcessTrusted(bool prompt) override;
     /// The obstacle of the way that suits this desktop best.
     std::string advice() override;
+    std::string wayOfCapture() override;
     [[nodiscard]] Cancellation onMayHaveChanged(RunLoop::Task task) override;
 
 private:

@@ -32,6 +32,7 @@ public:
     ServiceKeyCapture(RunLoop& runLoop, BusConnection& systemBus, const EvdevKeyCapture& keyboards);
     ~ServiceKeyCapture() override;
 
+    std::string_view name() const override { return "by the key service"; }
     /// From memory: neither asks nor starts the service. A keyboard that is unplugged meanwhile changes nothing, since
     /// the service waits for the next one.
     bool isPossible() override;

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -27,6 +28,7 @@ public:
     ~X11KeyCapture() override;
 
     /// While idle this grabs the keys for a moment, at most once a second.
+    std::string_view name() const override { return "over the X server"; }
     bool isPossible() override;
     std::string obstacle() override;
     bool start(KeyCaptureListener& listener) override;

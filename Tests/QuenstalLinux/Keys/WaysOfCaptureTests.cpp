@@ -7,6 +7,7 @@
 #include "QuenstalSimulation/SimulatedRunLoop.hpp"
 
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -20,11 +21,13 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 struct FakeWay final : KeyCapture {
-    explicit FakeWay(RunLoop& runLoop)
-        : changes(runLoop)
+    FakeWay(RunLoop& runLoop, std::string_view itsName)
+        : itsName(itsName)
+        , changes(runLoop)
     {
     }
 
+    std::string_view name() const override { return itsName; }
     bool isPossible() override { return possible; }
     std::string obstacle() override { return possible ? std::string() : why; }
     bool start(KeyCaptureListener& newListener) override
@@ -35,6 +38,7 @@ struct FakeWay final : KeyCapture {
     void stop() override { listener = nullptr; }
     [[nodiscard]] Cancellation onMayHaveChanged(RunLoop::Task task) override { return changes.add(std::move(task)); }
 
+    std::string_view itsName;
     bool possible = false;
     bool starts = true;
     std::string why;
@@ -56,8 +60,8 @@ struct WaysOfCaptureTest : testing::Test {
 
     SimulatedRunLoop loop;
     SimulatedDesktop desktop;
-    FakeWay better{loop};
-    FakeWay other{loop};
+    FakeWay better{loop, "the better way"};
+    FakeWay other{loop, "the other way"};
     LinuxTrust trust{desktop, {&better, &other}};
     LinuxEventTaps taps{loop, {&better, &other}};
     std::vector<EventType> told;
@@ -71,6 +75,15 @@ TEST_F(WaysOfCaptureTest, onePossibleWayIsEnoughToBeTrusted)
     other.possible = true;
     EXPECT_TRUE(trust.isProcessTrusted());
     EXPECT_EQ(trust.advice(), "");
+}
+
+TEST_F(WaysOfCaptureTest, theWayThatATapWouldTakeIsTold)
+{
+    EXPECT_EQ(trust.wayOfCapture(), "");
+    other.possible = true;
+    EXPECT_EQ(trust.wayOfCapture(), "the other way");
+    better.possible = true;
+    EXPECT_EQ(trust.wayOfCapture(), "the better way");
 }
 
 TEST_F(WaysOfCaptureTest, theAdviceIsWhatStandsInTheWayOfTheFirstThatHasSomethingToSay)
