@@ -107,7 +107,8 @@ class Desktop:
 
     def press(self, key, times=1, delay=12):
         """With as many milliseconds between two presses."""
-        subprocess.run(["xdotool", "key", "--delay", str(delay), *[key] * times], check=True)
+        if times > 0:
+            subprocess.run(["xdotool", "key", "--delay", str(delay), *[key] * times], check=True)
 
     def click(self, x, y, button=1):
         # As long as a finger takes.

@@ -6,7 +6,7 @@ import pathlib
 import re
 import subprocess
 
-from desktop import wait_for
+from desktop import output_of, wait_for
 
 SESSION = pathlib.Path(__file__).resolve().parents[2] / "tools" / "audio_session.sh"
 NAMES = {"monitor": "alsa_output.pci-0000_01_00.1.hdmi-stereo",
@@ -34,12 +34,12 @@ class Sound:
         value = json.dumps({"name": NAMES[output]})
         subprocess.run(["pw-metadata", "0", "default.configured.audio.sink", value, "Spa:String:JSON"], check=True,
                        stdout=subprocess.DEVNULL)
-        wait_for(lambda: f'"{NAMES[output]}"' in self.default_line(), f"{output} as the default output")
+        wait_for(lambda: self.default() == output, f"{output} as the default output")
 
-    def default_line(self):
-        told = subprocess.run(["pw-metadata", "0", "default.audio.sink"], check=False, stdout=subprocess.PIPE,
-                              text=True).stdout
-        return told
+    def default(self):
+        """The output in force; none while there is none."""
+        told = output_of("pw-metadata", "0", "default.audio.sink")
+        return next((output for output, name in NAMES.items() if f'"{name}"' in told), None)
 
     def card_volume(self):
         """What the USB card was set to last: the level, and whether it is muted."""

@@ -41,6 +41,8 @@ class Events:
 
     QUIET = ("hotplug_storm", "monitor_fault", "monitor_recovers", "knob", "key_storm", "mute_twice", "panel", "suspend",
              "screen_off")
+    # Those that leave the path as it is.
+    CALM = ("key_storm", "mute_twice", "panel")
     LOUD = ("manager_restart", "server_restart", "cable", "usb", "other_output")
 
     def __init__(self, world, chance):
@@ -65,11 +67,11 @@ class Events:
     def key_storm(self):
         """At the rate at which a held key repeats, and as many times back."""
         seen = self.world.seen()
-        volumes = [seen.card] if self.world.is_default == "usb" else [seen.monitor, seen.gain]
+        volumes = [seen.card] if self.world.sound.default() == "usb" else [seen.monitor, seen.gain]
         # Not as far as either end, where presses are lost by right.
         keys, room = max(((DOWN, UP), min(volumes)), ((UP, DOWN), 1 - max(volumes)), key=lambda way: way[1])
         for key in keys:
-            self.world.desktop.press(key, max(1, int(room / STEP) - 1), delay=33)
+            self.world.desktop.press(key, max(0, int(room / STEP) - 1), delay=33)
 
     def mute_twice(self):
         self.world.desktop.press(MUTE)
@@ -113,12 +115,11 @@ class Events:
             self.world.plug("usb")
         else:
             self.world.unplug("usb")
-            self.world.is_default = "monitor"
 
     def other_output(self):
         if "usb" not in self.world.plugged:
             self.world.plug("usb")
-        self.world.make_default("monitor" if self.world.is_default == "usb" else "usb")
+        self.world.sound.make_default("monitor" if self.world.sound.default() == "usb" else "usb")
 
 
 class Soak:
@@ -129,6 +130,8 @@ class Soak:
         self.counts = collections.Counter()
         self.key_times = collections.defaultdict(list)
         self.gaps, self.returns, self.broken, self.resources = [], [], [], []
+        # Of the last events, told with what breaks.
+        self.history = collections.deque(maxlen=4)
         self.path = None
         self.number = 0
 
@@ -147,7 +150,7 @@ class Soak:
     def complain(self, name, what):
         fault = "" if self.world.fault == "well" else f", the monitor is {self.world.fault}"
         self.broken.append(f"event {self.number} ({name}{fault}): {what}")
-        print("BROKEN  " + self.broken[-1], flush=True)
+        print("BROKEN  " + self.broken[-1], *self.history, sep="\n        ", flush=True)
 
     def happen(self, name, quiet):
         before, path_before, began = self.world.seen(), self.path, time.monotonic()
@@ -163,15 +166,16 @@ class Soak:
             self.gaps.append(self.world.listener.longest_gap(began))
             if self.gaps[-1] > QUIET_LIMIT:
                 self.complain(name, f"no sound for {self.gaps[-1]:.2f} s")
-        after = self.at_rest()
+        after = self.at_rest(0.6 if name == "key_storm" else 0.2)
+        self.history.append(f"{self.number} {name}, {self.world.sound.default()}, {self.world.fault}: {before} -> {after}")
         self.press_and_look(name)
         self.compare(name, before, after, path_before)
 
-    def at_rest(self):
-        """What is seen when nothing has moved for a fifth of a second."""
+    def at_rest(self, quiet=0.2):
+        """What is seen when nothing has moved for as many seconds."""
         seen, since = self.world.seen(), time.monotonic()
-        end = since + 2
-        while time.monotonic() < min(since + 0.2, end):
+        end = since + 3
+        while time.monotonic() < min(since + quiet, end):
             now = self.world.seen()
             if self.moved(seen, now):
                 seen, since = now, time.monotonic()
@@ -202,20 +206,25 @@ class Soak:
             if now > was + STEP + TOLERANCE and was > 0:
                 self.complain(name, f"{volume} rose from {was:.2f} to {now:.2f} unasked")
 
-    def key_for(self, seen):
+    def key_for(self, seen, name):
         """One that has room, whichever volume it moves."""
-        possible = [seen.card] if self.world.is_default == "usb" else [seen.monitor, seen.gain]
+        possible = [seen.monitor, seen.gain]
+        if self.world.sound.default() == "usb":
+            possible = [seen.card]
+        elif self.path == "monitor" and name in Events.CALM:
+            possible = [seen.monitor]
         keys = [DOWN] if min(possible) > 2 * STEP else []
         keys += [UP] if max(possible) < 1 - 2 * STEP else []
         return self.chance.choice(keys) if keys else None
 
     def press_and_look(self, name="start"):
         before = self.at_rest()
-        key = self.key_for(before)
+        key = self.key_for(before, name)
         if not key:
             # One is at its top and the other at its bottom: someone turns the monitor up.
             self.world.monitor.tell("volume 50")
             before, key = self.at_rest(), DOWN
+        self.history.append(f"{key} at {before}")
         began = time.monotonic()
         self.world.desktop.press(key)
         while not (moved := self.moved(before, self.world.seen())):
@@ -226,8 +235,17 @@ class Soak:
         after = self.at_rest()
         self.path = self.moved(before, after) or moved
         was, now = getattr(before, self.path), getattr(after, self.path)
-        if now > was + STEP + TOLERANCE and was > 0:
+        # Nobody has read the monitor since its own knob was turned.
+        if now > was + STEP + TOLERANCE and was > 0 and name != "knob" and not self.has_recovered(after):
             self.complain(name, f"{self.path} rose from {was:.2f} to {now:.2f} by one press")
+
+    def has_recovered(self, seen):
+        """Whether the software gain ended because the monitor answers again: then the next key moves the monitor."""
+        if self.path != "gain" or seen.gain < 1 - TOLERANCE:
+            return False
+        self.world.desktop.press(DOWN if seen.monitor > 0.5 else UP)
+        self.path = self.moved(seen, self.at_rest())
+        return self.path == "monitor"
 
     # The verdict.
 

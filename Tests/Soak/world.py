@@ -26,6 +26,9 @@ class Seen:
     gain: float
     card: float
 
+    def __str__(self):
+        return f"{self.monitor:.2f} {self.gain:.2f} {self.card:.2f}"
+
 
 class Listener:
     """What the default output is sent, all the time."""
@@ -84,7 +87,6 @@ class World:
         self.tone = None
         self.listener = Listener(self.desktop, self.probe)
         self.play()
-        self.is_default = "monitor"
         self.fault = "well"
         self.toggle_panel()
 
@@ -134,10 +136,6 @@ class World:
     def unplug(self, output):
         self.sound.session("unplug", output)
         self.plugged.discard(output)
-
-    def make_default(self, output):
-        self.sound.make_default(output)
-        self.is_default = output
 
     def set_fault(self, fault):
         self.monitor.tell(fault)
