@@ -153,8 +153,8 @@ int ActiveSession::seatAnswered(sd_bus_message* message, void* userData, sd_bus_
         self.settle(std::nullopt);
         return 0;
     }
-    self.askedId_ = id;
-    self.askForSession(path);
+    self.asked_ = Session{id, path, 0};
+    self.askForSession(self.asked_.path);
     return 0;
 }
 
@@ -165,7 +165,7 @@ int ActiveSession::sessionAnswered(sd_bus_message* message, void* userData, sd_b
     if (sd_bus_message_is_method_error(message, nullptr) <= 0) {
         const SessionProperties properties = readSession(message);
         if (properties.user && !properties.isRemote && properties.kind == "user" && properties.seat == seat)
-            session = Session{self.askedId_, *properties.user};
+            session = Session{self.asked_.id, self.asked_.path, *properties.user};
     }
     self.settle(std::move(session));
     return 0;

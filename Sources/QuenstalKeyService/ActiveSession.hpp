@@ -17,6 +17,8 @@ class ActiveSession {
 public:
     struct Session {
         std::string id;
+        /// The object that stands for it.
+        std::string path;
         uid_t user = 0;
 
         bool operator==(const Session&) const = default;
@@ -43,7 +45,7 @@ private:
     std::function<void()> changed_;
     std::optional<Session> current_;
     /// The session being asked about.
-    std::string askedId_;
+    Session asked_;
     BusSlot changes_;
     BusSlot question_;
 };

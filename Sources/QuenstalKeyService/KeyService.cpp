@@ -34,15 +34,22 @@ void refuse(sd_bus_message* call, KeyServiceRefusal refusal)
     sd_bus_reply_method_errorf(call, errorName(refusal), "%s", explanation(refusal));
 }
 
-std::optional<uid_t> userOf(sd_bus_message* call)
+struct Caller {
+    uid_t user = 0;
+    pid_t process = 0;
+};
+
+/// As the bus tells. None for one that has left it.
+std::optional<Caller> callerOf(sd_bus_message* call)
 {
     sd_bus_creds* asked = nullptr;
-    sd_bus_query_sender_creds(call, SD_BUS_CREDS_EUID, &asked);
+    sd_bus_query_sender_creds(call, SD_BUS_CREDS_EUID | SD_BUS_CREDS_PID, &asked);
     const BusCredentials credentials(asked);
-    uid_t user = 0;
-    if (!credentials || sd_bus_creds_get_euid(credentials.get(), &user) < 0)
+    Caller caller;
+    if (!credentials || sd_bus_creds_get_euid(credentials.get(), &caller.user) < 0
+        || sd_bus_creds_get_pid(credentials.get(), &caller.process) < 0)
         return std::nullopt;
-    return user;
+    return caller;
 }
 
 } // namespace
@@ -87,23 +94,19 @@ int KeyService::captureCalled(sd_bus_message* message, void* userData, sd_bus_er
     return 1;
 }
 
+/// What is certain without a question comes first: whoever is not at the seat costs nobody else anything.
 void KeyService::consider(sd_bus_message* call)
 {
-    if (const auto obstacle = obstacleFor(call))
+    const auto& session = activeSession_.current();
+    const auto caller = session ? callerOf(call) : std::nullopt;
+    if (!caller || caller->user != session->user)
+        refuse(call, KeyServiceRefusal::notActive);
+    else if (requests_.size() >= mostRequests)
+        refuse(call, KeyServiceRefusal::tooMany);
+    else if (const auto obstacle = obstacleIn(*session))
         refuse(call, *obstacle);
     else
-        ask(call);
-}
-
-/// What is certain without polkit. Whoever is not at the seat costs nobody else anything.
-std::optional<KeyServiceRefusal> KeyService::obstacleFor(sd_bus_message* call) const
-{
-    const auto& session = activeSession_.current();
-    if (!session || userOf(call) != session->user)
-        return KeyServiceRefusal::notActive;
-    if (requests_.size() >= mostRequests)
-        return KeyServiceRefusal::tooMany;
-    return obstacleIn(*session);
+        askLogind(call, caller->process);
 }
 
 std::optional<KeyServiceRefusal> KeyService::obstacleIn(const ActiveSession::Session& session) const
@@ -124,22 +127,35 @@ std::optional<KeyServiceRefusal> KeyService::obstacleIn(const ActiveSession::Ses
     return std::nullopt;
 }
 
-void KeyService::ask(sd_bus_message* call)
+void KeyService::askLogind(sd_bus_message* call, pid_t caller)
 {
     const auto request = requests_.insert(
-        requests_.end(), {BusMessage(sd_bus_message_ref(call)), *activeSession_.current(), nullptr, nullptr});
-    request->question = std::make_unique<AuthorizationQuestion>(systemBus_, sd_bus_message_get_sender(call),
-        [this, request](bool isAuthorized) { decide(request, isAuthorized); });
-    request->limit = runLoop_.after(longestQuestion, [this, request] { decide(request, false); });
+        requests_.end(), {BusMessage(sd_bus_message_ref(call)), *activeSession_.current(), nullptr, nullptr, nullptr});
+    request->limit
+        = runLoop_.after(longestQuestion, [this, request] { decide(request, KeyServiceRefusal::notAuthorized); });
+    request->membership
+        = std::make_unique<MembershipQuestion>(systemBus_, caller, [this, request](const auto& session) {
+              if (session && *session != request->session.path)
+                  decide(request, KeyServiceRefusal::notActive);
+              else
+                  askPolkit(request);
+          });
 }
 
-void KeyService::decide(Requests::iterator entry, bool isAuthorized)
+void KeyService::askPolkit(Requests::iterator request)
+{
+    request->authorization = std::make_unique<AuthorizationQuestion>(
+        systemBus_, sd_bus_message_get_sender(request->call.get()), [this, request](bool isAuthorized) {
+            decide(request, isAuthorized ? std::nullopt : std::optional(KeyServiceRefusal::notAuthorized));
+        });
+}
+
+void KeyService::decide(Requests::iterator entry, std::optional<KeyServiceRefusal> refusal)
 {
     const Request request = std::move(*entry);
     requests_.erase(entry);
     // Much may have happened meanwhile.
-    const auto obstacle = isAuthorized ? obstacleIn(request.session) : KeyServiceRefusal::notAuthorized;
-    if (obstacle)
+    if (const auto obstacle = refusal ? refusal : obstacleIn(request.session))
         refuse(request.call.get(), *obstacle);
     else
         give(request.call.get(), request.session);

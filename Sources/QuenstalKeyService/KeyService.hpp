@@ -4,6 +4,7 @@
 #include "QuenstalKeyService/AuthorizationQuestion.hpp"
 #include "QuenstalKeyService/BusHandles.hpp"
 #include "QuenstalKeyService/KeyClient.hpp"
+#include "QuenstalKeyService/MembershipQuestion.hpp"
 #include "QuenstalLinux/Keys/EvdevKeyCapture.hpp"
 #include "QuenstalLinux/Keys/KeyServiceProtocol.hpp"
 #include "QuenstalLinux/Session/BusConnection.hpp"
@@ -26,7 +27,7 @@ class KeyService final : private KeyCaptureListener {
 public:
     /// Calls that may wait for an answer of polkit, or of logind, at one time.
     static constexpr std::size_t mostRequests = 8;
-    /// polkit, which asks nobody, answers at once; later than this is no.
+    /// logind and polkit, which ask nobody, answer at once; later than this is no.
     static constexpr auto longestQuestion = std::chrono::seconds(5);
     /// For how long nobody must want the keys before the service ends.
     static constexpr auto idleTime = std::chrono::seconds(30);
@@ -49,11 +50,12 @@ public:
     bool isIdle() const { return clients_.empty() && requests_.empty() && earlyCalls_.empty(); }
 
 private:
-    /// A call of `Capture` that waits for polkit.
+    /// A call of `Capture` that waits for logind, then for polkit.
     struct Request {
         BusMessage call;
         ActiveSession::Session session;
-        std::unique_ptr<AuthorizationQuestion> question;
+        std::unique_ptr<MembershipQuestion> membership;
+        std::unique_ptr<AuthorizationQuestion> authorization;
         Cancellation limit;
     };
     using Requests = std::list<Request>;
@@ -62,10 +64,11 @@ private:
     static int captureCalled(sd_bus_message* message, void* userData, sd_bus_error* error);
 
     void consider(sd_bus_message* call);
-    std::optional<KeyServiceRefusal> obstacleFor(sd_bus_message* call) const;
     std::optional<KeyServiceRefusal> obstacleIn(const ActiveSession::Session& session) const;
-    void ask(sd_bus_message* call);
-    void decide(Requests::iterator entry, bool isAuthorized);
+    void askLogind(sd_bus_message* call, pid_t caller);
+    void askPolkit(Requests::iterator request);
+    /// With the reason for a no.
+    void decide(Requests::iterator entry, std::optional<KeyServiceRefusal> refusal);
     void give(sd_bus_message* call, const ActiveSession::Session& session);
     void drop(const SessionID& session, const char* reason);
 

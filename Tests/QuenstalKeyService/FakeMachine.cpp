@@ -21,6 +21,11 @@ FakeMachine::FakeMachine(RunLoop& runLoop, const std::string& address)
         sd_bus_vtable SD_BUS_PROPERTY("IdleHint", "b", nullptr, 0, SD_BUS_VTABLE_PROPERTY_EMITS_INVALIDATION),
         sd_bus_vtable SD_BUS_VTABLE_END,
     };
+    static const std::array manager{
+        sd_bus_vtable SD_BUS_VTABLE_START(0),
+        sd_bus_vtable SD_BUS_METHOD("GetSessionByPID", "u", "o", sessionByProcess, SD_BUS_VTABLE_UNPRIVILEGED),
+        sd_bus_vtable SD_BUS_VTABLE_END,
+    };
     static const std::array authority{
         sd_bus_vtable SD_BUS_VTABLE_START(0),
         sd_bus_vtable SD_BUS_METHOD(
@@ -31,6 +36,8 @@ FakeMachine::FakeMachine(RunLoop& runLoop, const std::string& address)
     sd_bus_add_object_vtable(bus, nullptr, seatPath, seatInterface, seat.data(), this);
     sd_bus_add_object_vtable(bus, nullptr, "/org/freedesktop/PolicyKit1/Authority",
         "org.freedesktop.PolicyKit1.Authority", authority.data(), this);
+    sd_bus_add_object_vtable(
+        bus, nullptr, "/org/freedesktop/login1", "org.freedesktop.login1.Manager", manager.data(), this);
     sd_bus_request_name(bus, "org.freedesktop.login1", 0);
     sd_bus_request_name(bus, "org.freedesktop.PolicyKit1", 0);
 }
@@ -95,6 +102,14 @@ int FakeMachine::sessionProperty(
     if (property == "Remote")
         return sd_bus_message_append(reply, "b", session.isRemote ? 1 : 0);
     return sd_bus_message_append(reply, "s", property == "Class" ? session.kind.c_str() : id.c_str());
+}
+
+int FakeMachine::sessionByProcess(sd_bus_message* message, void* self, sd_bus_error* error)
+{
+    const std::string& home = static_cast<FakeMachine*>(self)->home_;
+    if (home.empty())
+        return sd_bus_error_set(error, "org.freedesktop.login1.NoSessionForPID", "Does not belong to any session");
+    return sd_bus_reply_method_return(message, "o", pathOf(home).c_str());
 }
 
 int FakeMachine::checkAuthorization(sd_bus_message* message, void* self, sd_bus_error* error)

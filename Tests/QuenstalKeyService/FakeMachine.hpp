@@ -26,6 +26,8 @@ public:
     void addSession(const std::string& id, const Session& session);
     /// Puts a session at the seat; "" for none.
     void switchTo(const std::string& id);
+    /// The session that every process belongs to; "" for none.
+    void putProcessesInto(const std::string& id) { home_ = id; }
     /// Something about the seat that has nothing to do with who is at it.
     void tellIdleHint();
 
@@ -48,11 +50,13 @@ private:
         sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void* self, sd_bus_error*);
     static int sessionProperty(
         sd_bus*, const char*, const char*, const char* name, sd_bus_message* reply, void* session, sd_bus_error*);
+    static int sessionByProcess(sd_bus_message* message, void* self, sd_bus_error* error);
     static int checkAuthorization(sd_bus_message* message, void* self, sd_bus_error* error);
     static void answer(sd_bus_message* question, bool isAuthorized);
 
     BusConnection connection_;
     std::string active_;
+    std::string home_;
     std::deque<SessionObject> sessions_;
     Verdict verdict_ = Verdict::yes;
     std::vector<std::string> questions_;

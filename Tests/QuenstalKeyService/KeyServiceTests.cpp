@@ -54,6 +54,17 @@ TEST_F(KeyServiceTest, whoIsNotAtTheScreenIsRefusedBeforeAnyoneIsAsked)
     EXPECT_EQ(keyboard->grabs(), 0);
 }
 
+TEST_F(KeyServiceTest, aProgramOfAnotherSessionOfTheSameUserIsRefused)
+{
+    machine->addSession("second", {getuid()});
+    startService();
+    machine->putProcessesInto("second");
+    EXPECT_EQ(errorOfNewClient(), errorName(KeyServiceRefusal::notActive));
+    EXPECT_THAT(machine->questions(), IsEmpty());
+    machine->putProcessesInto("mine");
+    EXPECT_TRUE(capturingClient()->hasSocket());
+}
+
 TEST_F(KeyServiceTest, withoutLogindNobodyIsAtTheScreen)
 {
     sd_bus_release_name(machine->connection().get(), "org.freedesktop.login1");
