@@ -88,9 +88,12 @@ def labels_of(test):
     return next((entry["value"] for entry in test.get("properties", []) if entry["name"] == "LABELS"), [])
 
 
-def show(stream):
+def show(stream, tells_beginnings):
     """Passes CTest's progress and the output of failing suites on; its own summary is left to the sum."""
     for line in stream:
+        beginning = re.match(r"\s+Start +\d+: (\S+)", line)
+        if beginning and tells_beginnings:
+            print(f"    {beginning.group(1)} ...", flush=True)
         if "% tests passed" in line:
             break
         if not re.match(r"\s+Start +\d+:|Test project |Internal ctest |$", line):
@@ -109,7 +112,8 @@ def run(tree, arguments):
         environment = {"UBSAN_OPTIONS": "print_stacktrace=1", **os.environ}
         with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, env=environment,
                               text=True, errors="replace") as ctest:
-            show(ctest.stdout)
+            # Of those that take a minute one wants to know what is being waited for.
+            show(ctest.stdout, "vm" in arguments.label)
         return reported_suites(report)
 
 

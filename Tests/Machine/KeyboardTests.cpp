@@ -9,7 +9,6 @@
 
 #include <csignal>
 #include <memory>
-#include <stdexcept>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -26,9 +25,6 @@ using testing::IsEmpty;
 
 using Key = KeyboardReader::Key;
 using Press = std::pair<std::int64_t, bool>;
-
-constexpr const char* keyboardName = "QEMU QEMU USB Keyboard";
-constexpr const char* cloneName = "Quenstal QEMU QEMU USB Keyboard";
 
 class PressLog final : public KeyCaptureListener {
 public:
@@ -89,11 +85,8 @@ struct MachineKeyboardTest : testing::Test {
     {
         if (!Emulator::isPresent())
             GTEST_SKIP() << "runs on an emulated machine";
-        ASSERT_TRUE(keyboardGoes(cloneName));
-        const auto node = keyboardNode(keyboardName);
-        ASSERT_TRUE(node);
-        // Opened ahead of the capture: what it hears is what the kernel gives to others.
-        bystander = std::make_unique<KeyboardReader>(*node);
+        ASSERT_TRUE(keyboardGoes(UsbKeyboard::cloneName));
+        keyboard = std::make_unique<UsbKeyboard>(machine());
     }
 
     static Emulator& machine()
@@ -102,43 +95,7 @@ struct MachineKeyboardTest : testing::Test {
         return emulator;
     }
 
-    /// The keyboard's clone, once there is one: the keyboard is grabbed a moment after its clone is made.
-    static std::unique_ptr<KeyboardReader> openClone()
-    {
-        const auto node = keyboardNode(cloneName);
-        if (!node)
-            throw std::runtime_error("the keyboard has no clone");
-        return std::make_unique<KeyboardReader>(*node);
-    }
-
-    /// The clone, once the bystander no longer hears the keyboard.
-    std::unique_ptr<KeyboardReader> openCloneOfGrabbed()
-    {
-        auto clone = openClone();
-        const auto end = std::chrono::steady_clock::now() + 10s;
-        while (std::chrono::steady_clock::now() < end) {
-            machine().press("f12");
-            if (bystander->keys(2, 200ms).empty() && clone->keys(2).size() == 2)
-                return clone;
-        }
-        throw std::runtime_error("the keyboard is not grabbed");
-    }
-
-    /// Whether a key pressed now, or in a moment, reaches others whole: the last process that shares the grab may
-    /// still be ending.
-    bool othersHearTheKeyboard()
-    {
-        const std::vector<Key> whole{Key(KEY_B, 1), Key(KEY_B, 0)};
-        const auto end = std::chrono::steady_clock::now() + GrabWatchdog::patience + 10s;
-        while (std::chrono::steady_clock::now() < end) {
-            machine().press("b");
-            if (bystander->keys(2, 200ms) == whole)
-                return true;
-        }
-        return false;
-    }
-
-    std::unique_ptr<KeyboardReader> bystander;
+    std::unique_ptr<UsbKeyboard> keyboard;
     EpollRunLoop loop;
     PressLog log;
 };
@@ -148,7 +105,7 @@ TEST_F(MachineKeyboardTest, volumeKeysAreSwallowedAndAllOthersReachTheClone)
     EvdevKeyCapture capture(loop);
     ASSERT_TRUE(capture.isPossible()) << capture.obstacle();
     ASSERT_TRUE(capture.start(log));
-    const auto clone = openCloneOfGrabbed();
+    const auto clone = keyboard->openCloneOnceGrabbed();
     for (const char* key : {"a", "volumeup", "volumedown", "audiomute", "b"})
         machine().press(key);
     EXPECT_TRUE(loop.runUntil([&] { return log.presses.size() >= 3; }));
@@ -156,7 +113,7 @@ TEST_F(MachineKeyboardTest, volumeKeysAreSwallowedAndAllOthersReachTheClone)
         ElementsAre(Press(AuxiliaryButton::soundUp, false), Press(AuxiliaryButton::soundDown, false),
             Press(AuxiliaryButton::mute, false)));
     EXPECT_THAT(clone->keys(4), ElementsAre(Key(KEY_A, 1), Key(KEY_A, 0), Key(KEY_B, 1), Key(KEY_B, 0)));
-    EXPECT_THAT(bystander->keys(), IsEmpty());
+    EXPECT_THAT(keyboard->itself().keys(), IsEmpty());
     EXPECT_EQ(log.losses, 0);
 }
 
@@ -164,7 +121,7 @@ TEST_F(MachineKeyboardTest, aHeldVolumeKeyRepeatsAndAHeldLetterRepeatsOnTheClone
 {
     EvdevKeyCapture capture(loop);
     ASSERT_TRUE(capture.start(log));
-    const auto clone = openCloneOfGrabbed();
+    const auto clone = keyboard->openCloneOnceGrabbed();
     machine().keyDown("volumedown");
     EXPECT_TRUE(loop.runUntil([&] { return log.presses.size() >= 3; }));
     machine().keyUp("volumedown");
@@ -184,11 +141,11 @@ TEST_F(MachineKeyboardTest, stoppingGivesAllKeysBack)
 {
     EvdevKeyCapture capture(loop);
     ASSERT_TRUE(capture.start(log));
-    openCloneOfGrabbed();
+    keyboard->openCloneOnceGrabbed();
     capture.stop();
-    EXPECT_TRUE(keyboardGoes(cloneName));
+    EXPECT_TRUE(keyboardGoes(UsbKeyboard::cloneName));
     machine().press("volumeup");
-    EXPECT_THAT(bystander->keys(2), ElementsAre(Key(KEY_VOLUMEUP, 1), Key(KEY_VOLUMEUP, 0)));
+    EXPECT_THAT(keyboard->itself().keys(2), ElementsAre(Key(KEY_VOLUMEUP, 1), Key(KEY_VOLUMEUP, 0)));
     loop.runFor(100ms);
     EXPECT_THAT(log.presses, IsEmpty());
 }
@@ -197,30 +154,30 @@ TEST_F(MachineKeyboardTest, aLightSetOnTheCloneShinesOnTheKeyboard)
 {
     EvdevKeyCapture capture(loop);
     ASSERT_TRUE(capture.start(log));
-    const auto clone = openCloneOfGrabbed();
+    const auto clone = keyboard->openCloneOnceGrabbed();
     for (const bool isLit : {true, false}) {
         clone->light(LED_CAPSL, isLit);
-        EXPECT_TRUE(loop.runUntil([&] { return bystander->isLit(LED_CAPSL) == isLit; })) << isLit;
+        EXPECT_TRUE(loop.runUntil([&] { return keyboard->itself().isLit(LED_CAPSL) == isLit; })) << isLit;
     }
 }
 
 TEST_F(MachineKeyboardTest, aKilledHolderLeavesTheKeyboardFree)
 {
     Holder holder;
-    openCloneOfGrabbed();
+    keyboard->openCloneOnceGrabbed();
     holder.end();
-    EXPECT_TRUE(othersHearTheKeyboard());
-    EXPECT_TRUE(keyboardGoes(cloneName));
+    EXPECT_TRUE(keyboard->becomesFree());
+    EXPECT_TRUE(keyboardGoes(UsbKeyboard::cloneName));
 }
 
 TEST_F(MachineKeyboardTest, aStoppedHolderLosesTheKeyboardToItsUser)
 {
     Holder holder;
-    const auto clone = openCloneOfGrabbed();
+    const auto clone = keyboard->openCloneOnceGrabbed();
     holder.stop();
     machine().press("a");
-    EXPECT_THAT(bystander->keys(), IsEmpty());
-    EXPECT_TRUE(othersHearTheKeyboard());
+    EXPECT_THAT(keyboard->itself().keys(), IsEmpty());
+    EXPECT_TRUE(keyboard->becomesFree());
     EXPECT_THAT(clone->keys(), IsEmpty());
 }
 
@@ -228,19 +185,19 @@ TEST_F(MachineKeyboardTest, aKeyboardPulledOutIsALossAndPluggedInAgainItCanBeCap
 {
     EvdevKeyCapture capture(loop);
     ASSERT_TRUE(capture.start(log));
-    openCloneOfGrabbed();
+    keyboard->openCloneOnceGrabbed();
     int changes = 0;
     const Cancellation watch = capture.onMayHaveChanged([&] { ++changes; });
     machine().pullOut("keyboard");
     EXPECT_TRUE(loop.runUntil([&] { return log.losses == 1; }));
-    EXPECT_TRUE(keyboardGoes(cloneName));
+    EXPECT_TRUE(keyboardGoes(UsbKeyboard::cloneName));
     EXPECT_TRUE(loop.runUntil([&] { return !capture.isPossible(); }));
     const int changesBefore = changes;
     machine().plugInKeyboard("keyboard");
     EXPECT_TRUE(loop.runUntil([&] { return changes > changesBefore && capture.isPossible(); }));
-    bystander = std::make_unique<KeyboardReader>(keyboardNode(keyboardName).value());
+    keyboard = std::make_unique<UsbKeyboard>(machine());
     ASSERT_TRUE(capture.start(log));
-    openCloneOfGrabbed();
+    keyboard->openCloneOnceGrabbed();
     machine().press("audiomute");
     EXPECT_TRUE(loop.runUntil([&] { return !log.presses.empty(); }));
     EXPECT_THAT(log.presses, ElementsAre(Press(AuxiliaryButton::mute, false)));
@@ -251,13 +208,13 @@ TEST_F(MachineKeyboardTest, anotherKeyboardComesAndGoesWhileTheFirstStaysCapture
 {
     EvdevKeyCapture capture(loop);
     ASSERT_TRUE(capture.start(log));
-    openCloneOfGrabbed();
+    keyboard->openCloneOnceGrabbed();
     machine().plugInKeyboard("another");
-    EXPECT_TRUE(loop.runUntil([] { return keyboardNodes(cloneName).size() == 2; }));
+    EXPECT_TRUE(loop.runUntil([] { return keyboardNodes(UsbKeyboard::cloneName).size() == 2; }));
     machine().pullOut("another");
-    EXPECT_TRUE(loop.runUntil([] { return keyboardNodes(keyboardName).size() == 1; }));
-    EXPECT_TRUE(loop.runUntil([] { return keyboardNodes(cloneName).size() == 1; }));
-    openCloneOfGrabbed();
+    EXPECT_TRUE(loop.runUntil([] { return keyboardNodes(UsbKeyboard::name).size() == 1; }));
+    EXPECT_TRUE(loop.runUntil([] { return keyboardNodes(UsbKeyboard::cloneName).size() == 1; }));
+    keyboard->openCloneOnceGrabbed();
     machine().press("volumeup");
     EXPECT_TRUE(loop.runUntil([&] { return !log.presses.empty(); }));
     EXPECT_THAT(log.presses, ElementsAre(Press(AuxiliaryButton::soundUp, false)));
@@ -268,15 +225,15 @@ TEST_F(MachineKeyboardTest, aKeyboardPulledOutWithAKeyDownLeavesNoKeyStuck)
 {
     EvdevKeyCapture capture(loop);
     ASSERT_TRUE(capture.start(log));
-    const auto clone = openCloneOfGrabbed();
+    const auto clone = keyboard->openCloneOnceGrabbed();
     machine().keyDown("a");
     EXPECT_THAT(clone->keys(1), testing::Contains(Key(KEY_A, 1)));
     machine().pullOut("keyboard");
     EXPECT_TRUE(loop.runUntil([&] { return log.losses == 1; }));
     // The kernel lets go of what a vanishing device held down.
-    EXPECT_TRUE(keyboardGoes(cloneName));
+    EXPECT_TRUE(keyboardGoes(UsbKeyboard::cloneName));
     machine().plugInKeyboard("keyboard");
-    EXPECT_TRUE(keyboardNode(keyboardName));
+    EXPECT_TRUE(keyboardNode(UsbKeyboard::name));
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <stdexcept>
 
 #include <fcntl.h>
 #include <linux/input.h>
@@ -96,6 +97,34 @@ std::optional<std::string> keyboardNode(const std::string& name)
 bool keyboardGoes(const std::string& name)
 {
     return within(10s, [&] { return keyboardNodes(name).empty(); });
+}
+
+UsbKeyboard::UsbKeyboard(Emulator& emulator)
+    : emulator_(emulator)
+    , itself_(keyboardNode(name).value())
+{
+}
+
+std::unique_ptr<KeyboardReader> UsbKeyboard::openCloneOnceGrabbed()
+{
+    auto clone = std::make_unique<KeyboardReader>(keyboardNode(cloneName).value());
+    // The keyboard is grabbed a moment after its clone is made.
+    if (!within(10s, [&] {
+            emulator_.press("f12");
+            return itself_.keys(2, 200ms).empty() && clone->keys(2).size() == 2;
+        }))
+        throw std::runtime_error("the keyboard is not grabbed");
+    return clone;
+}
+
+bool UsbKeyboard::becomesFree()
+{
+    const std::vector<KeyboardReader::Key> whole{{KEY_B, 1}, {KEY_B, 0}};
+    // The last process that shares the grab may still be ending, or its patience lasts.
+    return within(15s, [&] {
+        emulator_.press("b");
+        return itself_.keys(2, 200ms) == whole;
+    });
 }
 
 } // namespace quenstal

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "Machine/Emulator.hpp"
 #include "QuenstalLinux/FileDescriptor.hpp"
 
 #include <chrono>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -34,5 +36,26 @@ std::vector<std::string> keyboardNodes(const std::string& name);
 std::optional<std::string> keyboardNode(const std::string& name);
 /// Whether there is none any more, within ten seconds.
 bool keyboardGoes(const std::string& name);
+
+/// The machine's USB keyboard, which the emulator knows as "keyboard", and who hears it. One thread.
+class UsbKeyboard {
+public:
+    static constexpr const char* name = "QEMU QEMU USB Keyboard";
+    static constexpr const char* cloneName = "Quenstal QEMU QEMU USB Keyboard";
+
+    /// Waits for it. Throws when it does not come.
+    explicit UsbKeyboard(Emulator& emulator);
+
+    /// What the kernel gives to everyone who does not take the keyboard over.
+    KeyboardReader& itself() { return itself_; }
+    /// The clone, once it hears what the keyboard itself no longer tells. Throws when that does not come about.
+    std::unique_ptr<KeyboardReader> openCloneOnceGrabbed();
+    /// Whether a key pressed now, or in a moment, reaches everyone whole.
+    bool becomesFree();
+
+private:
+    Emulator& emulator_;
+    KeyboardReader itself_;
+};
 
 } // namespace quenstal

@@ -1,0 +1,41 @@
+#!/usr/bin/env bash
+# The second program on the emulated machine when it is to have logins: gives way to systemd, which starts the bus, the
+# device manager and logind, and then runs the command in /out/command and turns the machine off.
+set -eu
+export PATH=/usr/sbin:/usr/bin:/sbin:/bin
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+
+mkdir -p /out "/lib/modules/$(uname -r)"
+mount --bind "$root/build/machine/kernel/lib/modules/$(uname -r)" "/lib/modules/$(uname -r)"
+mount -t 9p -o trans=virtio,version=9p2000.L,cache=none out /out
+
+# A machine of its own, not a copy of the host: nothing of the host's is mounted, enabled or remembered.
+: >/etc/fstab
+# Machines get such a number when they are installed.
+echo 0123456789abcdef0123456789abcdef >/etc/machine-id
+rm -rf /etc/systemd/system
+mkdir -p /etc/systemd/system
+# Slow, and of no use here. Nothing below /tmp is cleaned away: this tree may lie there.
+for unit in tmp.mount systemd-hwdb-update.service systemd-journal-catalog-update.service ldconfig.service \
+    user@.service systemd-update-done.service systemd-tmpfiles-setup.service systemd-tmpfiles-clean.timer systemd-networkd.service getty@.service; do
+    ln -s /dev/null "/etc/systemd/system/$unit"
+done
+cat >/etc/systemd/system/machine.service <<UNIT
+[Unit]
+DefaultDependencies=no
+Requires=dbus.socket
+Wants=systemd-modules-load.service systemd-udevd.service systemd-udev-trigger.service systemd-logind.service
+After=systemd-modules-load.service systemd-udev-trigger.service dbus.socket systemd-logind.service
+SuccessAction=poweroff-force
+FailureAction=poweroff-force
+
+[Service]
+Type=oneshot
+WorkingDirectory=$root
+Environment=HOME=/root LANG=C.UTF-8 PATH=$PATH
+ExecStartPre=udevadm settle --timeout=30
+ExecStart=/bin/bash -c 'stty -F /dev/hvc0 raw; /bin/bash /out/command >/dev/hvc0 2>&1; echo \$? >/out/status'
+UNIT
+cp "$root"/packaging/udev/*.rules /etc/udev/rules.d/
+cp "$root"/packaging/modules-load.d/*.conf /etc/modules-load.d/
+exec /lib/systemd/systemd --unit=machine.service --log-target=kmsg --show-status=no
