@@ -47,6 +47,10 @@ class RunSuites(unittest.TestCase):
         self.assert_sum(suites, "8 passed, 0 failed", "--label", "core")
         self.assert_sum(suites, "7 passed, 0 failed", "--without", "ground")
 
+    def test_a_slow_suite_is_told_when_it_begins(self):
+        output = self.assert_sum([("slow", "echo 3 passed, 0 failed", "vm")], "3 passed, 0 failed", "--label", "vm")
+        self.assertIn("    slow ...\n", output)
+
     def test_an_unknown_label_is_a_failure(self):
         self.assert_sum([("a", "echo 3 passed, 0 failed", "core")], "0 passed, 1 failed", "--label", "cores")
 

@@ -20,9 +20,12 @@ using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 namespace fs = std::filesystem;
 
-bool within(std::chrono::seconds limit, const std::function<bool()>& holds)
+/// An emulated machine is slow, and slower still when its host is busy.
+constexpr auto patience = 30s;
+
+bool comesAbout(const std::function<bool()>& holds)
 {
-    const auto end = Clock::now() + limit;
+    const auto end = Clock::now() + patience;
     while (!holds()) {
         if (Clock::now() > end)
             return false;
@@ -90,13 +93,13 @@ std::vector<std::string> keyboardNodes(const std::string& name)
 std::optional<std::string> keyboardNode(const std::string& name)
 {
     std::vector<std::string> nodes;
-    within(10s, [&] { return !(nodes = keyboardNodes(name)).empty(); });
+    comesAbout([&] { return !(nodes = keyboardNodes(name)).empty(); });
     return nodes.empty() ? std::nullopt : std::optional(nodes.front());
 }
 
 bool keyboardGoes(const std::string& name)
 {
-    return within(10s, [&] { return keyboardNodes(name).empty(); });
+    return comesAbout([&] { return keyboardNodes(name).empty(); });
 }
 
 UsbKeyboard::UsbKeyboard(Emulator& emulator)
@@ -109,7 +112,7 @@ std::unique_ptr<KeyboardReader> UsbKeyboard::openCloneOnceGrabbed()
 {
     auto clone = std::make_unique<KeyboardReader>(keyboardNode(cloneName).value());
     // The keyboard is grabbed a moment after its clone is made.
-    if (!within(10s, [&] {
+    if (!comesAbout([&] {
             emulator_.press("f12");
             return itself_.keys(2, 200ms).empty() && clone->keys(2).size() == 2;
         }))
@@ -121,7 +124,7 @@ bool UsbKeyboard::becomesFree()
 {
     const std::vector<KeyboardReader::Key> whole{{KEY_B, 1}, {KEY_B, 0}};
     // The last process that shares the grab may still be ending, or its patience lasts.
-    return within(15s, [&] {
+    return comesAbout([&] {
         emulator_.press("b");
         return itself_.keys(2, 200ms) == whole;
     });

@@ -32,9 +32,9 @@ private:
 
 /// The nodes of the keyboards with this name that may be opened.
 std::vector<std::string> keyboardNodes(const std::string& name);
-/// The first of them, once there is one; none within ten seconds.
+/// The first of them, once there is one; none within half a minute.
 std::optional<std::string> keyboardNode(const std::string& name);
-/// Whether there is none any more, within ten seconds.
+/// Whether there is none any more, within half a minute.
 bool keyboardGoes(const std::string& name);
 
 /// The machine's USB keyboard, which the emulator knows as "keyboard", and who hears it. One thread.

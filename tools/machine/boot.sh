@@ -11,7 +11,7 @@ set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 kernel=$root/build/machine/kernel
 # Slow, but the same everywhere: emulated machines are seldom let near the processor's own help.
-limit_seconds=${QUENSTAL_MACHINE_SECONDS:-150}
+limit_seconds=${QUENSTAL_MACHINE_SECONDS:-300}
 
 name=$1
 shift
