@@ -83,26 +83,27 @@ private:
             function(slice<Format>(run, first, run.count - first < chunk ? run.count - first : chunk));
     }
 
-    /// Decodes into the scratch what cannot be read as it lies.
+    /// Of the first `count` samples; decodes into the scratch what cannot be read as it lies.
     template <class Format>
-    [[gnu::always_inline]] static Numbers numbersOf(const QSSampleRun& run, float* scratch)
+    [[gnu::always_inline]] static Numbers numbersOf(const QSSampleRun& run, std::size_t count, float* scratch)
     {
         if constexpr (liesAsFloats<Format>)
             return {reinterpret_cast<const float*>(run.input), reinterpret_cast<float*>(run.output)};
-        decodeSamples<Isa, Format>(run.input, scratch, run.count);
+        decodeSamples<Isa, Format>(run.input, scratch, count);
         return {scratch, scratch};
     }
 
     /// The largest magnitude of each channel.
     using Magnitudes = std::int32_t[softwareEQChannelCount];
 
-    /// Limits, meters and encodes.
+    /// Limits, meters and encodes the first `count` samples.
     template <class Format>
-    [[gnu::always_inline]] void finish(const QSSampleRun& run, float* numbers, const std::int32_t* magnitudes) const
+    [[gnu::always_inline]] void finish(
+        const QSSampleRun& run, std::size_t count, float* numbers, const std::int32_t* magnitudes) const
     {
-        Limiter<Isa>(cycle_, run.channels, run.firstChannel).run(numbers, run.count, magnitudes);
+        Limiter<Isa>(cycle_, run.channels, run.firstChannel).run(numbers, count, magnitudes);
         if constexpr (!liesAsFloats<Format>)
-            encodeSamples<Isa, Format>(numbers, run.output, run.count);
+            encodeSamples<Isa, Format>(numbers, run.output, count);
     }
 
     /// The equaliser is off.
@@ -113,7 +114,7 @@ private:
         inChunks<Format>(run, scratchSamples / run.channels * run.channels, [&](const QSSampleRun& part) {
             float* const numbers = liesAsFloats<Format> ? reinterpret_cast<float*>(part.output) : scratch;
             decodeSamples<Isa, Format>(part.input, numbers, part.count, cycle_.gain);
-            finish<Format>(part, numbers, unknown);
+            finish<Format>(part, part.count, numbers, unknown);
         });
     }
 
@@ -138,11 +139,10 @@ private:
         const std::size_t frames = static_cast<std::uint32_t>(part.count) / part.channels;
         const std::size_t whole = frames < minimumFrames ? 0 : frames * part.channels;
         if (whole != 0) {
-            const QSSampleRun inFrames = slice<Format>(part, 0, whole);
-            const Numbers numbers = numbersOf<Format>(inFrames, scratch);
+            const Numbers numbers = numbersOf<Format>(part, whole, scratch);
             Magnitudes magnitudes = {};
             runBands(numbers, frames, part.channels, part.firstChannel, magnitudes);
-            finish<Format>(inFrames, numbers.output, magnitudes);
+            finish<Format>(part, whole, numbers.output, magnitudes);
         }
         if (whole != part.count)
             processReference(session_, cycle_, slice<Format>(part, whole, part.count - whole));
@@ -172,16 +172,16 @@ private:
             processReference(session_, cycle_, right);
             return;
         }
-        const Numbers numbersL = numbersOf<Format>(left, scratchL);
-        const Numbers numbersR = numbersOf<Format>(right, scratchR);
+        const Numbers numbersL = numbersOf<Format>(left, left.count, scratchL);
+        const Numbers numbersR = numbersOf<Format>(right, left.count, scratchR);
         Magnitudes magnitudes = {};
         runPairOfBands(numbersL, numbersR, left.count, left.firstChannel, magnitudes);
-        finish<Format>(left, numbersL.output, magnitudes);
-        finish<Format>(right, numbersR.output, magnitudes + 1);
+        finish<Format>(left, left.count, numbersL.output, magnitudes);
+        finish<Format>(right, left.count, numbersR.output, magnitudes + 1);
     }
 
     /// The channels of interleaved frames, in groups as large as they come.
-    void runBands(const Numbers& numbers, std::size_t frames, unsigned channels, unsigned firstChannel,
+    void runBands(const Numbers numbers, std::size_t frames, unsigned channels, unsigned firstChannel,
         std::int32_t* magnitudes) const
     {
         // A channel that comes alone may be any; all from the eighth on share the last row of filter state.
@@ -195,13 +195,13 @@ private:
 
     /// From `channel` on, as many groups of that size as there are, and then smaller ones.
     template <unsigned group>
-    [[gnu::always_inline]] void runGroups(const Numbers& numbers, std::size_t frames, unsigned channels, unsigned row,
+    [[gnu::always_inline]] void runGroups(const Numbers numbers, std::size_t frames, unsigned channels, unsigned row,
         unsigned channel, std::int32_t* magnitudes) const
     {
         for (; channels - channel >= group; channel += group) {
-            const InterleavedFrames<group> where{numbers.input + channel, numbers.output + channel, channels};
-            storePart(
-                magnitudes + channel, bandsOf<group>(row + channel).run(where, frames), group * sizeof *magnitudes);
+            const auto largest
+                = runGroup<group>(numbers.input + channel, numbers.output + channel, channels, frames, row + channel);
+            storePart(magnitudes + channel, largest, group * sizeof *magnitudes);
         }
         if constexpr (group > 1) {
             if (channel != channels)
@@ -209,8 +209,17 @@ private:
         }
     }
 
-    void runPairOfBands(const Numbers& left, const Numbers& right, std::size_t frames, unsigned firstChannel,
-        std::int32_t* magnitudes) const
+    /// A function by itself, all of whose arguments travel in registers: a structure that is stored field by field and
+    /// read as a whole would be waited for, and the block's first input stands in it.
+    template <unsigned group>
+    [[gnu::noinline]] auto runGroup(
+        const float* input, float* output, std::size_t stride, std::size_t frames, unsigned row) const
+    {
+        return bandsOf<group>(row).run(InterleavedFrames<group>{input, output, stride}, frames);
+    }
+
+    [[gnu::noinline]] void runPairOfBands(const Numbers left, const Numbers right, std::size_t frames,
+        unsigned firstChannel, std::int32_t* magnitudes) const
     {
         if (session_.packed.flat) {
             // Each channel for itself: one may pass where the other does not.

@@ -52,7 +52,7 @@ public:
     /// At least `minimumFrames`. Leaves the results as the bands give them, not limited, and returns each channel's
     /// largest magnitude, as an integer: an infinity is larger than every number, and a NaN larger still.
     template <class Frames>
-    Magnitudes run(const Frames frames, std::size_t count) const
+    [[gnu::always_inline]] Magnitudes run(const Frames frames, std::size_t count) const
     {
         // All that the loops need stands in locals: a store to the output cannot change them.
         First first = loadFirst();
@@ -313,19 +313,21 @@ private:
         storeState(Row::parts * width, {first.x1, first.x2, memory.firstY1, memory.firstY2});
     }
 
+    /// Four lanes at a time.
+    template <unsigned quad = 0>
     [[gnu::always_inline]] void storeState(unsigned firstLane, const First& part) const
     {
-        for (unsigned quad = 0; quad < width; quad += 4) {
-            const auto four = [&](const Register& lanes) __attribute__((always_inline))
-            {
-                return Quad{lanes[quad], lanes[quad + 1], lanes[quad + 2], lanes[quad + 3]};
-            };
-            const Quads states = transposed({{four(part.x1), four(part.x2), four(part.y1), four(part.y2)}});
-            for (unsigned lane = 0; lane < 4; ++lane) {
-                if (QSBiquadState* state = stateOf(firstLane + quad + lane))
-                    storeVector(state, states.row[lane]);
-            }
+        const auto four = [](const Register& lanes) __attribute__((always_inline))
+        {
+            return __builtin_shufflevector(lanes, lanes, quad, quad + 1, quad + 2, quad + 3);
+        };
+        const Quads states = transposed({{four(part.x1), four(part.x2), four(part.y1), four(part.y2)}});
+        for (unsigned lane = 0; lane < 4; ++lane) {
+            if (QSBiquadState* state = stateOf(firstLane + quad + lane))
+                storeVector(state, states.row[lane]);
         }
+        if constexpr (quad + 4 < width)
+            storeState<quad + 4>(firstLane, part);
     }
 
     const QSPackedCoefficients& coefficients_;
