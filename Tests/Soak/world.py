@@ -80,8 +80,9 @@ class World:
         self.logind = self.desktop.start(sys.executable, str(pathlib.Path(__file__).parent / "fake_logind.py"),
                                          stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, bufsize=1)
         os.environ["DBUS_SYSTEM_BUS_ADDRESS"] = self.logind.stdout.readline().strip()
+        self.program = build / "Sources/quenstal"
         self.monitor = EmulatedMonitor(self.desktop, build / "Examples/EmulatedMonitor/with-emulated-monitor",
-                                       build / "Sources/quenstal")
+                                       self.program)
         wait_for(lambda: self.desktop.windows("Quenstal"), "the set-up guide")
         wait_for(lambda: self.tell_logind("holders") == "1", "the hold on the sleep")
         self.tone = None
@@ -107,6 +108,14 @@ class World:
         process = pathlib.Path(f"/proc/{self.monitor.process}")
         status = dict(line.split(":", 1) for line in (process / "status").read_text().splitlines())
         return int(status["RssAnon"].split()[0]), len(os.listdir(process / "fd")), int(status["Threads"])
+
+    def report(self):
+        """What the program says of itself, in lines."""
+        try:
+            return subprocess.run([self.program, "--report"], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False,
+                                  text=True, timeout=5).stdout.splitlines()
+        except subprocess.TimeoutExpired:
+            return ["It does not say what it found."]
 
     def is_running(self):
         return self.monitor.child.poll() is None
