@@ -147,9 +147,9 @@ class Session(Home):
         values = dict(re.findall(r"(\w+)=(-?\d+)", text))
         return tuple(int(values[key]) for key in ("X", "Y", "WIDTH", "HEIGHT"))
 
-    def start_other_program(self):
+    def start_other_program(self, **options):
         """A plain window that takes the keyboard."""
-        child = self.start("xev", "-geometry", "200x200+100+500")
+        child = self.start("xev", "-geometry", "200x200+100+500", **options)
         window = wait_for(lambda: self.windows("Event Tester"), "other program")[0]
         wait_for(lambda: self.focused() == window, "focus of the other program")
         return child, window

@@ -1,14 +1,16 @@
 #!/usr/bin/env python3
-"""The whole program on a Wayland compositor without an X server."""
+"""The whole program on a Wayland compositor: without an X server, and beside one."""
 
+import os
 import pathlib
+import re
 import subprocess
 import sys
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).parents[2] / "Support"))
 import script_suite  # noqa: E402
-from session import LIMIT, Missing, WaylandSession, wait_for  # noqa: E402
+from session import LIMIT, Missing, Session, WaylandSession, wait_for  # noqa: E402
 
 PROGRAM = sys.argv.pop(1)
 # The glass and its shadow.
@@ -61,6 +63,43 @@ class Wayland(unittest.TestCase):
 
     def test_without_a_tray_the_panel_opens_by_itself(self):
         wait_for(self.panels, "panel")
+
+
+class Keys(unittest.TestCase):
+    """Which way of capture is chosen, told by whether a key of the X server still reaches other programs."""
+
+    def start(self, **environment):
+        try:
+            self.session = Session()
+        except Missing as program:
+            self.skipTest(f"{program} is not installed")
+        self.addCleanup(self.session.close)
+        self.session.finish_setup_guide()
+        self.session.environment.update(environment)
+        self.other, _ = self.session.start_other_program(stdout=subprocess.PIPE, bufsize=0)
+        os.set_blocking(self.other.stdout.fileno(), False)
+        self.heard = b""
+        self.session.start(PROGRAM)
+
+    def report(self):
+        return self.session.run(PROGRAM, "--report")
+
+    def hears(self, key):
+        self.heard += self.other.stdout.read() or b""
+        return key in self.heard
+
+    def test_on_an_x_server_the_volume_keys_are_taken_from_it(self):
+        self.start()
+        wait_for(lambda: re.search("Keys: +captured", self.report()), "keys captured")
+        self.session.key("XF86AudioRaiseVolume", "a")
+        wait_for(lambda: self.hears(b"keysym 0x61, a"), "another key")
+        self.assertFalse(self.hears(b"XF86AudioRaiseVolume"))
+
+    def test_beside_a_wayland_compositor_the_x_server_keeps_them(self):
+        self.start(WAYLAND_DISPLAY="wayland-0")
+        wait_for(lambda: "Keys:" in self.report(), "program")
+        self.session.key("XF86AudioRaiseVolume")
+        wait_for(lambda: self.hears(b"XF86AudioRaiseVolume"), "the key")
 
 
 if __name__ == "__main__":
