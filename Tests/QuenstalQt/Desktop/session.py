@@ -149,8 +149,8 @@ class Session(Home):
 
     def start_other_program(self, **options):
         """A plain window that takes the keyboard."""
-        child = self.start("xev", "-geometry", "200x200+100+500", **options)
-        window = wait_for(lambda: self.windows("Event Tester"), "other program")[0]
+        child = self._start_until_seen("Event Tester", "xev", "-geometry", "200x200+100+500", **options)
+        window = self.windows("Event Tester")[0]
         wait_for(lambda: self.focused() == window, "focus of the other program")
         return child, window
 
@@ -159,15 +159,18 @@ class Session(Home):
             raise Missing("trayer")
         command = ("trayer", "--edge", edge, "--align", "right", "--widthtype", "request", "--height", "28",
                    "--SetDockType", "true", "--SetPartialStrut", "true")
-        # Now and then it starts without a window, and stays so.
+        self._start_until_seen("panel", *command)
+
+    def _start_until_seen(self, title, *command, **options):
+        """A program that starts while the window manager does is now and then without a window, and stays so."""
         for _ in range(5):
-            child = self.start(*command)
+            child = self.start(*command, **options)
             try:
-                wait_for(lambda: self.windows("panel"), "tray", limit=2)
-                return
+                wait_for(lambda: self.windows(title), title, limit=3)
+                return child
             except AssertionError:
                 self.stop(child)
-        raise AssertionError("the tray shows no window")
+        raise AssertionError(f"{command[0]} shows no window")
 
     def start_compositor(self):
         if not shutil.which("picom"):
