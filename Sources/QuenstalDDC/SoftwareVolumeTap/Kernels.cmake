@@ -3,6 +3,8 @@
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
     set(machine X86)
     set(instruction_sets Sse2 Avx2 Avx512)
+    set(Avx2_flags -mavx2)
+    set(Avx512_flags -mavx512f -mavx512vl -mavx512dq -mavx512bw)
     # These processors put instructions in order by themselves, as their operands come; g++'s order, made for none in
     # particular, costs one to four per cent. And the vectors are made by hand: where g++ gathers neighbouring fields
     # into one load right after each was stored, the load waits for the stores to be done, a short block's twentieth.
@@ -24,7 +26,7 @@ set(vectors -Wno-psabi)
 
 # An audio thread's stack may be small. Sanitizers and builds that are not optimised need more.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT QUENSTAL_SANITIZERS)
-    set(stack_limit -Wstack-usage=20480)
+    set(stack_limit -Wstack-usage=12288)
 endif()
 
 target_sources(QuenstalDDC PRIVATE

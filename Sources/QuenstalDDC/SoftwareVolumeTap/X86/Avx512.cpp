@@ -1,6 +1,10 @@
 #include "QuenstalDDC/SoftwareVolumeTap/Kernels/Processor.hpp"
 #include "QuenstalDDC/SoftwareVolumeTap/X86/InstructionSets.hpp"
 
+#ifndef __AVX512VL__
+#error "Without its instructions this file gives the right bits, slowly"
+#endif
+
 namespace quenstal {
 
 namespace {
