@@ -69,7 +69,9 @@ EvdevKeyCapture::Obstacle EvdevKeyCapture::obstacleKind() const
 {
     if (listener_)
         return Obstacle::none;
-    if (nodes_.empty())
+    // One that was just pulled out is still in the list until its removal is announced.
+    const auto isThere = [](const InputNode& node) { return access(node.path.c_str(), F_OK) == 0; };
+    if (std::ranges::none_of(nodes_, isThere))
         return Obstacle::noKeyboard;
     if (pause_)
         return Obstacle::takenByOther;
