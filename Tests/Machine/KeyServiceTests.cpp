@@ -116,6 +116,7 @@ struct MachineKeyServiceTest : testing::Test {
             GTEST_SKIP() << "runs on an emulated machine";
         keyboard = std::make_unique<UsbKeyboard>(machine());
         ASSERT_TRUE(keyboard->becomesFree());
+        ASSERT_TRUE(keyboardGoes(UsbKeyboard::cloneName));
     }
 
     static Emulator& machine()

@@ -37,14 +37,6 @@ void become(const MachineUser& user)
         _exit(EXIT_FAILURE);
 }
 
-/// A call to logind; its answer.
-sd_bus_message* check(int status, sd_bus_message* answer, const sd_bus_error& error)
-{
-    if (status < 0)
-        throw std::runtime_error(std::string("logind: ") + (error.message ? error.message : std::strerror(-status)));
-    return answer;
-}
-
 } // namespace
 
 Login::Login(const MachineUser& user, unsigned terminal, const Program& program)
@@ -72,7 +64,9 @@ Login::Login(const MachineUser& user, unsigned terminal, const Program& program)
             pause();
         _exit(EXIT_SUCCESS);
     }
-    openSession(user, terminal);
+    // What is left of the user's session before may still be ending.
+    if (!loop_.runUntil([&] { return openSession(user, terminal); }, std::chrono::seconds(30)))
+        throw std::runtime_error("logind opens no session");
     if (write(key.get(), "!", 1) != 1)
         throw std::runtime_error("the session's program has gone");
 }
@@ -83,7 +77,7 @@ Login::~Login()
     waitpid(process_, nullptr, 0);
 }
 
-void Login::openSession(const MachineUser& user, unsigned terminal)
+bool Login::openSession(const MachineUser& user, unsigned terminal)
 {
     sd_bus_error error = SD_BUS_ERROR_NULL;
     sd_bus_message* answer = nullptr;
@@ -91,8 +85,10 @@ void Login::openSession(const MachineUser& user, unsigned terminal)
     const int status = sd_bus_call_method(bus_.get(), logind, logindPath, logindManager, "CreateSession", &error,
         &answer, "uusssssussbssa(sv)", user.number, static_cast<unsigned>(process_), "machine-test", "tty", "user", "",
         "seat0", terminal, tty.c_str(), "", 0, "", "", 0);
-    const std::unique_ptr<sd_bus_message, decltype(&sd_bus_message_unref)> owner(
-        check(status, answer, error), &sd_bus_message_unref);
+    sd_bus_error_free(&error);
+    if (status < 0)
+        return false;
+    const std::unique_ptr<sd_bus_message, decltype(&sd_bus_message_unref)> owner(answer, &sd_bus_message_unref);
     const char* id = nullptr;
     const char* path = nullptr;
     const char* runtime = nullptr;
@@ -101,6 +97,7 @@ void Login::openSession(const MachineUser& user, unsigned terminal)
         throw std::runtime_error("logind's answer is not understood");
     session_ = id;
     sessionEnd_ = FileDescriptor(fcntl(end, F_DUPFD_CLOEXEC, 3));
+    return true;
 }
 
 void Login::activate()
@@ -108,7 +105,8 @@ void Login::activate()
     sd_bus_error error = SD_BUS_ERROR_NULL;
     const int status = sd_bus_call_method(
         bus_.get(), logind, logindPath, logindManager, "ActivateSession", &error, nullptr, "s", session_.c_str());
-    check(status, nullptr, error);
+    if (status < 0)
+        throw std::runtime_error(std::string("logind: ") + (error.message ? error.message : std::strerror(-status)));
 }
 
 void Login::signal(int number) const

@@ -36,7 +36,8 @@ public:
     void signal(int number) const;
 
 private:
-    void openSession(const MachineUser& user, unsigned terminal);
+    /// False when logind refuses it.
+    bool openSession(const MachineUser& user, unsigned terminal);
 
     EpollRunLoop loop_;
     BusConnection bus_;
