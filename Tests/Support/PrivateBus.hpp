@@ -8,6 +8,7 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -29,6 +30,8 @@ public:
         const std::string print = "--print-address=" + std::to_string(output[1]);
         process_ = fork();
         if (process_ == 0) {
+            // A test that crashes leaves no bus behind, which would keep its runner waiting.
+            prctl(PR_SET_PDEATHSIG, SIGTERM);
             close(output[0]);
             // It complains of limits that do not matter here.
             const int silence = open("/dev/null", O_WRONLY);
