@@ -213,7 +213,7 @@ private:
     /// read as a whole would be waited for, and the block's first input stands in it.
     template <unsigned group>
     [[gnu::noinline]] auto runGroup(
-        const float* input, float* output, std::size_t stride, std::size_t frames, unsigned row) const
+        const float* input, float* output, std::size_t stride, std::size_t frames, unsigned row) const // NOLINT
     {
         return bandsOf<group>(row).run(InterleavedFrames<group>{input, output, stride}, frames);
     }
