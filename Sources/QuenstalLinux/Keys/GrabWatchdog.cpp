@@ -72,7 +72,7 @@ void addTo(int epoll, int descriptor, std::uint32_t events, int mark)
 
 } // namespace
 
-GrabWatchdog::GrabWatchdog(const std::vector<int>& devices)
+GrabWatchdog::GrabWatchdog(const std::vector<int>& devices, const GrabWatchdog* former)
 {
     std::array<int, 2> released{};
     std::array<int, 2> lifeline{};
@@ -87,6 +87,9 @@ GrabWatchdog::GrabWatchdog(const std::vector<int>& devices)
     process_ = fork();
     if (process_ == 0) {
         close(lifeline[1]);
+        // A copy would keep the former one alive.
+        if (former)
+            close(former->lifeline_.get());
         watch(devices, lifeline[0], released[1]);
     }
 }

@@ -17,8 +17,8 @@ public:
     /// Events that stay unread for this long mean that the reader has stalled.
     static constexpr auto patience = std::chrono::milliseconds(1000);
 
-    /// Watches these open devices.
-    explicit GrabWatchdog(const std::vector<int>& devices);
+    /// Watches these open devices. The one that it takes over from may stand until this one does.
+    explicit GrabWatchdog(const std::vector<int>& devices, const GrabWatchdog* former = nullptr);
     GrabWatchdog(const GrabWatchdog&) = delete;
     GrabWatchdog& operator=(const GrabWatchdog&) = delete;
     ~GrabWatchdog();

@@ -23,7 +23,6 @@ GrabbedKeyboard::GrabbedKeyboard(const std::string& node, VolumeKeyFilter::Press
         return;
     device_.reset(device);
     state_ = State::waiting;
-    tryToGrab();
 }
 
 GrabbedKeyboard::~GrabbedKeyboard()

@@ -16,7 +16,7 @@ namespace quenstal {
 class GrabbedKeyboard {
 public:
     enum class State {
-        /// A key is held; nothing is grabbed yet.
+        /// Not grabbed yet, or not while a key is held.
         waiting,
         grabbed,
         /// Unplugged, or no longer ours to read.
@@ -25,7 +25,7 @@ public:
         busy,
     };
 
-    /// Opens the node. `gone` when that is not possible.
+    /// Opens the node and grabs nothing yet. `gone` when it cannot be opened.
     GrabbedKeyboard(const std::string& node, VolumeKeyFilter::Press press);
     /// The clone outlives the grab, so that no key is lost between them.
     ~GrabbedKeyboard();

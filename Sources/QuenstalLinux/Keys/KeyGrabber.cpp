@@ -32,7 +32,11 @@ KeyGrabber::~KeyGrabber()
 void KeyGrabber::run(const std::vector<std::string>& nodes)
 {
     open(nodes);
-    while (dropUnusable() && tendWatchdog() && waitForEvents()) { }
+    // The guard stands before anything is grabbed.
+    while (dropUnusable() && tendWatchdog()) {
+        if (grabAll() && !waitForEvents())
+            break;
+    }
     // The watchdog shares the open files: it goes first, so that closing them ends the grabs.
     watchdog_.reset();
     keyboards_.clear();
@@ -58,25 +62,31 @@ bool KeyGrabber::dropUnusable()
     return false;
 }
 
-/// False, with the reason told, when grabbed keyboards would be without one.
+/// False, with the reason told, when there is none to guard the keyboards.
 bool KeyGrabber::tendWatchdog()
 {
-    std::vector<int> grabbed;
-    for (const auto& keyboard : keyboards_) {
-        if (keyboard->state() == GrabbedKeyboard::State::grabbed)
-            grabbed.push_back(keyboard->descriptor());
-    }
-    if (grabbed.size() == watched_)
+    if (keyboards_.size() == watched_)
         return true;
-    watchdog_.reset();
-    watched_ = grabbed.size();
-    if (grabbed.empty())
-        return true;
-    watchdog_ = std::make_unique<GrabWatchdog>(grabbed);
+    watched_ = keyboards_.size();
+    std::vector<int> devices;
+    for (const auto& keyboard : keyboards_)
+        devices.push_back(keyboard->descriptor());
+    auto next = std::make_unique<GrabWatchdog>(devices, watchdog_.get());
+    watchdog_ = std::move(next);
     if (watchdog_->isWatching())
         return true;
     handlers_.lost(Loss::unguarded);
     return false;
+}
+
+/// False when one of them turns out to be unusable.
+bool KeyGrabber::grabAll()
+{
+    using State = GrabbedKeyboard::State;
+    for (const auto& keyboard : keyboards_)
+        keyboard->tryToGrab();
+    return std::ranges::none_of(keyboards_,
+        [](const auto& keyboard) { return keyboard->state() == State::busy || keyboard->state() == State::gone; });
 }
 
 bool KeyGrabber::waitForEvents()
@@ -101,7 +111,6 @@ bool KeyGrabber::waitForEvents()
             keyboards_[i]->readEvents();
         if (descriptors[3 + 2 * i].revents != 0)
             keyboards_[i]->readLights();
-        keyboards_[i]->tryToGrab();
     }
     return true;
 }

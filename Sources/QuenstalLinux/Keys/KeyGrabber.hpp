@@ -47,6 +47,7 @@ private:
     bool waitForEvents();
     bool dropUnusable();
     bool tendWatchdog();
+    bool grabAll();
 
     Handlers handlers_;
     FileDescriptor wake_;

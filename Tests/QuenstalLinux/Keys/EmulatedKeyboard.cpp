@@ -10,6 +10,7 @@
 #include <linux/input.h>
 #include <linux/uinput.h>
 #include <sys/ioctl.h>
+#include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -50,6 +51,12 @@ void answer(UMockdevIoctlClient* client, const void* bytes, std::size_t size)
     std::memcpy(answer.data(), bytes, std::min(size, room));
     umockdev_ioctl_data_update(buffer, 0, answer.data(), static_cast<int>(room));
     umockdev_ioctl_client_complete(client, static_cast<glong>(std::min(size, room)), 0);
+}
+
+bool hasChildProcess()
+{
+    siginfo_t child{};
+    return waitid(P_ALL, 0, &child, WEXITED | WNOHANG | WNOWAIT) == 0;
 }
 
 /// The keyboard's bitmap of that number; empty where it has nothing.
@@ -207,6 +214,8 @@ void EmulatedKeyboard::answerGrab(UMockdevIoctlClient* client)
         umockdev_ioctl_client_complete(client, -1, EBUSY);
         return;
     }
+    if (grabs && !hasChildProcess())
+        wasAlwaysGuarded_ = false;
     isGrabbed_ = grabs;
     grabs_ += grabs ? 1 : 0;
     umockdev_ioctl_client_complete(client, 0, 0);

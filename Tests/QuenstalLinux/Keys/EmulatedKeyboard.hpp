@@ -55,6 +55,8 @@ public:
     bool isGrabbed() const { return isGrabbed_; }
     /// Times that it was grabbed.
     int grabs() const { return grabs_; }
+    /// Whether this program had a child process to guard the keyboard, every time that it was grabbed.
+    bool wasAlwaysGuarded() const { return wasAlwaysGuarded_; }
     int clones() const { return clones_; }
     /// Types, codes and values that reached the clone, without the reports.
     std::vector<std::string> passed();
@@ -78,6 +80,7 @@ private:
     std::atomic<bool> grabIsRefused_ = false;
     std::atomic<bool> isGrabbed_ = false;
     std::atomic<int> grabs_ = 0;
+    std::atomic<bool> wasAlwaysGuarded_ = true;
     std::atomic<bool> stallsWriters_ = false;
     std::atomic<bool> pullsOut_ = false;
     std::atomic<bool> isPulledOut_ = false;

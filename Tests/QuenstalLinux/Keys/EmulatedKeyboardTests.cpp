@@ -159,6 +159,17 @@ TEST_F(EmulatedKeyboardTest, aKeyboardThatComesAfterTheLastOneWentIsToldAndTaken
     EXPECT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
 }
 
+TEST_F(EmulatedKeyboardTest, theGuardStandsBeforeTheKeyboardIsGrabbed)
+{
+    EvdevKeyCapture capture(loop);
+    ASSERT_TRUE(capture.start(*this));
+    ASSERT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
+    capture.stop();
+    ASSERT_TRUE(capture.start(*this));
+    ASSERT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
+    EXPECT_TRUE(keyboard->wasAlwaysGuarded());
+}
+
 TEST_F(EmulatedKeyboardTest, aSecondKeyboardIsTakenTooWhileTheKeysAreCaptured)
 {
     EvdevKeyCapture capture(loop);
