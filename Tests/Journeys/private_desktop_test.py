@@ -102,8 +102,8 @@ class Interrupted(PrivateDesktopTest):
             told += piece
         run.send_signal(ending)
         began = time.monotonic()
-        self.told_by(run)
-        self.assertEqual(run.returncode, 128 + ending)
+        told += self.told_by(run).encode()
+        self.assertEqual(run.returncode, 128 + ending, told.decode(errors="replace"))
         self.assertLess(time.monotonic() - began, 15)
         self.assert_nothing_is_left()
 
