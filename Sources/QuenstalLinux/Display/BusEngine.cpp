@@ -30,10 +30,10 @@ void ColdBudget::spend(WorkerTime::Duration duration)
 }
 
 BusEngine::BusEngine(std::string device, std::shared_ptr<I2CDevices> devices, const std::shared_ptr<WorkerTime>& time,
-    std::shared_ptr<CardGate> gate, BusNews news)
+    std::shared_ptr<CardGate> gate, BusNews news, Belief belief)
     : device_(std::move(device))
     , time_(time)
-    , worker_(std::make_shared<BusWorker>(device_, std::move(devices), time, std::move(gate), std::move(news)))
+    , worker_(std::make_shared<BusWorker>(device_, std::move(devices), time, std::move(gate), std::move(news), belief))
     , thread_(time->startThread([worker = worker_] { worker->run(); }))
 {
 }
@@ -89,6 +89,11 @@ std::optional<DisplayBusProblem::Kind> BusEngine::problem() const
 bool BusEngine::takeLostSet()
 {
     return worker_->takeLostSet();
+}
+
+Belief BusEngine::belief() const
+{
+    return worker_->belief();
 }
 
 } // namespace quenstal

@@ -22,6 +22,15 @@ struct BusNews {
     std::function<void()> deviceGone;
 };
 
+/// What makes a monitor count as one that answers.
+enum class Belief {
+    /// A reply.
+    onReading,
+    /// A Set that succeeds after the reply: the last one was lost or refused. What is set is the value just read, which
+    /// cannot be heard.
+    onWriting
+};
+
 /// How long the main thread may still wait for monitors of which nothing is known yet: once for each discovery, not
 /// for each call. Main thread.
 class ColdBudget {
@@ -46,13 +55,14 @@ class BusEngine {
 public:
     /// Begins to ask at once.
     BusEngine(std::string device, std::shared_ptr<I2CDevices> devices, const std::shared_ptr<WorkerTime>& time,
-        std::shared_ptr<CardGate> gate, BusNews news);
+        std::shared_ptr<CardGate> gate, BusNews news, Belief belief = Belief::onReading);
     /// Leaves a worker that hangs to itself.
     ~BusEngine();
     BusEngine(const BusEngine&) = delete;
     BusEngine& operator=(const BusEngine&) = delete;
 
-    /// 0 or an errno. Waits only while nothing is known, and only out of the budget.
+    /// 0 or an errno. Waits only while nothing is known, only out of the budget, and not for a monitor whose last Set
+    /// was lost.
     PlatformStatus get(std::span<const std::uint8_t> question, WorkerTime::Duration replyDelay,
         std::span<std::uint8_t> reply, ColdBudget& budget);
     /// 0 when the value was written or will be. Waits at most 25 ms, and only when the bus is at rest: then a failure
@@ -73,6 +83,8 @@ public:
     std::optional<DisplayBusProblem::Kind> problem() const;
     /// Whether the last Set that was accepted has failed since; once.
     bool takeLostSet();
+    /// Outlasts `rediscover` and `suspend`, and is for an engine that serves the same monitor later.
+    Belief belief() const;
     const std::string& device() const { return device_; }
 
 private:

@@ -43,12 +43,13 @@ bool isHopeless(int error)
 } // namespace
 
 BusWorker::BusWorker(const std::string& device, std::shared_ptr<I2CDevices> devices,
-    const std::shared_ptr<WorkerTime>& time, std::shared_ptr<CardGate> gate, BusNews news)
+    const std::shared_ptr<WorkerTime>& time, std::shared_ptr<CardGate> gate, BusNews news, Belief belief)
     : time_(time)
     , news_(std::move(news))
     , link_(device, std::move(devices), time, std::move(gate))
     , question_(speakerVolumeQuestion.begin(), speakerVolumeQuestion.end())
     , replyDelay_(usualReplyDelay)
+    , belief_(belief)
 {
 }
 
@@ -166,6 +167,7 @@ void BusWorker::failSets(int error)
     lastSetError_ = error;
     owesFailure_ = hasLostSet_ = true;
     lastSetFailed_ = true;
+    belief_ = Belief::onWriting;
     memo_.reset();
     ++generation_;
     retryAt_ = WorkerTime::never;
@@ -182,17 +184,23 @@ void BusWorker::ask(Lock& lock)
     const VcpMessage question = question_;
     const std::uint64_t generation = generation_;
     const Answer answer = poll(lock, question, generation);
-    isBusy_ = false;
     // Seconds late a Set would be a surprise.
     if (answer.error == driverHung && pendingSet_)
-        return failSets(answer.error);
+        failSets(answer.error);
     // What made the answer out of date has asked, or will ask, for another.
-    if (answer.isInterrupted || generation != generation_)
-        return;
+    else if (!answer.isInterrupted && generation == generation_)
+        weigh(lock, answer);
+    isBusy_ = false;
+}
+
+void BusWorker::weigh(Lock& lock, const Answer& answer)
+{
     if (!answer.reply)
         learnSilence(answer);
     else if (lastSetFailed_ && answer.isPrompt)
         learnRefusal();
+    else if (belief_ == Belief::onWriting)
+        prove(lock, *answer.reply);
     else
         learn(*answer.reply);
     time_->wakeAll(progress_);
@@ -200,7 +208,9 @@ void BusWorker::ask(Lock& lock)
 
 BusWorker::Answer BusWorker::poll(Lock& lock, const VcpMessage& question, std::uint64_t generation)
 {
-    ReplyJury jury(question, memo_);
+    // What is read is written back then: a reply that came late would be heard.
+    const bool wantsTwo = belief_ == Belief::onWriting;
+    ReplyJury jury(question, memo_, wantsTwo);
     Answer answer;
     for (std::size_t attempt = 0; attempt <= getBackoff.size(); ++attempt) {
         const bool shouldBackOff = attempt > 0 && !(answer.error == 0 && jury.lastHeard());
@@ -209,7 +219,6 @@ BusWorker::Answer BusWorker::poll(Lock& lock, const VcpMessage& question, std::u
         if (generation != generation_ || isStopping_)
             return {.reply = {}, .isInterrupted = true};
         VcpReply reply{};
-        answer.isPrompt = attempt == 0;
         answer.error = transact(lock, [&] { return link_.exchange(ddcAddress, question, replyDelay_, reply); });
         if (isHopeless(answer.error))
             break;
@@ -217,11 +226,38 @@ BusWorker::Answer BusWorker::poll(Lock& lock, const VcpMessage& question, std::u
             continue;
         // A monitor that has answered before has the feature, whatever it says now.
         answer.isUnsupported = jury.hear(reply) == VcpVerdict::unsupported && !memo_;
+        answer.isPrompt |= attempt == 0 && jury.lastHeard();
         if (answer.isUnsupported || jury.decision())
             break;
     }
-    answer.reply = jury.decision() ? jury.decision() : jury.lastHeard();
+    answer.reply = jury.decision() || wantsTwo ? jury.decision() : jury.lastHeard();
     return answer;
+}
+
+void BusWorker::prove(Lock& lock, const VcpReply& reply)
+{
+    const VcpMessage message = setOfCurrentValue(reply, question_);
+    const std::uint64_t generation = generation_;
+    const auto write = [&] { return link_.write(ddcAddress, message); };
+    int error = transact(lock, write);
+    for (const Duration backoff : setBackoff) {
+        if (error == 0 || isHopeless(error))
+            break;
+        pause(lock, backoff);
+        if (generation != generation_ || isStopping_)
+            return;
+        error = transact(lock, write);
+    }
+    quietUntil_ = time_->now() + pacing;
+    if (generation != generation_)
+        return;
+    if (isHopeless(error))
+        return learnSilence({.reply = {}, .error = error});
+    if (error != 0)
+        return learnRefusal();
+    belief_ = Belief::onReading;
+    refusalBackoff_ = firstRefusalBackoff;
+    learn(reply);
 }
 
 void BusWorker::learn(VcpReply reply)

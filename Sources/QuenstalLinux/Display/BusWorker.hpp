@@ -14,7 +14,7 @@ namespace quenstal {
 class BusWorker {
 public:
     BusWorker(const std::string& device, std::shared_ptr<I2CDevices> devices, const std::shared_ptr<WorkerTime>& time,
-        std::shared_ptr<CardGate> gate, BusNews news);
+        std::shared_ptr<CardGate> gate, BusNews news, Belief belief);
 
     // Main thread; contracts as in BusEngine.
     PlatformStatus get(std::span<const std::uint8_t> question, WorkerTime::Duration replyDelay,
@@ -26,6 +26,7 @@ public:
     bool awaitEnd(WorkerTime::Time deadline);
     std::optional<DisplayBusProblem::Kind> problem() const;
     bool takeLostSet();
+    Belief belief() const;
 
     /// The thread's body.
     void run();
@@ -48,7 +49,7 @@ private:
         int error = 0;
         /// The monitor said that it has no such feature.
         bool isUnsupported = false;
-        /// It came at the first attempt: the monitor is there and well.
+        /// There was one at the first attempt: the monitor is there and well.
         bool isPrompt = false;
         /// Something more important came up; nothing was learnt.
         bool isInterrupted = false;
@@ -75,6 +76,8 @@ private:
     void failSets(int error);
     void ask(Lock& lock);
     Answer poll(Lock& lock, const VcpMessage& question, std::uint64_t generation);
+    void weigh(Lock& lock, const Answer& answer);
+    void prove(Lock& lock, const VcpReply& reply);
     void learn(VcpReply reply);
     void learnRefusal();
     void learnSilence(const Answer& answer);
@@ -107,6 +110,8 @@ private:
     bool hasLostSet_ = false;
     /// Decides whether a monitor that answers is one that refuses Sets.
     bool lastSetFailed_ = false;
+    /// On writing since a Set failed, until one succeeds. There is no memo before that.
+    Belief belief_;
 
     bool probeIsDue_ = true;
     bool closeIsDue_ = false;

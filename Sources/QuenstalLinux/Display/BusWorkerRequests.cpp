@@ -27,7 +27,8 @@ PlatformStatus BusWorker::get(
         return ETIMEDOUT;
     if (std::exchange(owesFailure_, false))
         return EIO;
-    if (standing_ == Standing::unknown)
+    // Whoever is not believed on reading has been done without so far.
+    if (standing_ == Standing::unknown && belief_ == Belief::onReading)
         awaitDiscovery(lock, budget);
     const Time checkFrom = memo_ ? memoAt_ + memoLifetime : retryAt_;
     if (!isBusy_ && time_->now() >= checkFrom)
@@ -141,6 +142,12 @@ bool BusWorker::takeLostSet()
 {
     const std::lock_guard lock(mutex_);
     return std::exchange(hasLostSet_, false);
+}
+
+Belief BusWorker::belief() const
+{
+    const std::lock_guard lock(mutex_);
+    return belief_;
 }
 
 std::optional<DisplayBusProblem::Kind> BusWorker::problem() const

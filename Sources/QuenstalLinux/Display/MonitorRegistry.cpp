@@ -157,13 +157,24 @@ void MonitorRegistry::adoptScan()
     hasScanned_ = true;
     hasI2CDevices_ = scan->hasI2CDevices;
     coldBudget_.grant(machine_.time->now());
+    // First, for what was learnt of a monitor that is only somewhere else now.
+    retireAllBut(scan->connectors);
     std::vector<Monitor> found;
     for (Connector& connector : scan->connectors) {
         std::shared_ptr<BusEngine> engine = engineFor(connector);
         found.push_back({std::move(connector), std::move(engine)});
     }
-    retire(std::exchange(monitors_, std::move(found)));
+    monitors_ = std::move(found);
     tellObserversSoon();
+}
+
+void MonitorRegistry::retireAllBut(const std::vector<Connector>& connectors)
+{
+    const auto isThere
+        = [&](const Monitor& monitor) { return std::ranges::find(connectors, monitor.connector) != connectors.end(); };
+    const auto gone = std::stable_partition(monitors_.begin(), monitors_.end(), isThere);
+    retire({std::make_move_iterator(gone), std::make_move_iterator(monitors_.end())});
+    monitors_.erase(gone, monitors_.end());
 }
 
 std::shared_ptr<BusEngine> MonitorRegistry::engineFor(const Connector& connector)
@@ -181,8 +192,9 @@ std::shared_ptr<BusEngine> MonitorRegistry::startEngine(const Connector& connect
 {
     BusNews news{.changed = posting(&MonitorRegistry::tellObserversSoon),
         .deviceGone = posting(&MonitorRegistry::devicesChanged)};
+    const Belief belief = doubted_.erase(connector.edid) > 0 ? Belief::onWriting : Belief::onReading;
     return std::make_shared<BusEngine>(machine_.devRoot / connector.bus, machine_.devices, machine_.time,
-        gates_->of(connector.card()), std::move(news));
+        gates_->of(connector.card()), std::move(news), belief);
 }
 
 void MonitorRegistry::retire(std::vector<Monitor> monitors)
@@ -190,6 +202,8 @@ void MonitorRegistry::retire(std::vector<Monitor> monitors)
     for (Monitor& monitor : monitors) {
         if (!monitor.engine)
             continue;
+        if (monitor.engine->belief() == Belief::onWriting)
+            doubted_.insert(monitor.connector.edid);
         monitor.engine->beginStop();
         retired_.push_back(std::move(monitor.engine));
     }

@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <vector>
 
 namespace quenstal {
@@ -65,6 +66,7 @@ private:
 
     void scheduleScan(RunLoop::Duration delay);
     void adoptScan();
+    void retireAllBut(const std::vector<Connector>& connectors);
     std::shared_ptr<BusEngine> engineFor(const Connector& connector);
     std::shared_ptr<BusEngine> startEngine(const Connector& connector);
     void retire(std::vector<Monitor> monitors);
@@ -83,6 +85,8 @@ private:
     bool hasScanned_ = false;
     bool hasI2CDevices_ = false;
     std::vector<Monitor> monitors_;
+    /// The EDIDs of monitors that went away after a Set was lost: they are believed on writing when they are back.
+    std::set<std::vector<std::uint8_t>> doubted_;
     /// Stopping, and perhaps hanging.
     std::vector<std::shared_ptr<BusEngine>> retired_;
     std::unique_ptr<ConnectorScanner> scanner_;

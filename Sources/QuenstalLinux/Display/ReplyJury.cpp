@@ -21,7 +21,7 @@ VcpVerdict ReplyJury::hear(VcpReply reply)
 void ReplyJury::weigh(VcpReply reply)
 {
     repairMaximum(reply, question_);
-    if (!known_ || agrees(reply, known_) || agrees(reply, lastHeard_))
+    if ((!known_ && !wantsTwo_) || agrees(reply, known_) || agrees(reply, lastHeard_))
         decision_ = reply;
     lastHeard_ = reply;
 }

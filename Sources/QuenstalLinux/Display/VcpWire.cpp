@@ -7,6 +7,8 @@ namespace quenstal {
 namespace {
 
 constexpr std::uint8_t displayWriteAddress = 0x6E;
+constexpr std::uint8_t hostAddress = 0x51;
+constexpr std::uint8_t setPayloadLength = 0x84;
 constexpr std::uint8_t replyChecksumSeed = 0x50;
 constexpr std::uint8_t replyLength = 0x88;
 constexpr std::uint8_t getFeatureReply = 0x02;
@@ -94,6 +96,21 @@ bool putCurrentValue(VcpReply& reply, const VcpMessage& set)
     reply[*answer + currentOffset] = set[4];
     reply[*answer + currentOffset + 1] = set[5];
     return true;
+}
+
+VcpMessage setOfCurrentValue(const VcpReply& reply, const VcpMessage& question)
+{
+    const std::uint8_t feature = question.at(featureIndex);
+    const auto answer = findAnswer(reply, feature);
+    if (!answer)
+        return {};
+    VcpMessage set{hostAddress, setPayloadLength, setFeature, feature, reply[*answer + currentOffset],
+        reply[*answer + currentOffset + 1]};
+    std::uint8_t sum = displayWriteAddress;
+    for (const std::uint8_t byte : set)
+        sum = static_cast<std::uint8_t>(sum ^ byte);
+    set.push_back(sum);
+    return set;
 }
 
 } // namespace quenstal

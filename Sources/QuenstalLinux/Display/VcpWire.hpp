@@ -41,4 +41,7 @@ bool saySame(const VcpReply& a, const VcpReply& b, const VcpMessage& question);
 /// Puts the value that a Set message carries into a reply about the same feature. False when they do not match.
 bool putCurrentValue(VcpReply& reply, const VcpMessage& set);
 
+/// The Set that gives the monitor the value which it has by this reply; empty when the reply has no answer.
+VcpMessage setOfCurrentValue(const VcpReply& reply, const VcpMessage& question);
+
 } // namespace quenstal

@@ -1,12 +1,6 @@
-#include "QuenstalLinux/Display/BusEngine.hpp"
-#include "QuenstalLinux/Display/VcpWire.hpp"
-#include "Support/BusRules.hpp"
-#include "Support/SimulatedI2CDevices.hpp"
-#include "Support/VirtualWorkerTime.hpp"
+#include "QuenstalLinux/Display/EngineBench.hpp"
 
-#include <atomic>
 #include <cerrno>
-#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -15,100 +9,9 @@ namespace {
 
 using namespace std::chrono_literals;
 using Kind = DisplayBusProblem::Kind;
-using Duration = WorkerTime::Duration;
-/// Current and maximum as they stand in the reply.
-using Answer = std::optional<std::pair<int, int>>;
+using Answer = EngineBench::Answer;
 
-constexpr Answer nothing = std::nullopt;
-const std::string device = "/dev/i2c-5";
-
-/// A monitor, its device and an engine, in virtual time.
-struct EngineBench {
-    EngineBench()
-    {
-        devices->connect(device, monitor);
-        budget.grant(time->now());
-    }
-
-    ~EngineBench()
-    {
-        devices->release();
-        engine.reset();
-        time->advance(1s);
-        EXPECT_EQ(devices->openDescriptors(), 0u);
-        EXPECT_LE(devices->longestIdle(), 1s);
-        EXPECT_EQ(devices->overlaps(), 0);
-        expectBusRules(*monitor);
-    }
-
-    void start()
-    {
-        engine = std::make_unique<BusEngine>(device, devices, time, std::make_shared<CardGate>(time),
-            BusNews{.changed = [this] { ++changes; }, .deviceGone = [this] { ++removals; }});
-    }
-
-    void startAndDiscover()
-    {
-        start();
-        ASSERT_NE(get(), nothing);
-        // The worker tells its news after it lets go of the lock.
-        time->advance(1ms);
-        blocked = {};
-        changes = 0;
-    }
-
-    Answer get()
-    {
-        VcpReply reply{};
-        const auto began = time->now();
-        const PlatformStatus status = engine->get(speakerVolumeQuestion, 50ms, reply, budget);
-        noteBlocking(began);
-        if (status != 0)
-            return nothing;
-        for (std::size_t i = 2; i <= 8; ++i)
-            if (reply[i] == 2 && reply[i + 1] == 0 && reply[i + 2] == 0x62)
-                return std::pair(reply[i + 6] * 256 + reply[i + 7], reply[i + 4] * 256 + reply[i + 5]);
-        return nothing;
-    }
-
-    bool set(int value)
-    {
-        VcpMessage message{
-            0x51, 0x84, 0x03, 0x62, static_cast<std::uint8_t>(value >> 8), static_cast<std::uint8_t>(value), 0x6E};
-        for (std::size_t i = 0; i < 6; ++i)
-            message[6] = static_cast<std::uint8_t>(message[6] ^ message[i]);
-        const auto began = time->now();
-        const PlatformStatus status = engine->set(message);
-        noteBlocking(began);
-        return status == 0;
-    }
-
-    void noteBlocking(WorkerTime::Time began)
-    {
-        blocked = std::max(blocked, time->now() - began);
-        totalBlocked += time->now() - began;
-    }
-
-    /// As keys held down: a press and a look at the volume every 33 ms.
-    void holdKey(int from, int presses)
-    {
-        for (int press = 1; press <= presses; ++press) {
-            EXPECT_TRUE(set(from + press));
-            EXPECT_EQ(get(), Answer(std::pair(from + press, 100)));
-            time->advance(33ms);
-        }
-    }
-
-    std::shared_ptr<VirtualWorkerTime> time = std::make_shared<VirtualWorkerTime>();
-    std::shared_ptr<SimulatedI2CDevices> devices = std::make_shared<SimulatedI2CDevices>(time);
-    std::shared_ptr<SimulatedMonitor> monitor = std::make_shared<SimulatedMonitor>();
-    ColdBudget budget;
-    std::unique_ptr<BusEngine> engine;
-    std::atomic<int> changes = 0;
-    std::atomic<int> removals = 0;
-    Duration blocked{};
-    Duration totalBlocked{};
-};
+constexpr Answer nothing = EngineBench::nothing;
 
 struct DisplayBusEngineTest : testing::Test, EngineBench { };
 
@@ -305,7 +208,7 @@ const std::vector<ToleranceRow> toleranceRows{
     {"a driver without messages",      [](auto& t) { t.devices->knowNoMessages(); },                    {{37, 100}}},
     {"so, and its address in use",     [](auto& t) { t.devices->knowNoMessages(); t.devices->failChoose(2, EBUSY); }, {{37, 100}}},
     {"another program has the lock",   [](auto& t) { t.devices->failLock(2, EWOULDBLOCK); },            {{37, 100}}},
-    {"interrupted adapter removal",    [](auto& t) { t.devices->remove(device); },                      nothing},
+    {"interrupted adapter removal",    [](auto& t) { t.devices->remove(t.device); },                      nothing},
 };
 // clang-format on
 
@@ -404,31 +307,6 @@ TEST_F(DisplayBusEngineTest, aDeviceThatGoesAtRestFailsTheVeryCommand)
     EXPECT_EQ(removals, 1);
     EXPECT_EQ(devices->openDescriptors(), 0u);
     EXPECT_LE(blocked, 25ms);
-}
-
-TEST_F(DisplayBusEngineTest, aMonitorThatRefusesSetsCountsAsNotAnsweringForAWhile)
-{
-    monitor->setQuirks({.refusesSets = true});
-    startAndDiscover();
-    EXPECT_TRUE(set(40)) << "the retries take longer than a press may";
-    EXPECT_LE(blocked, 25ms);
-    time->advance(1s);
-    EXPECT_EQ(engine->problem(), Kind::writesRefused);
-    time->advance(28s);
-    EXPECT_EQ(get(), nothing);
-    time->advance(2s);
-    EXPECT_EQ(get(), nothing) << "asked again behind";
-    time->advance(200ms);
-    EXPECT_EQ(get(), Answer(std::pair(37, 100)));
-    EXPECT_EQ(engine->problem(), std::nullopt);
-
-    EXPECT_TRUE(set(41));
-    time->advance(1s);
-    EXPECT_EQ(get(), nothing);
-    time->advance(40s);
-    EXPECT_EQ(get(), nothing) << "twice as long the second time";
-    time->advance(200ms);
-    EXPECT_EQ(get(), nothing);
 }
 
 TEST_F(DisplayBusEngineTest, aDeniedDeviceIsAStateAndEndsWhenAccessIsGiven)

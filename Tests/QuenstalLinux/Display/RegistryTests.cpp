@@ -269,6 +269,45 @@ TEST_F(DisplayRegistryTest, anotherMonitorOnTheSameConnectorIsAskedAnew)
     EXPECT_EQ(reply[9], 80);
 }
 
+TEST_F(DisplayRegistryTest, aMonitorThatRefusedProvesItselfWhereverItIsBackAndAnotherNeedNot)
+{
+    const MachineFixture none{{}, {}};
+    const auto plug = [this](const std::string& connector, int bus, const Monitor& monitor) {
+        connect("i2c-" + std::to_string(bus), monitor);
+        write({{{connector, Link::auxiliary, bus, edidOf(monitor)}}, {}});
+        registry->devicesChanged();
+        pass(1s);
+    };
+    const auto unplug = [&] {
+        write(none);
+        registry->devicesChanged();
+        pass(1s);
+    };
+    write(none);
+    start();
+    plug("DP-1", 5, left);
+    left->setQuirks({.refusesSets = true});
+    const VcpMessage set{0x51, 0x84, 0x03, 0x62, 0x00, 0x28, 0xF2};
+    EXPECT_EQ(registry->candidates().at(0).engine->set(set), 0);
+    pass(1s);
+    plug("DP-1", 5, right);
+    EXPECT_TRUE(answers(registry->candidates().at(0).engine));
+    EXPECT_TRUE(valuesSet(*right).empty());
+    plug("DP-1", 5, left);
+    EXPECT_FALSE(answers(registry->candidates().at(0).engine)) << "on the connector where it was";
+    plug("DP-2", 6, left);
+    EXPECT_FALSE(answers(registry->candidates().at(0).engine)) << "moved in one look";
+    unplug();
+    left->setQuirks({});
+    plug("DP-1", 5, left);
+    EXPECT_TRUE(answers(registry->candidates().at(0).engine));
+    EXPECT_EQ(valuesSet(*left), std::vector<std::uint16_t>{37});
+    unplug();
+    plug("DP-1", 5, left);
+    EXPECT_TRUE(answers(registry->candidates().at(0).engine));
+    EXPECT_EQ(valuesSet(*left).size(), 1u) << "one proof is enough";
+}
+
 TEST_F(DisplayRegistryTest, sleepLetsGoAndAWakeFindsOutAgainAfterAMoment)
 {
     startWithTwo();
