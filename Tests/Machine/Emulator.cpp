@@ -124,7 +124,7 @@ std::string Emulator::readLine()
 
 void loadModules(const std::string& names)
 {
-    if (std::system(("modprobe -a " + names + " && udevadm settle --timeout=20").c_str()) != 0)
+    if (std::system(("modprobe -a " + names + " && udevadm settle --timeout=60").c_str()) != 0)
         throw std::runtime_error("cannot load " + names);
 }
 

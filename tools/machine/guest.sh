@@ -18,7 +18,7 @@ stty -F /dev/hvc0 raw
 
 /lib/systemd/systemd-udevd --daemon 2>/dev/null
 udevadm trigger --action=add
-udevadm settle --timeout=30
+udevadm settle --timeout=60
 cd "$root" || exit
 bash /out/command
 echo "$?" >/out/status

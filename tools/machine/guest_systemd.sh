@@ -33,7 +33,7 @@ FailureAction=poweroff-force
 Type=oneshot
 WorkingDirectory=$root
 Environment=HOME=/root LANG=C.UTF-8 PATH=$PATH
-ExecStartPre=udevadm settle --timeout=30
+ExecStartPre=udevadm settle --timeout=60
 ExecStart=/bin/bash -c 'stty -F /dev/hvc0 raw; /bin/bash /out/command >/dev/hvc0 2>&1; echo \$? >/out/status'
 UNIT
 cp "$root"/packaging/udev/*.rules /etc/udev/rules.d/
