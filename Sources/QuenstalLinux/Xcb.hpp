@@ -36,12 +36,17 @@ inline XcbConnection connectToX11(const std::string& display, int& screenNumber)
     return connection;
 }
 
-inline xcb_window_t rootWindow(xcb_connection_t* connection, int screenNumber)
+inline xcb_screen_t* screenOf(xcb_connection_t* connection, int screenNumber)
 {
     xcb_screen_iterator_t screen = xcb_setup_roots_iterator(xcb_get_setup(connection));
     for (; screenNumber > 0; --screenNumber)
         xcb_screen_next(&screen);
-    return screen.data->root;
+    return screen.data;
+}
+
+inline xcb_window_t rootWindow(xcb_connection_t* connection, int screenNumber)
+{
+    return screenOf(connection, screenNumber)->root;
 }
 
 } // namespace quenstal

@@ -5,6 +5,9 @@
 
 #include <cstdint>
 #include <functional>
+#include <memory>
+#include <optional>
+#include <string>
 #include <vector>
 
 namespace quenstal {
@@ -23,6 +26,25 @@ public:
         int height = 0;
     };
 
+    /// An icon in the tray of the window system.
+    class TrayIcon : public Interface {
+    public:
+        /// The picture is asked for anew. The name is what assistive technology reads.
+        virtual void show(const std::string& name) = 0;
+        /// Where it is on the screen, in pixels; nowhere while no tray has taken it.
+        virtual std::optional<PixelRect> frame() = 0;
+    };
+
+    /// What a tray icon tells of and asks for. It does not go while it tells.
+    struct TrayIconUser {
+        std::function<void()> activated;
+        std::function<void()> secondaryActivated;
+        /// Notches of the wheel, upwards positive.
+        std::function<void(int notches)> scrolled;
+        /// A square picture: ARGB, alpha multiplied in, one number a pixel.
+        std::function<std::vector<std::uint32_t>(int pixels)> paint;
+    };
+
     /// Windows may be translucent. May change at any time.
     virtual bool isCompositing() = 0;
     /// The window that has the keyboard.
@@ -35,6 +57,8 @@ public:
     /// `MouseEventMask`. The handler is told the top-level window under the pointer. Until cancelled; a monitor may be
     /// cancelled from its own handler.
     [[nodiscard]] virtual Cancellation onMouseDown(std::uint32_t mask, std::function<void(WindowID under)> handler) = 0;
+    /// At least `pixels` wide and high. It waits for a tray. Null when there can be none.
+    virtual std::unique_ptr<TrayIcon> createTrayIcon(TrayIconUser user, int pixels) = 0;
 };
 
 } // namespace quenstal

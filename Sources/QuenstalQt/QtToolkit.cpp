@@ -1,6 +1,6 @@
 #include "QuenstalQt/QtToolkit.hpp"
 
-#include <QApplication>
+#include <QGuiApplication>
 #include <QLocale>
 #include <QQuickWindow>
 #include <QTranslator>
@@ -33,7 +33,7 @@ QtToolkit::QtToolkit(int& argc, char** argv)
     QGuiApplication::setApplicationName(QStringLiteral("quenstal"));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Quenstal"));
     QGuiApplication::setDesktopFileName(QStringLiteral("app.quenstal.Quenstal"));
-    application_ = std::make_unique<QApplication>(argc, argv);
+    application_ = std::make_unique<QGuiApplication>(argc, argv);
     translations_ = std::make_unique<Translations>();
     if (translations_->texts.load(QLocale(), QStringLiteral("quenstal"), QStringLiteral("_"), QStringLiteral(":/i18n")))
         QGuiApplication::installTranslator(&translations_->texts);

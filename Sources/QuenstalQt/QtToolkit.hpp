@@ -2,7 +2,7 @@
 
 #include <memory>
 
-class QApplication;
+class QGuiApplication;
 
 namespace quenstal {
 
@@ -22,7 +22,7 @@ public:
 private:
     struct Translations;
 
-    std::unique_ptr<QApplication> application_;
+    std::unique_ptr<QGuiApplication> application_;
     std::unique_ptr<Translations> translations_;
 };
 

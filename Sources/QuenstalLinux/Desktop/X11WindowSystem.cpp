@@ -1,5 +1,6 @@
 #include "QuenstalLinux/Desktop/X11WindowSystem.hpp"
 
+#include "QuenstalLinux/Desktop/X11TrayIcon.hpp"
 #include "QuenstalLinux/Xcb.hpp"
 #include "QuenstalPlatform/Desktop.hpp"
 
@@ -35,6 +36,7 @@ class X11WindowSystem final : public WindowSystem {
 public:
     X11WindowSystem(XcbConnection connection, int screenNumber, RunLoop& runLoop)
         : connection_(std::move(connection))
+        , runLoop_(runLoop)
         , root_(rootWindow(connection_.get(), screenNumber))
         , compositorSelection_(intern("_NET_WM_CM_S" + std::to_string(screenNumber)))
         , watch_(runLoop.watchReadable(xcb_get_file_descriptor(connection_.get()), [this] { dispatch(); }))
@@ -78,6 +80,15 @@ public:
         monitors_.push_back(monitor);
         selectPresses(true);
         return std::make_unique<Registration>(*this, std::move(monitor));
+    }
+
+    std::unique_ptr<TrayIcon> createTrayIcon(TrayIconUser user, int pixels) override
+    {
+        int screenNumber = 0;
+        XcbConnection connection = connectToX11({}, screenNumber);
+        if (!connection)
+            return nullptr;
+        return std::make_unique<X11TrayIcon>(std::move(connection), screenNumber, runLoop_, std::move(user), pixels);
     }
 
 private:
@@ -153,6 +164,7 @@ private:
     }
 
     XcbConnection connection_;
+    RunLoop& runLoop_;
     xcb_window_t root_;
     xcb_atom_t compositorSelection_;
     std::vector<std::shared_ptr<Monitor>> monitors_;

@@ -127,7 +127,7 @@ QtDesktop::~QtDesktop() = default;
 
 std::unique_ptr<StatusItem> QtDesktop::createStatusItem(StatusItemHandler& handler)
 {
-    auto item = std::make_unique<TrayStatusItem>(handler);
+    auto item = std::make_unique<TrayStatusItem>(handler, state_->windowSystem);
     state_->statusItem = item.get();
     QObject::connect(
         item.get(), &QObject::destroyed, state_.get(), [state = state_.get()] { state->statusItem = nullptr; });

@@ -4,13 +4,10 @@
 #include "QuenstalQt/Panel/PanelModel.hpp"
 
 #include <chrono>
+#include <utility>
 
-#include <QEvent>
 #include <QGuiApplication>
-#include <QIcon>
-#include <QPixmap>
 #include <QScreen>
-#include <QWheelEvent>
 
 namespace quenstal {
 
@@ -18,6 +15,9 @@ namespace {
 
 /// Trays may start after us: this long we wait for one before the panel opens without it.
 constexpr auto trayPatience = std::chrono::seconds(3);
+
+/// In points.
+constexpr int iconSize = 22;
 
 /// A light symbol with a faint dark contour can be read on dark and on light bars alike.
 const QColor standardColor(246, 247, 250);
@@ -34,6 +34,26 @@ std::optional<Point> inPoints(int x, int y)
     return Point{x / density, y / density};
 }
 
+/// Each screen begins where it does in pixels, and is so many points large as its density leaves.
+Rect inPoints(const WindowSystem::PixelRect& rect)
+{
+    const auto screens = QGuiApplication::screens();
+    for (const QScreen* screen : screens) {
+        const QRect points = screen->geometry();
+        const qreal density = screen->devicePixelRatio();
+        if (QRectF(points.topLeft(), QSizeF(points.size()) * density).contains(rect.x, rect.y))
+            return {points.x() + (rect.x - points.x()) / density, points.y() + (rect.y - points.y()) / density,
+                rect.width / density, rect.height / density};
+    }
+    return {qreal(rect.x), qreal(rect.y), qreal(rect.width), qreal(rect.height)};
+}
+
+std::vector<std::uint32_t> pixelsOf(const QImage& image)
+{
+    const auto* first = reinterpret_cast<const std::uint32_t*>(image.constBits());
+    return {first, first + image.sizeInBytes() / qsizetype{sizeof *first}};
+}
+
 } // namespace
 
 QImage statusImage(int pixels, const StatusButtonAppearance& appearance)
@@ -42,8 +62,9 @@ QImage statusImage(int pixels, const StatusButtonAppearance& appearance)
     return symbolImage(pixels, QString::fromStdString(appearance.symbolName), color, contourColor);
 }
 
-TrayStatusItem::TrayStatusItem(StatusItemHandler& handler)
+TrayStatusItem::TrayStatusItem(StatusItemHandler& handler, WindowSystem* windowSystem)
     : handler_(handler)
+    , windowSystem_(windowSystem)
 {
     QObject::connect(
         &notifier_, &StatusNotifierItem::activated, this, [this](int x, int y) { activate(inPoints(x, y)); });
@@ -51,7 +72,7 @@ TrayStatusItem::TrayStatusItem(StatusItemHandler& handler)
         &notifier_, &StatusNotifierItem::secondaryActivated, this, [this] { handler_.statusItemSecondaryActivated(); });
     QObject::connect(
         &notifier_, &StatusNotifierItem::scrolled, this, [this](int notches) { handler_.statusItemScrolled(notches); });
-    QObject::connect(&notifier_, &StatusNotifierItem::registered, this, [this] { leaveEmbedding(); });
+    QObject::connect(&notifier_, &StatusNotifierItem::registered, this, [this] { embedded_.reset(); });
     QObject::connect(&notifier_, &StatusNotifierItem::unregistered, this, [this] { embed(); });
     missingTray_.setSingleShot(true);
     QObject::connect(&missingTray_, &QTimer::timeout, this, [this] { reportMissingTray(); });
@@ -74,40 +95,15 @@ void TrayStatusItem::reportMissingTray()
 
 void TrayStatusItem::embed()
 {
-    if (embedded_ || QGuiApplication::platformName() != QLatin1String("xcb"))
+    if (embedded_ || !windowSystem_ || QGuiApplication::platformName() != QLatin1String("xcb"))
         return;
-    embedded_ = std::make_unique<QSystemTrayIcon>();
-    QObject::connect(embedded_.get(), &QSystemTrayIcon::activated, this,
-        [this](QSystemTrayIcon::ActivationReason reason) { embeddedActivated(reason); });
+    WindowSystem::TrayIconUser user;
+    user.activated = [this] { activate(std::nullopt); };
+    user.secondaryActivated = [this] { handler_.statusItemSecondaryActivated(); };
+    user.scrolled = [this](int notches) { handler_.statusItemScrolled(notches); };
+    user.paint = [this](int pixels) { return pixelsOf(statusImage(pixels, appearance_)); };
+    embedded_ = windowSystem_->createTrayIcon(std::move(user), qRound(iconSize * qGuiApp->devicePixelRatio()));
     showAppearance();
-    embedded_->show();
-    QGuiApplication::instance()->installEventFilter(this);
-}
-
-void TrayStatusItem::leaveEmbedding()
-{
-    embedded_.reset();
-    QGuiApplication::instance()->removeEventFilter(this);
-}
-
-bool TrayStatusItem::eventFilter(QObject* watched, QEvent* event)
-{
-    if (event->type() != QEvent::Wheel || !watched->inherits("QSystemTrayIconSys"))
-        return false;
-    turned_ += static_cast<QWheelEvent*>(event)->angleDelta().y();
-    const int notches = turned_ / QWheelEvent::DefaultDeltasPerStep;
-    turned_ -= notches * QWheelEvent::DefaultDeltasPerStep;
-    if (notches != 0)
-        handler_.statusItemScrolled(notches);
-    return true;
-}
-
-void TrayStatusItem::embeddedActivated(QSystemTrayIcon::ActivationReason reason)
-{
-    if (reason == QSystemTrayIcon::MiddleClick)
-        handler_.statusItemSecondaryActivated();
-    else
-        activate(std::nullopt);
 }
 
 bool TrayStatusItem::isPlaced()
@@ -119,12 +115,8 @@ std::optional<Rect> TrayStatusItem::frame()
 {
     if (!embedded_)
         return std::nullopt;
-    const QRect geometry = embedded_->geometry();
-    // In the screen's very corner it is until the bar has taken it in.
-    if (geometry.isEmpty() || geometry.topLeft().isNull())
-        return std::nullopt;
-    return Rect{static_cast<double>(geometry.x()), static_cast<double>(geometry.y()),
-        static_cast<double>(geometry.width()), static_cast<double>(geometry.height())};
+    const auto pixels = embedded_->frame();
+    return pixels ? std::optional(inPoints(*pixels)) : std::nullopt;
 }
 
 void TrayStatusItem::setAppearance(const StatusButtonAppearance& appearance)
@@ -138,23 +130,17 @@ void TrayStatusItem::setAppearance(const StatusButtonAppearance& appearance)
 
 void TrayStatusItem::showAppearance()
 {
-    const QList<QImage> pictures = images();
-    notifier_.setIcon(pictures);
+    notifier_.setIcon(images());
     const QString title = PanelModel::shown(QString::fromStdString(appearance_.title).trimmed().toStdString());
     notifier_.setTexts(QLatin1Char(' ') + title, title);
-    if (!embedded_)
-        return;
-    QIcon icon;
-    for (const QImage& picture : pictures)
-        icon.addPixmap(QPixmap::fromImage(picture));
-    embedded_->setIcon(icon);
-    embedded_->setToolTip(QStringLiteral("Quenstal %1").arg(title));
+    if (embedded_)
+        embedded_->show("Quenstal " + title.toStdString());
 }
 
 QList<QImage> TrayStatusItem::images() const
 {
     QList<QImage> pictures;
-    for (const int pixels : {22, 44})
+    for (const int pixels : {iconSize, 2 * iconSize})
         pictures << statusImage(pixels, appearance_);
     return pictures;
 }

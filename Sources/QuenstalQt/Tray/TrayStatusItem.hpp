@@ -1,13 +1,13 @@
 #pragma once
 
 #include "QuenstalPlatform/Desktop.hpp"
+#include "QuenstalPlatform/WindowSystem.hpp"
 #include "QuenstalQt/Tray/StatusNotifierItem.hpp"
 
 #include <memory>
 
 #include <QImage>
 #include <QObject>
-#include <QSystemTrayIcon>
 #include <QTimer>
 
 namespace quenstal {
@@ -16,11 +16,12 @@ namespace quenstal {
 QImage statusImage(int pixels, const StatusButtonAppearance& appearance);
 
 /// The status item in whatever tray there is: by the StatusNotifierItem protocol where a watcher takes it, else
-/// embedded in the bar's window. Without any tray the item reports one activation. Main thread.
+/// embedded in the bar by the window system. Without any tray the item reports one activation. Main thread.
 class TrayStatusItem final : public QObject, public StatusItem {
     Q_OBJECT
 public:
-    explicit TrayStatusItem(StatusItemHandler& handler);
+    /// Without a window system it cannot be embedded. It outlives the item, as the handler does.
+    TrayStatusItem(StatusItemHandler& handler, WindowSystem* windowSystem);
     ~TrayStatusItem() override;
 
     void setAppearance(const StatusButtonAppearance& appearance) override;
@@ -33,21 +34,17 @@ public:
     void stopWaitingForTray() { missingTray_.stop(); }
 
 private:
-    /// The embedded item's window keeps the wheel to itself.
-    bool eventFilter(QObject* watched, QEvent* event) override;
     void embed();
-    void leaveEmbedding();
     void reportMissingTray();
-    void embeddedActivated(QSystemTrayIcon::ActivationReason reason);
     void showAppearance();
     QList<QImage> images() const;
 
     StatusItemHandler& handler_;
+    WindowSystem* windowSystem_;
     StatusButtonAppearance appearance_;
     StatusNotifierItem notifier_;
-    std::unique_ptr<QSystemTrayIcon> embedded_;
+    std::unique_ptr<WindowSystem::TrayIcon> embedded_;
     QTimer missingTray_;
-    int turned_ = 0;
 };
 
 } // namespace quenstal

@@ -32,7 +32,7 @@ class DesktopTest(unittest.TestCase):
         try:
             if compositor:
                 self.session.start_compositor()
-            self.session.start_tray(edge)
+            self.tray = self.session.start_tray(edge)
         except Missing as program:
             self.skipTest(f"{program} is not installed")
         self.stand = Stand(self.session, STAND)
@@ -107,6 +107,15 @@ class EmbeddedItem(DesktopTest):
         self.session.click(*self.icon, button=2)
         self.stand.wait(muted=1)
         self.assertFalse(self.stand.panel())
+
+    def test_a_tray_that_comes_back_gets_the_icon_again(self):
+        self.start_in_tray(edge="bottom")
+        self.session.stop(self.tray)
+        wait_for(lambda: not self.session.windows("panel"), "tray gone")
+        self.session.start_tray()
+        self.icon = self.stand.icon()
+        _, y, _, _ = self.session.frame(self.open_panel())
+        self.assertLess(y, 40)
 
     def test_the_panel_grows_for_the_equalizer_and_keeps_its_upper_edge(self):
         self.start_in_tray()

@@ -159,7 +159,7 @@ class Session(Home):
             raise Missing("trayer")
         command = ("trayer", "--edge", edge, "--align", "right", "--widthtype", "request", "--height", "28",
                    "--SetDockType", "true", "--SetPartialStrut", "true")
-        self._start_until_seen("panel", *command)
+        return self._start_until_seen("panel", *command)
 
     def _start_until_seen(self, title, *command, **options):
         """A program that starts while the window manager does is now and then without a window, and stays so."""
