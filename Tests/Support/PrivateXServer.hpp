@@ -2,14 +2,12 @@
 
 // An X server of the test's own, on a display number that it chooses itself.
 
-#include <array>
-#include <cstdlib>
+#include "Support/PrivateServer.hpp"
+
 #include <optional>
 #include <string>
 #include <vector>
 
-#include <fcntl.h>
-#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -45,44 +43,17 @@ public:
     }
 
     PrivateXServer()
+        : server_([](const std::string& descriptor) {
+            return std::vector<std::string>{
+                "Xvfb", "-displayfd", descriptor, "-screen", "0", "800x600x24", "-noreset", "-nolisten", "tcp"};
+        })
+        , display_(server_.line().empty() ? "" : ":" + server_.line())
     {
-        std::array<int, 2> ready{};
-        if (pipe2(ready.data(), 0) != 0)
-            return;
-        const std::string descriptor = std::to_string(ready[1]);
-        process_ = fork();
-        if (process_ == 0) {
-            close(ready[0]);
-            const int silence = open("/dev/null", O_WRONLY);
-            dup2(silence, STDERR_FILENO);
-            execlp("Xvfb", "Xvfb", "-displayfd", descriptor.c_str(), "-screen", "0", "800x600x24", "-noreset",
-                "-nolisten", "tcp", static_cast<char*>(nullptr));
-            _exit(127);
-        }
-        close(ready[1]);
-        // The server writes its number when it takes connections.
-        char digit = 0;
-        while (read(ready[0], &digit, 1) == 1 && digit != '\n')
-            display_ += digit;
-        close(ready[0]);
-        if (!display_.empty())
-            display_ = ":" + display_;
     }
-    PrivateXServer(const PrivateXServer&) = delete;
-    PrivateXServer& operator=(const PrivateXServer&) = delete;
-    ~PrivateXServer() { stop(); }
 
     /// ":7", or empty when it did not start.
     const std::string& display() const { return display_; }
-
-    void stop()
-    {
-        if (process_ <= 0)
-            return;
-        kill(process_, SIGTERM);
-        waitpid(process_, nullptr, 0);
-        process_ = -1;
-    }
+    void stop() { server_.stop(); }
 
     /// Runs a program against this server.
     int run(std::vector<std::string> command) const
@@ -92,7 +63,7 @@ public:
     }
 
 private:
-    pid_t process_ = -1;
+    PrivateServer server_;
     std::string display_;
 };
 
