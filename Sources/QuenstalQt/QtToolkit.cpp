@@ -18,10 +18,6 @@ void choosePlatform()
 
 } // namespace
 
-struct QtToolkit::Translations {
-    QTranslator texts;
-};
-
 QtToolkit::QtToolkit(int& argc, char** argv)
 {
     choosePlatform();
@@ -34,9 +30,9 @@ QtToolkit::QtToolkit(int& argc, char** argv)
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Quenstal"));
     QGuiApplication::setDesktopFileName(QStringLiteral("app.quenstal.Quenstal"));
     application_ = std::make_unique<QGuiApplication>(argc, argv);
-    translations_ = std::make_unique<Translations>();
-    if (translations_->texts.load(QLocale(), QStringLiteral("quenstal"), QStringLiteral("_"), QStringLiteral(":/i18n")))
-        QGuiApplication::installTranslator(&translations_->texts);
+    texts_ = std::make_unique<QTranslator>();
+    if (texts_->load(QLocale(), QStringLiteral("quenstal"), QStringLiteral("_"), QStringLiteral(":/i18n")))
+        QGuiApplication::installTranslator(texts_.get());
 }
 
 QtToolkit::~QtToolkit() = default;

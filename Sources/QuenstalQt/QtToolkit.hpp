@@ -3,6 +3,7 @@
 #include <memory>
 
 class QGuiApplication;
+class QTranslator;
 
 namespace quenstal {
 
@@ -20,10 +21,8 @@ public:
     int run();
 
 private:
-    struct Translations;
-
     std::unique_ptr<QGuiApplication> application_;
-    std::unique_ptr<Translations> translations_;
+    std::unique_ptr<QTranslator> texts_;
 };
 
 } // namespace quenstal

@@ -178,7 +178,7 @@ TEST_F(JourneyTest, aDeniedBusIsNamedInTheGuideATurnLaterUntilAccessIsGiven)
     using Kind = DisplayBusProblem::Kind;
     machine.plugInMonitorOutput();
     machine.launch();
-    machine.busHealth.setProblems({{Kind::accessDenied, "/dev/i2c-5", "Left", "Join the group i2c."}});
+    machine.busHealth.setProblems({{Kind::accessDenied, "/dev/i2c-5", "Left", "Log in again."}});
     EXPECT_TRUE(machine.view().monitorProblems().empty());
     machine.loop.runUntilIdle();
     ASSERT_EQ(machine.view().monitorProblems().size(), 1u);

@@ -57,6 +57,13 @@ protected:
         ASSERT_NE(item, nullptr) << qPrintable(name);
         click(item->mapToScene(QPointF(item->width() / 2, item->height() / 2)));
     }
+    /// In eighths of a degree; a notch is 120.
+    void turnWheel(QPointF place, QPoint angle)
+    {
+        QWheelEvent wheel(
+            place, stage_->window().mapToGlobal(place), {}, angle, Qt::NoButton, {}, Qt::NoScrollPhase, false);
+        QGuiApplication::sendEvent(&stage_->window(), &wheel);
+    }
     void key(Qt::Key key, Qt::KeyboardModifiers modifiers = {}) { QTest::keyClick(&stage_->window(), key, modifiers); }
     QString focused()
     {
@@ -102,10 +109,7 @@ TEST_F(PanelViews, aDialThatIsNotControllableTakesNoPresses)
 TEST_F(PanelViews, theWheelStepsTheDialByTwo)
 {
     open("dial-software");
-    const QPointF place = dialOrigin + QPointF(83, 83);
-    QWheelEvent wheel(
-        place, stage_->window().mapToGlobal(place), {}, QPoint(0, 120), Qt::NoButton, {}, Qt::NoScrollPhase, false);
-    QGuiApplication::sendEvent(&stage_->window(), &wheel);
+    turnWheel(dialOrigin + QPointF(83, 83), {0, 120});
     EXPECT_THAT(percents_, ElementsAre(44));
 }
 
@@ -277,6 +281,27 @@ TEST_F(PanelViews, aBandFollowsThePointerInHalfDecibels)
     QTest::mouseMove(&stage_->window(), at(-20));
     QTest::mouseRelease(&stage_->window(), Qt::LeftButton, {}, at(-20));
     EXPECT_THAT(gains_, ElementsAre(Pair(0, -5), Pair(0, -7.5), Pair(0, -12)));
+}
+
+TEST_F(PanelViews, theWheelStepsABandAndThePreampByHalfADecibelANotch)
+{
+    open("equalizer");
+    const QPointF band(margin + 14 + 38 + 22.5, margin + 106 + 28 + 95);
+    const QPointF preamp(margin + 14 + 72 + 86, margin + 378 + 23);
+    const double gain = stage_->viewState().snapshot().eqProfile.bands.front().gainDB;
+    turnWheel(band, {0, 120});
+    turnWheel(preamp, {0, -120});
+    EXPECT_THAT(gains_, ElementsAre(Pair(0, gain + 0.5), Pair(-1, -3.5)));
+}
+
+TEST_F(PanelViews, aSmoothWheelStepsASliderOnceANotchAndASidewardsOneNever)
+{
+    open("equalizer");
+    const QPointF preamp(margin + 14 + 72 + 86, margin + 378 + 23);
+    turnWheel(preamp, {120, 0});
+    for (int part = 0; part < 4; ++part)
+        turnWheel(preamp, {0, 30});
+    EXPECT_THAT(gains_, ElementsAre(Pair(-1, -2.5)));
 }
 
 TEST_F(PanelViews, thePreampTakesArrowKeys)

@@ -3,7 +3,6 @@
 // A panel without a screen, for tests that look at its views and touch them.
 
 #include "Gallery/Stage.hpp"
-#include "QuenstalQt/Panel/ViewTypes.hpp"
 
 #include <string>
 
@@ -22,7 +21,6 @@ inline QQmlEngine& sharedEngine()
         static char* argv[] = {name, nullptr};
         gallery::prepareEnvironment(QUENSTAL_TEST_SCALE);
         new QGuiApplication(argc, argv);
-        registerViewTypes();
         return new QQmlEngine;
     }();
     return *engine;

@@ -1,5 +1,6 @@
 #include "QuenstalQt/Artwork/Items.hpp"
 
+#include "QuenstalQt/Artwork/Colors.hpp"
 #include "QuenstalQt/Artwork/Symbols.hpp"
 
 #include <algorithm>
@@ -27,12 +28,6 @@ QPainterPath roundedPath(const QRectF& rect, qreal radius)
     const qreal fitting = std::min({radius, rect.width() / 2, rect.height() / 2});
     path.addRoundedRect(rect, fitting, fitting);
     return path;
-}
-
-QColor withAlpha(QColor color, qreal alpha)
-{
-    color.setAlphaF(static_cast<float>(alpha));
-    return color;
 }
 
 /// Faint grain: without it the slow gradients of the glass show bands.

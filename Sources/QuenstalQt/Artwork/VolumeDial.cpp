@@ -1,5 +1,7 @@
 #include "QuenstalQt/Artwork/VolumeDial.hpp"
 
+#include "QuenstalQt/Artwork/Colors.hpp"
+
 #include <algorithm>
 
 #include <QMouseEvent>
@@ -30,12 +32,6 @@ ArcColors arcColors(bool isLit, bool hardware)
     if (hardware)
         return {QColor(16, 176, 134), QColor(52, 217, 155), QColor(164, 255, 205)};
     return {QColor(64, 92, 255), QColor(58, 158, 255), QColor(134, 228, 255)};
-}
-
-QColor withAlpha(QColor color, qreal alpha)
-{
-    color.setAlphaF(static_cast<float>(alpha));
-    return color;
 }
 
 QPen roundPen(const QBrush& brush, qreal width)

@@ -4,6 +4,7 @@
 #include "QuenstalQt/Desktop/QtPanelWindow.hpp"
 #include "QuenstalQt/Desktop/SettingsLinks.hpp"
 #include "QuenstalQt/Feedback/KeyFeedbackPresenter.hpp"
+#include "QuenstalQt/Panel/CoreTexts.hpp"
 #include "QuenstalQt/Tray/TrayStatusItem.hpp"
 
 #include <algorithm>
@@ -200,26 +201,26 @@ void QtDesktop::showAlert(const Alert& alert, std::function<void(AlertResponse)>
 {
     QStringList buttons;
     for (const std::string& button : alert.buttons)
-        buttons << PanelModel::shown(button);
+        buttons << shownText(button);
     // On a later turn, whoever answers.
     const auto answer = [state = state_.get(), answered = std::move(answered)](int button) {
         QMetaObject::invokeMethod(
             state, [answered, button] { answered(alertFirstButtonReturn + button); }, Qt::QueuedConnection);
     };
     if (state_->panel)
-        state_->panel->ask(PanelModel::shown(alert.message), PanelModel::shown(alert.informativeText), buttons, answer);
+        state_->panel->ask(shownText(alert.message), shownText(alert.informativeText), buttons, answer);
     else
         answer(static_cast<int>(buttons.size()) - 1);
 }
 
 void QtDesktop::showNotice(std::string_view title, std::string_view text)
 {
-    const QString shownTitle = PanelModel::shown(std::string(title));
-    const QString shownText = PanelModel::shown(std::string(text));
+    const QString heading = shownText(std::string(title));
+    const QString explanation = shownText(std::string(text));
     if (state_->panel && state_->panel->isVisible())
-        state_->panel->explain(shownTitle, shownText);
+        state_->panel->explain(heading, explanation);
     else
-        notify(shownTitle, shownText);
+        notify(heading, explanation);
 }
 
 void QtDesktop::showKeyFeedback(const KeyFeedback& feedback)

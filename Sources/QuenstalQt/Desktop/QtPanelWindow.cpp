@@ -1,10 +1,10 @@
 #include "QuenstalQt/Desktop/QtPanelWindow.hpp"
 
 #include "QuenstalQt/Desktop/KeyEvents.hpp"
+#include "QuenstalQt/Panel/CoreTexts.hpp"
 
 #include <utility>
 
-#include <QCoreApplication>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
@@ -219,7 +219,7 @@ void QtPanelWindow::explain(const QString& title, const QString& text)
 {
     if (isAsking() && questions_.back().isExplanation)
         questions_.back().question->answer(0);
-    push(title, text, {QCoreApplication::translate("Core", "OK")}, true, [](int) {});
+    push(title, text, {shownText("OK")}, true, [](int) {});
 }
 
 void QtPanelWindow::push(const QString& title, const QString& text, const QStringList& buttons, bool isExplanation,

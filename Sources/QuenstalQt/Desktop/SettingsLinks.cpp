@@ -18,21 +18,22 @@ struct Page {
     /// A word of XDG_CURRENT_DESKTOP; empty fits every desktop.
     const char* desktop;
     const char* program;
-    std::array<const char*, 1> arguments;
+    /// Null starts it without.
+    const char* argument;
 };
 
 /// Each desktop's own sound page first, then the mixers that stand alone.
 constexpr std::array<Page, 10> soundPages{{
-    {"GNOME", "gnome-control-center", {"sound"}},
-    {"KDE", "systemsettings", {"kcm_pulseaudio"}},
-    {"KDE", "systemsettings5", {"kcm_pulseaudio"}},
-    {"Cinnamon", "cinnamon-settings", {"sound"}},
-    {"MATE", "mate-volume-control", {nullptr}},
-    {"Budgie", "budgie-control-center", {"sound"}},
-    {"", "pavucontrol", {nullptr}},
-    {"", "pavucontrol-qt", {nullptr}},
-    {"", "pwvucontrol", {nullptr}},
-    {"", "gnome-control-center", {"sound"}},
+    {"GNOME", "gnome-control-center", "sound"},
+    {"KDE", "systemsettings", "kcm_pulseaudio"},
+    {"KDE", "systemsettings5", "kcm_pulseaudio"},
+    {"Cinnamon", "cinnamon-settings", "sound"},
+    {"MATE", "mate-volume-control", nullptr},
+    {"Budgie", "budgie-control-center", "sound"},
+    {"", "pavucontrol", nullptr},
+    {"", "pavucontrol-qt", nullptr},
+    {"", "pwvucontrol", nullptr},
+    {"", "gnome-control-center", "sound"},
 }};
 
 bool fits(const Page& page, const QString& desktops)
@@ -45,11 +46,7 @@ bool start(const Page& page)
     const QString program = QStandardPaths::findExecutable(QLatin1String(page.program));
     if (program.isEmpty())
         return false;
-    QStringList arguments;
-    for (const char* argument : page.arguments) {
-        if (argument)
-            arguments << QLatin1String(argument);
-    }
+    const QStringList arguments = page.argument ? QStringList(QLatin1String(page.argument)) : QStringList();
     return QProcess::startDetached(program, arguments);
 }
 

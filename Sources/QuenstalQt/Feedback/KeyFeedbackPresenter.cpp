@@ -1,7 +1,7 @@
 #include "QuenstalQt/Feedback/KeyFeedbackPresenter.hpp"
 
 #include "QuenstalQt/Desktop/Views.hpp"
-#include "QuenstalQt/Panel/PanelModel.hpp"
+#include "QuenstalQt/Panel/CoreTexts.hpp"
 
 #include <chrono>
 
@@ -20,11 +20,6 @@ constexpr int shadowMargin = 26;
 /// Free space below the bar, in parts of the screen's height.
 constexpr double below = 0.12;
 
-QString text(const std::string& text)
-{
-    return PanelModel::shown(text);
-}
-
 bool isMuted(const KeyFeedback& feedback)
 {
     return feedback.symbolName == "speaker.slash.fill";
@@ -40,7 +35,7 @@ QDBusMessage callOfPlasma(const KeyFeedback& feedback, const QDBusMessage&)
     if (feedback.percent)
         call << (isMuted(feedback) ? 0 : *feedback.percent);
     else
-        call << QStringLiteral("audio-volume-muted") << text(feedback.text);
+        call << QStringLiteral("audio-volume-muted") << shownText(feedback.text);
     return call;
 }
 
@@ -57,7 +52,7 @@ QDBusMessage callOfNotifications(const KeyFeedback& feedback, const QDBusMessage
         notifications, QStringLiteral("/org/freedesktop/Notifications"), notifications, QStringLiteral("Notify"));
     call << QStringLiteral("Quenstal") << lastAnswer.arguments().value(0).toUInt()
          << (isMuted(feedback) ? QStringLiteral("audio-volume-muted") : QStringLiteral("audio-volume-high"))
-         << (feedback.percent ? text(feedback.title) : QStringLiteral("Quenstal")) << text(feedback.text)
+         << (feedback.percent ? shownText(feedback.title) : QStringLiteral("Quenstal")) << shownText(feedback.text)
          << QStringList() << hints << static_cast<int>(shownFor.count());
     return call;
 }
@@ -101,8 +96,8 @@ void KeyFeedbackPresenter::showBar(const KeyFeedback& feedback)
     if (!bar_)
         loadBar();
     bar_->setProperty("symbol", QString::fromStdString(feedback.symbolName));
-    bar_->setProperty("title", text(feedback.title));
-    bar_->setProperty("text", text(feedback.text));
+    bar_->setProperty("title", shownText(feedback.title));
+    bar_->setProperty("text", shownText(feedback.text));
     bar_->setProperty("percent", feedback.percent.value_or(-1));
     bar_->setProperty("muted", isMuted(feedback));
     if (!window_->isVisible()) {

@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include <QtCore/qglobal.h>
+#include <QCoreApplication>
 
 namespace quenstal {
 
@@ -87,13 +87,20 @@ constexpr std::array texts{
     QT_TRANSLATE_NOOP("Core", "%1 takes no volume over %2."),
     QT_TRANSLATE_NOOP("Core", "%1: the driver of %2 hangs."),
     QT_TRANSLATE_NOOP("Core", "%1 cannot be reached over DDC/CI."),
-    QT_TRANSLATE_NOOP("Core", "Install the udev rule 70-quenstal-i2c.rules, or join the group i2c, and log in again."),
+    QT_TRANSLATE_NOOP("Core",
+        "Install the package and log in again: its udev rule 70-quenstal-i2c.rules lets in whoever sits at the "
+        "screen."),
     QT_TRANSLATE_NOOP("Core", "Switch on DDC/CI in the monitor's own menu."),
     QT_TRANSLATE_NOOP("Core", "Unplug the monitor and plug it in again."),
     QT_TRANSLATE_NOOP("Core", "Load the kernel module i2c-dev."),
 };
 
 } // namespace
+
+QString shownText(const std::string& text)
+{
+    return QCoreApplication::translate("Core", text.c_str());
+}
 
 std::span<const char* const> coreTexts()
 {

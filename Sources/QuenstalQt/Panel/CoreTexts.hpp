@@ -1,11 +1,16 @@
 #pragma once
 
+#include <string>
+
+#include <QString>
 #include <span>
 
 namespace quenstal {
 
-/// The fixed texts that reach the views as values, from the rooms below. Listed here for the translators: those rooms
-/// know no toolkit. `PanelModel::shown` looks them up under the context "Core".
+/// A text from the rooms below in the user's language. What is no fixed text of theirs, as an output's name, stays.
+QString shownText(const std::string& text);
+
+/// The fixed texts of those rooms, which know no toolkit: listed for the translators under the context "Core".
 std::span<const char* const> coreTexts();
 
 } // namespace quenstal

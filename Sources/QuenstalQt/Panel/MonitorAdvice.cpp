@@ -1,6 +1,6 @@
 #include "QuenstalQt/Panel/MonitorAdvice.hpp"
 
-#include "QuenstalQt/Panel/PanelModel.hpp"
+#include "QuenstalQt/Panel/CoreTexts.hpp"
 
 #include <iterator>
 
@@ -30,8 +30,8 @@ QString described(const DisplayBusProblem& problem)
 {
     const QString monitor = QString::fromStdString(problem.monitor);
     if (problem.device.empty())
-        return PanelModel::shown("%1 cannot be reached over DDC/CI.").arg(monitor);
-    return PanelModel::shown(statementOf(problem)).arg(monitor, QString::fromStdString(problem.device));
+        return shownText("%1 cannot be reached over DDC/CI.").arg(monitor);
+    return shownText(statementOf(problem)).arg(monitor, QString::fromStdString(problem.device));
 }
 
 } // namespace
@@ -44,7 +44,7 @@ QString monitorAdvice(const std::vector<DisplayBusProblem>& problems)
         const auto next = std::next(problem);
         const bool isSaidLater = next != problems.end() && next->remedy == problem->remedy;
         if (!problem->remedy.empty() && !isSaidLater)
-            sentences << PanelModel::shown(problem->remedy);
+            sentences << shownText(problem->remedy);
     }
     return sentences.join(' ');
 }

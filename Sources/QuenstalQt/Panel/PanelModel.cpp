@@ -6,7 +6,6 @@
 #include <algorithm>
 
 #include <QCoreApplication>
-#include <QLocale>
 
 namespace quenstal {
 
@@ -41,11 +40,6 @@ PanelModel::PanelModel(GlassDialViewState& state, QObject* parent)
 PanelModel::~PanelModel()
 {
     state_.removeObserver(*this);
-}
-
-QString PanelModel::shown(const std::string& text)
-{
-    return QCoreApplication::translate("Core", text.c_str());
 }
 
 void PanelModel::propertyWillChange(Property property)
@@ -97,7 +91,7 @@ void PanelModel::announceSnapshot()
 
 QString PanelModel::outputName() const
 {
-    return shown(snapshot().outputName);
+    return shownText(snapshot().outputName);
 }
 
 QString PanelModel::modeKind() const
@@ -119,14 +113,14 @@ QString PanelModel::modeKind() const
 
 QString PanelModel::eqUnavailableReason() const
 {
-    return shown(snapshot().eqUnavailableReason);
+    return shownText(snapshot().eqUnavailableReason);
 }
 
 QStringList PanelModel::presetNames()
 {
     QStringList names;
     for (const EQPresetName preset : allCases<EQPresetName>())
-        names << shown(std::string(displayName(preset)));
+        names << shownText(std::string(displayName(preset)));
     return names;
 }
 
@@ -157,7 +151,7 @@ QStringList PanelModel::bandLabels() const
 {
     QStringList labels;
     for (const EQBand& band : snapshot().eqProfile.bands)
-        labels << shown(band.label);
+        labels << shownText(band.label);
     return labels;
 }
 
@@ -200,9 +194,9 @@ QString PanelModel::outputSummary() const
     const std::string& summary = setup().outputSummary;
     const std::size_t split = summary.rfind(outputSummarySeparator);
     if (split == std::string::npos)
-        return shown(summary);
-    return shown(summary.substr(0, split)) + fromView(outputSummarySeparator)
-        + shown(summary.substr(split + outputSummarySeparator.size()));
+        return shownText(summary);
+    return shownText(summary.substr(0, split)) + fromView(outputSummarySeparator)
+        + shownText(summary.substr(split + outputSummarySeparator.size()));
 }
 
 bool PanelModel::hasCapturedKey() const
@@ -217,10 +211,11 @@ QString PanelModel::lastCapture() const
     const std::string& description = state_.lastMediaKeyCaptureDescription();
     const std::size_t split = description.rfind(separator);
     if (split == std::string::npos)
-        return shown(description);
+        return shownText(description);
     //: %1 is a key, %2 the time of day
     return QCoreApplication::translate("Core", "%1 at %2")
-        .arg(shown(description.substr(0, split)), QString::fromStdString(description.substr(split + separator.size())));
+        .arg(shownText(description.substr(0, split)),
+            QString::fromStdString(description.substr(split + separator.size())));
 }
 
 QString PanelModel::monitorAdvice() const

@@ -2,6 +2,7 @@
 
 #include "QuenstalApp/StatusMenuController/GlassArcDial.hpp"
 #include "QuenstalApp/StatusMenuController/GlassDialViewState.hpp"
+#include "QuenstalQt/Panel/CoreTexts.hpp"
 
 #include <QList>
 #include <QObject>
@@ -72,28 +73,22 @@ class PanelModel : public QObject, private GlassDialViewState::Observer {
     Q_PROPERTY(bool keyboardInUse READ isKeyboardInUse NOTIFY keyboardInUseChanged)
 
 public:
-    /// Decibels at the upper edge of the equaliser's plot: above the sliders' 12, for where bands add up.
-    static constexpr double plotRange = 15;
-
     /// The state must outlive the model.
     explicit PanelModel(GlassDialViewState& state, QObject* parent = nullptr);
     ~PanelModel() override;
 
-    /// A text of the core in the user's language. What is not a fixed text comes back as it is.
-    static QString shown(const std::string& text);
-
     QString outputName() const;
-    QString modeLabel() const { return shown(snapshot().modeLabel); }
+    QString modeLabel() const { return shownText(snapshot().modeLabel); }
     QString modeKind() const;
-    QString statusTitle() const { return shown(snapshot().statusTitle); }
+    QString statusTitle() const { return shownText(snapshot().statusTitle); }
     QString statusSymbol() const { return QString::fromStdString(snapshot().statusSymbolName); }
     int levelPercent() const { return static_cast<int>(snapshot().levelPercent); }
     bool isMuted() const { return snapshot().isMuted; }
     bool isEnabled() const { return snapshot().isEnabled; }
     bool isControllable() const { return snapshot().isControllable; }
     bool showsDDCBanner() const { return snapshot().showsDDCBanner; }
-    QString primaryDiagnostic() const { return shown(snapshot().primaryDiagnostic.value_or("")); }
-    QString eqChipSubtitle() const { return shown(snapshot().eqChipSubtitle); }
+    QString primaryDiagnostic() const { return shownText(snapshot().primaryDiagnostic.value_or("")); }
+    QString eqChipSubtitle() const { return shownText(snapshot().eqChipSubtitle); }
     bool isEQEnabled() const { return snapshot().eqEnabled; }
     bool isEQAvailable() const { return snapshot().eqAvailable; }
     bool eqCanSwitchToSoftware() const { return snapshot().eqCanSwitchToSoftware; }
@@ -117,18 +112,18 @@ public:
     bool isClipping() const { return snapshot().eqLevels.clipping; }
 
     QString outputSummary() const;
-    QString hardwareSummary() const { return shown(setup().hardwareSummary); }
-    QString softwareSummary() const { return shown(setup().softwareSummary); }
-    QString accessibilityStatus() const { return shown(setup().accessibilityStatus); }
-    QString accessibilityActionTitle() const { return shown(setup().accessibilityActionTitle); }
-    QString audioCaptureStatus() const { return shown(setup().audioCaptureStatus); }
-    QString audioCaptureActionTitle() const { return shown(setup().audioCaptureActionTitle); }
+    QString hardwareSummary() const { return shownText(setup().hardwareSummary); }
+    QString softwareSummary() const { return shownText(setup().softwareSummary); }
+    QString accessibilityStatus() const { return shownText(setup().accessibilityStatus); }
+    QString accessibilityActionTitle() const { return shownText(setup().accessibilityActionTitle); }
+    QString audioCaptureStatus() const { return shownText(setup().audioCaptureStatus); }
+    QString audioCaptureActionTitle() const { return shownText(setup().audioCaptureActionTitle); }
     bool isAccessibilityGranted() const { return !state_.permissionNeeds().accessibility; }
     bool isAudioCaptureNeeded() const { return state_.permissionNeeds().audioCapture; }
     bool isCaptureActive() const { return state_.mediaKeyCaptureActive(); }
     bool hasCapturedKey() const;
     QString lastCapture() const;
-    QString captureAdvice() const { return shown(state_.captureAdvice()); }
+    QString captureAdvice() const { return shownText(state_.captureAdvice()); }
     QString monitorAdvice() const;
 
     /// "dial", "setup" or "equalizer".

@@ -1,7 +1,7 @@
 #include "QuenstalQt/Tray/TrayStatusItem.hpp"
 
 #include "QuenstalQt/Artwork/Symbols.hpp"
-#include "QuenstalQt/Panel/PanelModel.hpp"
+#include "QuenstalQt/Panel/CoreTexts.hpp"
 
 #include <chrono>
 #include <utility>
@@ -24,17 +24,8 @@ const QColor standardColor(246, 247, 250);
 const QColor secondaryColor(160, 164, 174);
 const QColor contourColor(0, 0, 0, 88);
 
-/// Hosts report pixels; the program thinks in points.
-std::optional<Point> inPoints(int x, int y)
-{
-    if (x == 0 && y == 0)
-        return std::nullopt;
-    const QScreen* screen = QGuiApplication::primaryScreen();
-    const qreal density = screen ? screen->devicePixelRatio() : 1;
-    return Point{x / density, y / density};
-}
-
-/// Each screen begins where it does in pixels, and is so many points large as its density leaves.
+/// Trays report pixels, the program thinks in points. Each screen begins where it does in pixels, and is so many points
+/// large as its density leaves.
 Rect inPoints(const WindowSystem::PixelRect& rect)
 {
     const auto screens = QGuiApplication::screens();
@@ -46,6 +37,15 @@ Rect inPoints(const WindowSystem::PixelRect& rect)
                 rect.width / density, rect.height / density};
     }
     return {qreal(rect.x), qreal(rect.y), qreal(rect.width), qreal(rect.height)};
+}
+
+/// Hosts that do not know where they were clicked say the corner.
+std::optional<Point> placeOfClick(int x, int y)
+{
+    if (x == 0 && y == 0)
+        return std::nullopt;
+    const Rect place = inPoints({x, y, 0, 0});
+    return Point{place.x, place.y};
 }
 
 std::vector<std::uint32_t> pixelsOf(const QImage& image)
@@ -67,7 +67,7 @@ TrayStatusItem::TrayStatusItem(StatusItemHandler& handler, WindowSystem* windowS
     , windowSystem_(windowSystem)
 {
     QObject::connect(
-        &notifier_, &StatusNotifierItem::activated, this, [this](int x, int y) { activate(inPoints(x, y)); });
+        &notifier_, &StatusNotifierItem::activated, this, [this](int x, int y) { activate(placeOfClick(x, y)); });
     QObject::connect(
         &notifier_, &StatusNotifierItem::secondaryActivated, this, [this] { handler_.statusItemSecondaryActivated(); });
     QObject::connect(
@@ -131,7 +131,7 @@ void TrayStatusItem::setAppearance(const StatusButtonAppearance& appearance)
 void TrayStatusItem::showAppearance()
 {
     notifier_.setIcon(images());
-    const QString title = PanelModel::shown(QString::fromStdString(appearance_.title).trimmed().toStdString());
+    const QString title = shownText(QString::fromStdString(appearance_.title).trimmed().toStdString());
     notifier_.setTexts(QLatin1Char(' ') + title, title);
     if (embedded_)
         embedded_->show("Quenstal " + title.toStdString());

@@ -74,7 +74,6 @@ Item {
                     id: slider
                     anchors.fill: parent
                     shownValue: column.gain
-                    value: shownValue
                     label: plot.panel.bandLabels[column.index] ?? ""
                     hertz: plot.panel.bandHertz[column.index] ?? ""
                     chosen: column.chosen

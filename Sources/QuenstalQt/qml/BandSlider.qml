@@ -2,42 +2,18 @@ import QtQuick
 import Quenstal.Artwork
 
 // One band: a vertical slider from −12 to +12 dB on the plot's scale.
-Item {
+GainSlider {
     id: slider
 
-    property real value: 0
-    readonly property real minimumValue: -12
-    readonly property real maximumValue: 12
-    readonly property real stepSize: 0.5
-    property real shownValue: 0
     property string label
     property string hertz
     property bool chosen: false
-    property bool active: true
     readonly property real pointsPerDecibel: height / 30
     readonly property real middle: height / 2
-    signal moved(real gain)
 
-    function gainAt(y) {
-        const gain = Math.round((middle - y) / pointsPerDecibel * 2) / 2
-        return Math.max(minimumValue, Math.min(maximumValue, gain))
-    }
+    function gainAt(y) { return rounded((middle - y) / pointsPerDecibel) }
 
-    activeFocusOnTab: true
-    Accessible.role: Accessible.Slider
     Accessible.name: hertz.endsWith("k") ? qsTr("%1 kHz").arg(hertz.slice(0, -1)) : qsTr("%1 Hz").arg(hertz)
-    Accessible.description: qsTr("%1 dB").arg(Theme.decibels(shownValue))
-    Accessible.focusable: true
-    Accessible.onIncreaseAction: moved(Math.min(maximumValue, shownValue + stepSize))
-    Accessible.onDecreaseAction: moved(Math.max(minimumValue, shownValue - stepSize))
-
-    // Assistive technology writes the value; what is shown stays the profile's.
-    onValueChanged: {
-        if (value === shownValue)
-            return
-        moved(value)
-        value = Qt.binding(() => shownValue)
-    }
 
     GlassGroove {
         x: (parent.width - width) / 2
@@ -80,9 +56,6 @@ Item {
         }
         onPositionChanged: (mouse) => slider.moved(slider.gainAt(mouse.y - grip))
         onDoubleClicked: slider.moved(0)
-        onWheel: (wheel) => {
-            const step = wheel.angleDelta.y > 0 ? slider.stepSize : wheel.angleDelta.y < 0 ? -slider.stepSize : 0
-            slider.moved(Math.max(slider.minimumValue, Math.min(slider.maximumValue, slider.shownValue + step)))
-        }
+        onWheel: (wheel) => slider.turn(wheel.angleDelta.y)
     }
 }

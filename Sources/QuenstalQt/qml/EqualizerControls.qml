@@ -40,7 +40,6 @@ Item {
             width: 172
             anchors.verticalCenter: parent.verticalCenter
             shownValue: controls.panel.preampDB
-            value: shownValue
             active: controls.panel.eqEnabled
             onMoved: (gain) => { if (gain !== shownValue) controls.panel.setPreamp(gain) }
         }

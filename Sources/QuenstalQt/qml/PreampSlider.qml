@@ -1,39 +1,20 @@
 import QtQuick
 import Quenstal.Artwork
 
-Item {
+// The preamp: a horizontal slider.
+GainSlider {
     id: slider
 
-    property real value: 0
-    readonly property real minimumValue: -12
-    readonly property real maximumValue: 6
-    readonly property real stepSize: 0.5
-    property real shownValue: 0
-    property bool active: true
     readonly property real travel: width - 20
-    signal moved(real gain)
 
     function xOf(gain) { return 10 + travel * (gain - minimumValue) / (maximumValue - minimumValue) }
-    function gainAt(x) { return bounded(Math.round(((x - 10) / travel * (maximumValue - minimumValue) + minimumValue) * 2) / 2) }
-    function bounded(gain) { return Math.max(minimumValue, Math.min(maximumValue, gain)) }
+    function gainAt(x) { return rounded((x - 10) / travel * (maximumValue - minimumValue) + minimumValue) }
 
+    maximumValue: 6
     height: 26
-    activeFocusOnTab: true
-    Accessible.role: Accessible.Slider
     Accessible.name: qsTr("Preamp")
-    Accessible.description: qsTr("%1 dB").arg(Theme.decibels(shownValue))
-    Accessible.focusable: true
-    Accessible.onIncreaseAction: moved(bounded(shownValue + stepSize))
-    Accessible.onDecreaseAction: moved(bounded(shownValue - stepSize))
-    Keys.onLeftPressed: moved(bounded(shownValue - stepSize))
-    Keys.onRightPressed: moved(bounded(shownValue + stepSize))
-
-    onValueChanged: {
-        if (value === shownValue)
-            return
-        moved(value)
-        value = Qt.binding(() => shownValue)
-    }
+    Keys.onLeftPressed: step(-1)
+    Keys.onRightPressed: step(1)
 
     GlassGroove {
         x: 8
@@ -80,6 +61,6 @@ Item {
         }
         onPositionChanged: (mouse) => slider.moved(slider.gainAt(mouse.x))
         onDoubleClicked: slider.moved(0)
-        onWheel: (wheel) => slider.moved(slider.bounded(slider.shownValue + (wheel.angleDelta.y > 0 ? slider.stepSize : -slider.stepSize)))
+        onWheel: (wheel) => slider.turn(wheel.angleDelta.y)
     }
 }

@@ -28,7 +28,6 @@ QtObject {
     readonly property color focus: "#a9cbff"
 
     readonly property int edge: 14
-    readonly property int quick: 120
 
     // Set by the keyboard, cleared by the pointer: the ring is for those who need it.
     property bool showsFocus: false

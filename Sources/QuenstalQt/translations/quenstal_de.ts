@@ -2,25 +2,10 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de" sourcelanguage="en">
 <context>
-    <name>Meters</name>
-    <message>
-        <source>L</source>
-        <translation>L</translation>
-    </message>
-    <message>
-        <source>R</source>
-        <translation>R</translation>
-    </message>
-</context>
-<context>
     <name>BandSlider</name>
     <message>
         <source>%1 Hz</source>
         <translation>%1 Hz</translation>
-    </message>
-    <message>
-        <source>%1 dB</source>
-        <translation>%1 dB</translation>
     </message>
     <message>
         <source>%1 kHz</source>
@@ -305,7 +290,7 @@
         <translation>Quenstal die Lautstärketasten geben</translation>
     </message>
     <message>
-        <source>Another program uses the volume keys, most often the desktop itself. Open the keyboard shortcuts in the desktop's settings and free "Raise volume", "Lower volume" and "Mute". Quenstal takes the keys as soon as they are free.</source>
+        <source>Another program uses the volume keys, most often the desktop itself. Open the keyboard shortcuts in the desktop&apos;s settings and free &quot;Raise volume&quot;, &quot;Lower volume&quot; and &quot;Mute&quot;. Quenstal takes the keys as soon as they are free.</source>
         <translation>Ein anderes Programm nutzt die Tasten, meist der Desktop selbst. Geben Sie in dessen Tastenkürzeln „Lauter“, „Leiser“ und „Stumm“ frei. Quenstal übernimmt sie dann.</translation>
     </message>
     <message>
@@ -337,10 +322,6 @@
         <translation>%1 ist über DDC/CI nicht erreichbar.</translation>
     </message>
     <message>
-        <source>Install the udev rule 70-quenstal-i2c.rules, or join the group i2c, and log in again.</source>
-        <translation>Installieren Sie die udev-Regel 70-quenstal-i2c.rules oder treten Sie der Gruppe i2c bei, und melden Sie sich neu an.</translation>
-    </message>
-    <message>
         <source>Switch on DDC/CI in the monitor&apos;s own menu.</source>
         <translation>Schalten Sie DDC/CI im Menü des Monitors ein.</translation>
     </message>
@@ -356,6 +337,10 @@
         <source>%1 at %2</source>
         <extracomment>%1 is a key, %2 the time of day</extracomment>
         <translation>%1 um %2</translation>
+    </message>
+    <message>
+        <source>Install the package and log in again: its udev rule 70-quenstal-i2c.rules lets in whoever sits at the screen.</source>
+        <translation>Installieren Sie das Paket und melden Sie sich neu an: Seine udev-Regel 70-quenstal-i2c.rules lässt ein, wer am Bildschirm sitzt.</translation>
     </message>
 </context>
 <context>
@@ -454,10 +439,28 @@
     </message>
 </context>
 <context>
+    <name>GainSlider</name>
+    <message>
+        <source>%1 dB</source>
+        <translation>%1 dB</translation>
+    </message>
+</context>
+<context>
     <name>Header</name>
     <message>
         <source>Back</source>
         <translation>Zurück</translation>
+    </message>
+</context>
+<context>
+    <name>Meters</name>
+    <message>
+        <source>L</source>
+        <translation>L</translation>
+    </message>
+    <message>
+        <source>R</source>
+        <translation>R</translation>
     </message>
 </context>
 <context>
@@ -496,10 +499,6 @@
     <message>
         <source>Preamp</source>
         <translation>Vorverst.</translation>
-    </message>
-    <message>
-        <source>%1 dB</source>
-        <translation>%1 dB</translation>
     </message>
 </context>
 <context>

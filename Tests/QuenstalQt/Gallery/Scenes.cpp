@@ -163,7 +163,8 @@ constexpr const char* takenKeys
 DisplayBusProblem deniedMonitor()
 {
     return {DisplayBusProblem::Kind::accessDenied, "/dev/i2c-5", "Desk Monitor 27",
-        "Install the udev rule 70-quenstal-i2c.rules, or join the group i2c, and log in again."};
+        "Install the package and log in again: its udev rule 70-quenstal-i2c.rules lets in whoever sits at the "
+        "screen."};
 }
 
 void addSetupScenes(std::vector<Scene>& scenes)

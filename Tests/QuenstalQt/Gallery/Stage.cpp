@@ -1,10 +1,12 @@
 #include "Gallery/Stage.hpp"
 
+#include "QuenstalQt/Desktop/Views.hpp"
+#include "QuenstalQt/Panel/CoreTexts.hpp"
+
 #include <algorithm>
 #include <cstdlib>
 
 #include <QGuiApplication>
-#include <QQmlComponent>
 
 namespace quenstal::gallery {
 
@@ -44,15 +46,6 @@ void prepareEnvironment(double scale)
     qputenv("FONTCONFIG_FILE", QUENSTAL_TEST_FONTS);
 }
 
-std::unique_ptr<QQuickItem> makeView(QQmlEngine& engine, const char* name, const QVariantMap& properties)
-{
-    QQmlComponent component(&engine, QUrl(QStringLiteral("qrc:/Quenstal/Views/%1.qml").arg(QLatin1String(name))));
-    if (!component.isReady())
-        qFatal("%s", qPrintable(component.errorString()));
-    auto* item = qobject_cast<QQuickItem*>(component.createWithInitialProperties(properties));
-    return std::unique_ptr<QQuickItem>(item);
-}
-
 Stage::Stage(QQmlEngine& engine, const Scene& scene)
     : viewState_(GlassDialSnapshot(scene.state), SetupGuideSnapshot(scene.state))
     , model_(viewState_)
@@ -65,12 +58,12 @@ Stage::Stage(QQmlEngine& engine, const Scene& scene)
     if (scene.alert) {
         QStringList buttons;
         for (const std::string& button : scene.alert->buttons)
-            buttons << PanelModel::shown(button);
+            buttons << shownText(button);
         question_ = std::make_unique<Question>(
-            PanelModel::shown(scene.alert->message), PanelModel::shown(scene.alert->informativeText), buttons, nullptr);
+            shownText(scene.alert->message), shownText(scene.alert->informativeText), buttons, nullptr);
     }
     const int margin = scene.hasCompositor ? shadowMargin : 0;
-    root_ = makeView(engine, "PanelRoot",
+    root_ = createView(engine, "PanelRoot",
         {{"panel", QVariant::fromValue(&model_)}, {"margin", margin}, {"translucent", scene.hasCompositor},
             {"question", QVariant::fromValue<QObject*>(question_.get())}});
     window_.resize(panelWidth + 2 * margin, panelHeight(viewState_) + 2 * margin);
@@ -92,9 +85,9 @@ QImage Stage::picture()
 }
 
 FeedbackStage::FeedbackStage(QQmlEngine& engine, const KeyFeedback& feedback)
-    : root_(makeView(engine, "KeyFeedback",
+    : root_(createView(engine, "KeyFeedback",
         {{"margin", shadowMargin}, {"symbol", QString::fromStdString(feedback.symbolName)},
-            {"title", PanelModel::shown(feedback.title)}, {"text", PanelModel::shown(feedback.text)},
+            {"title", shownText(feedback.title)}, {"text", shownText(feedback.text)},
             {"percent", feedback.percent.value_or(-1)}, {"muted", feedback.symbolName == "speaker.slash.fill"}}))
 {
     window_.resize(300 + 2 * shadowMargin, 60 + 2 * shadowMargin);

@@ -55,7 +55,4 @@ private:
     std::unique_ptr<QQuickItem> root_;
 };
 
-/// Makes a view of the module; ends the program with the errors when it cannot be made.
-std::unique_ptr<QQuickItem> makeView(QQmlEngine& engine, const char* name, const QVariantMap& properties);
-
 } // namespace quenstal::gallery

@@ -3,7 +3,6 @@
 
 #include "Gallery/Scenes.hpp"
 #include "Gallery/Stage.hpp"
-#include "QuenstalQt/Panel/ViewTypes.hpp"
 
 #include <algorithm>
 #include <cstdio>
@@ -108,7 +107,6 @@ int main(int argc, char** argv)
     }
     gallery::prepareEnvironment(argc > 2 ? std::atof(argv[2]) : 1);
     QGuiApplication application(argc, argv);
-    registerViewTypes();
     QDir().mkpath(argv[1]);
 
     const QStringList arguments = QGuiApplication::arguments();
