@@ -225,19 +225,21 @@ void QtPanelWindow::explain(const QString& title, const QString& text)
 void QtPanelWindow::push(const QString& title, const QString& text, const QStringList& buttons, bool isExplanation,
     std::function<void(int)> answered)
 {
-    auto finish = [this, answered = std::move(answered)](int button) {
+    const auto asked = questions_.emplace(questions_.end());
+    auto finish = [this, asked, answered = std::move(answered)](int button) {
         // The question's own button is on the stack: it goes on a later turn.
-        questions_.front().question.release()->deleteLater();
-        questions_.pop_front();
+        asked->question.release()->deleteLater();
+        questions_.erase(asked);
         showQuestion();
         answered(button);
     };
-    auto question = std::make_unique<Question>(title, text, buttons, std::move(finish));
-    questions_.push_back({std::move(question), static_cast<int>(buttons.size()) - 1, isExplanation});
-    if (!isVisible())
-        questions_.back().question->answer(questions_.back().lastButton);
-    else if (questions_.size() == 1)
+    asked->question = std::make_unique<Question>(title, text, buttons, std::move(finish));
+    asked->lastButton = static_cast<int>(buttons.size()) - 1;
+    asked->isExplanation = isExplanation;
+    if (isVisible())
         showQuestion();
+    else
+        asked->question->answer(asked->lastButton);
 }
 
 void QtPanelWindow::showQuestion()

@@ -4,8 +4,8 @@
 #include "QuenstalPlatform/WindowSystem.hpp"
 #include "QuenstalQt/Desktop/PanelContent.hpp"
 
-#include <deque>
 #include <functional>
+#include <list>
 #include <memory>
 
 #include <QQuickWindow>
@@ -67,10 +67,11 @@ private:
     std::unique_ptr<PanelContent> content_;
     struct Asked {
         std::unique_ptr<Question> question;
-        int lastButton;
-        bool isExplanation;
+        int lastButton = 0;
+        bool isExplanation = false;
     };
-    std::deque<Asked> questions_;
+    /// The first is shown; the others wait. A list: each keeps its place until it is answered.
+    std::list<Asked> questions_;
 };
 
 } // namespace quenstal
