@@ -41,8 +41,8 @@ void AppDelegate::applicationDidFinishLaunching()
         StatusMenuController::Platform{platform_.runLoop, platform_.desktop, platform_.userDefaults, platform_.trust,
             platform_.displayBusHealth, platform_.views},
         controller_);
-    mediaKeyTap_
-        = std::make_shared<MediaKeyTap>(platform_.eventTaps, platform_.runLoop, controller_, statusController_);
+    mediaKeyTap_ = std::make_shared<MediaKeyTap>(
+        platform_.eventTaps, platform_.runLoop, platform_.displayBusHealth, controller_, statusController_);
     statusController_->onEnabledChanged = [this, weakTap = std::weak_ptr(mediaKeyTap_)](bool isEnabled) {
         const auto tap = weakTap.lock();
         if (!tap)

@@ -1,5 +1,6 @@
 #include "QuenstalApp/MediaKeyTap.hpp"
 
+#include "QuenstalApp/RecentVolume.hpp"
 #include "QuenstalApp/StatusMenuController.hpp"
 
 #include <optional>
@@ -32,9 +33,10 @@ std::optional<MediaKeyRouter::Key> mediaKeyFrom(const TapEvent& event)
 
 } // namespace
 
-MediaKeyTap::MediaKeyTap(EventTaps& eventTaps, RunLoop& runLoop, std::shared_ptr<QuenstalController> controller,
-    std::weak_ptr<StatusMenuController> statusController)
+MediaKeyTap::MediaKeyTap(EventTaps& eventTaps, RunLoop& runLoop, DisplayBusHealth& displayBusHealth,
+    std::shared_ptr<QuenstalController> controller, std::weak_ptr<StatusMenuController> statusController)
     : eventTaps_(eventTaps)
+    , displayBusHealth_(displayBusHealth)
     , tasks_(runLoop)
     , controller_(std::move(controller))
     , statusController_(std::move(statusController))
@@ -103,8 +105,13 @@ const TapEvent* MediaKeyTap::quenstalMediaKeyCallback(EventType type, const TapE
     const auto key = type == eventTypeSystemDefined && event ? mediaKeyFrom(*event) : std::nullopt;
     if (!key)
         return event;
-    tap->tasks_.post([tap, key = *key] { tap->handle(key); });
+    tap->tasks_.post([tap, key = *key] { tap->handleWithRecentVolume(key); });
     return nullptr;
+}
+
+void MediaKeyTap::handleWithRecentVolume(MediaKeyRouter::Key mediaKey)
+{
+    withRecentVolume(*controller_, displayBusHealth_, tasks_.whileOwned([this, mediaKey] { handle(mediaKey); }));
 }
 
 void MediaKeyTap::handle(MediaKeyRouter::Key mediaKey)

@@ -3,6 +3,7 @@
 #include "QuenstalApp/OwnedTasks.hpp"
 #include "QuenstalCore/MenuPresenter.hpp"
 #include "QuenstalCore/QuenstalController.hpp"
+#include "QuenstalPlatform/DisplayBuses.hpp"
 #include "QuenstalPlatform/EventTaps.hpp"
 
 #include <memory>
@@ -15,8 +16,8 @@ class StatusMenuController;
 /// to the controller. Either stopped (no tap, no source) or running. Main thread.
 class MediaKeyTap {
 public:
-    MediaKeyTap(EventTaps& eventTaps, RunLoop& runLoop, std::shared_ptr<QuenstalController> controller,
-        std::weak_ptr<StatusMenuController> statusController);
+    MediaKeyTap(EventTaps& eventTaps, RunLoop& runLoop, DisplayBusHealth& displayBusHealth,
+        std::shared_ptr<QuenstalController> controller, std::weak_ptr<StatusMenuController> statusController);
     MediaKeyTap(const MediaKeyTap&) = delete;
     MediaKeyTap& operator=(const MediaKeyTap&) = delete;
 
@@ -33,11 +34,13 @@ private:
     bool createTap();
     void release();
     void restartIfRunning();
+    void handleWithRecentVolume(MediaKeyRouter::Key mediaKey);
     void handle(MediaKeyRouter::Key mediaKey);
     bool carryOut(MediaKeyRouter::Key mediaKey);
     void reportCapture(bool isActive);
 
     EventTaps& eventTaps_;
+    DisplayBusHealth& displayBusHealth_;
     OwnedTasks tasks_;
     std::shared_ptr<QuenstalController> controller_;
     std::weak_ptr<StatusMenuController> statusController_;

@@ -30,7 +30,7 @@ public:
         Desktop& desktop;
         Preferences& userDefaults;
         Trust& trust;
-        const DisplayBusHealth& displayBusHealth;
+        DisplayBusHealth& displayBusHealth;
         PanelViewHosting& views;
     };
 

@@ -95,6 +95,9 @@ public:
     /// Whether the last write that was accepted has failed since, which is asked for once. Such a failure is among the
     /// reasons that observers run for.
     virtual bool takeLostWrite() = 0;
+    /// Runs the task when the volume that the current output's monitors answer was read a moment ago: at once, or when
+    /// they have been asked again, or after 200 ms. Tasks run in the order in which they came.
+    virtual void whenRecent(RunLoop::Task task) = 0;
 
     /// The machine is about to sleep: nothing is held open.
     virtual void machineWillSleep() = 0;

@@ -62,7 +62,7 @@ struct ShellTest : ControllerTest {
         controller = ports.makeController();
         status = std::make_shared<StatusMenuController>(
             StatusMenuController::Platform{loop, desktop, preferences, trust, busHealth, views}, controller);
-        tap = std::make_unique<MediaKeyTap>(taps, loop, controller, status);
+        tap = std::make_unique<MediaKeyTap>(taps, loop, busHealth, controller, status);
         ports.takeCalls();
     }
 

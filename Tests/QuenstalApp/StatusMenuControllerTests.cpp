@@ -144,6 +144,20 @@ TEST_F(StatusMenuControllerTest, aMiddleClickMutesAndTheWheelStepsLikeTheKeys)
     EXPECT_EQ(desktop.statusButton()->title, " Muted");
 }
 
+TEST_F(StatusMenuControllerTest, theWheelStepsAMonitorFromWhereItsKnobIsNow)
+{
+    finishSetupEarlier();
+    playOnMonitor();
+    launch();
+    busHealth.askMonitor();
+    desktop.scrollStatusItem(1);
+    desktop.middleClickStatusItem();
+    EXPECT_EQ(ports.ddcVolume, VolumeSnapshot(0.5, false));
+    ports.ddcVolume.level = 0.25;
+    busHealth.monitorAnswers();
+    EXPECT_EQ(ports.ddcVolume, VolumeSnapshot(0.3125, true));
+}
+
 TEST_F(StatusMenuControllerTest, anyNumberOfRequestsMakeOneRefresh)
 {
     finishSetupEarlier();

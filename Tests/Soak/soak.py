@@ -39,11 +39,12 @@ FAULTS = ("deaf", "refuse", "garbage", "empty", "checksum", "fail 3", "fail 20")
 class Events:
     """What may happen, by the names of the methods. Those of the second half interrupt the sound by their nature."""
 
+    RESTARTS = ("manager_restart", "server_restart")
     QUIET = ("hotplug_storm", "monitor_fault", "monitor_recovers", "knob", "key_storm", "mute_twice", "panel", "suspend",
              "screen_off")
     # Those that leave the path as it is.
     CALM = ("key_storm", "mute_twice", "panel")
-    LOUD = ("manager_restart", "server_restart", "cable", "usb", "other_output")
+    LOUD = RESTARTS + ("cable", "usb", "other_output")
 
     def __init__(self, world, chance):
         self.world, self.chance = world, chance
@@ -61,8 +62,7 @@ class Events:
             self.world.monitor.tell("hotplug")
 
     def knob(self):
-        """By someone's hand, on the monitor itself."""
-        self.world.monitor.tell(f"volume {self.chance.randint(20, 80)}")
+        self.world.turn_knob(self.chance.randint(20, 80))
 
     def key_storm(self):
         """At the rate at which a held key repeats, and as many times back."""
@@ -130,6 +130,7 @@ class Soak:
         self.counts = collections.Counter()
         self.key_times = collections.defaultdict(list)
         self.gaps, self.returns, self.broken, self.resources = [], [], [], []
+        self.restarts_of_clients = 0
         # Of the last events, told with what breaks.
         self.history = collections.deque(maxlen=4)
         self.path = None
@@ -156,9 +157,8 @@ class Soak:
         before, path_before, began = self.at_rest(), self.path, time.monotonic()
         try:
             getattr(self.events, name)()
-            self.world.revive_clients()
             back = time.monotonic()
-            wait_for(self.world.is_heard, "the tone", limit=SOUND_LIMIT)
+            self.await_tone(name)
         except GaveUp as problem:
             return self.complain(name, str(problem))
         self.returns.append(time.monotonic() - back)
@@ -170,6 +170,17 @@ class Soak:
         self.history.append(f"{self.number} {name}, {self.world.sound.default()}, {self.world.fault}: {before} -> {after}")
         self.press_and_look(name)
         self.compare(name, before, after, path_before)
+
+    def await_tone(self, name):
+        try:
+            return wait_for(self.world.is_heard_again, "the tone", limit=SOUND_LIMIT)
+        except GaveUp:
+            if name not in Events.RESTARTS:
+                raise
+        # A session manager that was restarted may leave a stream without connection, with or without the program.
+        self.restarts_of_clients += 1
+        self.world.restart_clients()
+        return wait_for(self.world.is_heard_again, "the tone of a new player", limit=SOUND_LIMIT)
 
     def at_rest(self, quiet=0.2):
         """What is seen when nothing has moved for as many seconds."""
@@ -195,7 +206,7 @@ class Soak:
         if name != "knob":
             volumes.append("monitor")
         # A card that was plugged in just now has the volume that the session manager gives it.
-        if before.card > 0 and name not in ("manager_restart", "server_restart", "usb", "other_output"):
+        if before.card > 0 and name not in Events.RESTARTS + ("usb", "other_output"):
             volumes.append("card")
         # Without the software path the sound passes as it is.
         if path_before == self.path == "gain":
@@ -222,7 +233,7 @@ class Soak:
         key = self.key_for(before, name)
         if not key:
             # One is at its top and the other at its bottom: someone turns the monitor up.
-            self.world.monitor.tell("volume 50")
+            self.world.turn_knob(50)
             before, key = self.at_rest(), DOWN
         self.history.append(f"{key} at {before}")
         began = time.monotonic()
@@ -235,8 +246,7 @@ class Soak:
         after = self.at_rest()
         self.path = self.moved(before, after) or moved
         was, now = getattr(before, self.path), getattr(after, self.path)
-        # Nobody has read the monitor since its own knob was turned.
-        if now > was + STEP + TOLERANCE and was > 0 and name != "knob" and not self.has_recovered(after):
+        if now > was + STEP + TOLERANCE and was > 0 and not self.has_recovered(after):
             self.complain(name, f"{self.path} rose from {was:.2f} to {now:.2f} by one press")
 
     def has_recovered(self, seen):
@@ -276,6 +286,8 @@ class Soak:
               f"{in_ms(max(self.returns))} |")
         print(f"| silence where there should be none ({len(self.gaps)}) | {in_ms(statistics.median(self.gaps))} | "
               f"{in_ms(max(self.gaps))} |")
+        restarts = sum(self.counts[name] for name in Events.RESTARTS)
+        print(f"\nPlayers started by hand after {self.restarts_of_clients} of {restarts} restarts")
         print("\n| What must not grow | second quarter | last quarter |\n|---|---|---|")
         for row in self.judge_resources():
             print("| " + " | ".join(row) + " |")

@@ -17,6 +17,8 @@ from sound import Sound  # noqa: E402
 HERTZ = 1000
 TONE = -20
 AUDIBLE = -60
+# Somebody who has used the keys needs as long to reach for the monitor, and back.
+REACH = 0.6
 
 
 @dataclasses.dataclass(frozen=True)
@@ -61,6 +63,11 @@ class Listener:
         recent = self.since(time.monotonic() - 0.1)
         return recent[-1][1] if recent else None
 
+    def hears_steadily(self):
+        """The tone, for a third of a second now."""
+        recent = self.since(time.monotonic() - 0.3)
+        return len(recent) >= 10 and all(level + TONE > AUDIBLE for _, level in recent)
+
     def longest_gap(self, since):
         """The longest time without the tone, up to now."""
         gap, last = 0.0, since
@@ -95,13 +102,18 @@ class World:
 
     def seen(self):
         level = self.listener.level()
-        gain = 0.0 if level is None else 10 ** (level / 20)
+        gain = 10 ** (level / 20) if self.is_heard() else 0.0
         card, is_muted = self.sound.card_volume() if "usb" in self.plugged else (0.0, False)
         return Seen(self.monitor.volume() / 100, gain, 0.0 if is_muted else card)
 
     def is_heard(self):
         level = self.listener.level()
         return level is not None and level + TONE > AUDIBLE
+
+    def is_heard_again(self):
+        """Players and recorders that end with the server they lost start anew."""
+        self.revive_clients()
+        return self.listener.hears_steadily()
 
     def resources(self):
         """Kilobytes of the program's own memory, descriptors, threads."""
@@ -125,8 +137,13 @@ class World:
     def play(self):
         self.tone = self.sound.play((HERTZ,), TONE)
 
+    def restart_clients(self):
+        for client in (self.tone, self.listener.child):
+            client.terminate()
+            client.wait()
+        self.revive_clients()
+
     def revive_clients(self):
-        """Players and recorders start again when the server they lost is back."""
         if self.tone.poll() is not None:
             self.desktop.children.remove(self.tone)
             self.play()
@@ -145,6 +162,11 @@ class World:
     def unplug(self, output):
         self.sound.session("unplug", output)
         self.plugged.discard(output)
+
+    def turn_knob(self, volume):
+        """By someone's hand, on the monitor itself."""
+        time.sleep(REACH)
+        self.monitor.tell(f"volume {volume}")
 
     def set_fault(self, fault):
         self.monitor.tell(fault)

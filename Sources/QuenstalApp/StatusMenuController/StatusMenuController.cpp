@@ -1,5 +1,6 @@
 #include "QuenstalApp/StatusMenuController.hpp"
 
+#include "QuenstalApp/RecentVolume.hpp"
 #include "QuenstalApp/StatusMenuController/QuenstalPanel.hpp"
 
 #include <utility>
@@ -110,15 +111,18 @@ void StatusMenuController::statusItemActivated(std::optional<Point> at)
 
 void StatusMenuController::statusItemSecondaryActivated()
 {
-    toggleMute();
+    withRecentVolume(*controller_, platform_.displayBusHealth, tasks_.whileOwned([this] { toggleMute(); }));
 }
 
 void StatusMenuController::statusItemScrolled(int notches)
 {
     const VolumeCommand step = notches > 0 ? VolumeCommand::stepUp() : VolumeCommand::stepDown();
-    for (int remaining = std::abs(notches); remaining > 0; --remaining)
-        controller_->handle(step);
-    sync(controller_->state());
+    const auto scroll = [this, step, notches] {
+        for (int remaining = std::abs(notches); remaining > 0; --remaining)
+            controller_->handle(step);
+        sync(controller_->state());
+    };
+    withRecentVolume(*controller_, platform_.displayBusHealth, tasks_.whileOwned(scroll));
 }
 
 } // namespace quenstal

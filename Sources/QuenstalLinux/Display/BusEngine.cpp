@@ -58,6 +58,11 @@ PlatformStatus BusEngine::set(std::span<const std::uint8_t> message)
     return worker_->set(message);
 }
 
+bool BusEngine::checkMemo()
+{
+    return worker_->checkMemo();
+}
+
 void BusEngine::rediscover()
 {
     worker_->rediscover();

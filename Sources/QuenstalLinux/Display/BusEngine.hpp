@@ -20,6 +20,8 @@ struct BusNews {
     std::function<void()> changed;
     /// The device went away under the worker.
     std::function<void()> deviceGone;
+    /// Whoever waits since `checkMemo` need not wait longer.
+    std::function<void()> asked;
 };
 
 /// What makes a monitor count as one that answers.
@@ -50,7 +52,8 @@ private:
 /// to a bus that has not answered a Get since the bus was found.
 ///
 /// A Set that was accepted and then failed is reported by one failed Get. A monitor that answers nothing is not waited
-/// for again; it is asked again in the background. Main thread.
+/// for again; it is asked again in the background. One that answered before is taken to answer still while it is found
+/// out again: its memo serves Gets, and Sets wait. Main thread.
 class BusEngine {
 public:
     /// Begins to ask at once.
@@ -69,8 +72,12 @@ public:
     /// is the failure of this very command.
     PlatformStatus set(std::span<const std::uint8_t> message);
 
-    /// The monitor may be another, or have another volume: everything is found out again, what was accepted and not
-    /// yet written waits for the answer.
+    /// True when the memo is older than half a second, or in doubt, and the monitor is being asked: `BusNews::asked`
+    /// tells the end. Somebody may have turned its own knob.
+    bool checkMemo();
+
+    /// The monitor may be gone, or have another volume: everything is found out again, what was accepted and not yet
+    /// written waits for the answer.
     void rediscover();
     /// Lets go of the device and touches it no more until `rediscover`.
     void suspend();
@@ -81,7 +88,8 @@ public:
     bool hasStopped() const;
 
     std::optional<DisplayBusProblem::Kind> problem() const;
-    /// Whether the last Set that was accepted has failed since; once.
+    /// Whether the last Set that was accepted has failed since, or waited for an answer in vain until `beginStop`;
+    /// once.
     bool takeLostSet();
     /// Outlasts `rediscover` and `suspend`, and is for an engine that serves the same monitor later.
     Belief belief() const;

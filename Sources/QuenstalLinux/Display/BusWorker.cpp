@@ -74,7 +74,7 @@ void BusWorker::step(Lock& lock)
         waitForWork(lock);
     else if (now < quietUntil_)
         pause(lock, quietUntil_ - now);
-    else if (pendingSet_ && memo_)
+    else if (canWrite())
         writePending(lock);
     else
         ask(lock);
@@ -130,12 +130,12 @@ void BusWorker::writePending(Lock& lock)
         if (error == 0 || isHopeless(error) || isStopping_)
             break;
         pause(lock, backoff);
-        // Forgotten meanwhile: the monitor has to answer before it is written again.
-        if (!memo_)
+        // In doubt meanwhile: the monitor has to answer before it is written again.
+        if (standing_ != Standing::answering)
             break;
         error = writeOnce(lock);
     }
-    if (error != 0 && memo_)
+    if (error != 0 && standing_ == Standing::answering)
         failSets(error);
     isBusy_ = false;
     time_->wakeAll(progress_);
@@ -190,6 +190,7 @@ void BusWorker::ask(Lock& lock)
     // What made the answer out of date has asked, or will ask, for another.
     else if (!answer.isInterrupted && generation == generation_)
         weigh(lock, answer);
+    hasBeenAsked_ |= !answer.isInterrupted && std::exchange(isWaitedFor_, false);
     isBusy_ = false;
 }
 
@@ -312,9 +313,12 @@ void BusWorker::announce(Lock& lock)
 {
     const bool hasChanged = std::exchange(hasChanged_, false);
     const bool isGone = std::exchange(isDeviceGone_, false);
-    if (!hasChanged && !isGone)
+    const bool hasBeenAsked = std::exchange(hasBeenAsked_, false);
+    if (!hasChanged && !isGone && !hasBeenAsked)
         return;
     lock.unlock();
+    if (hasBeenAsked)
+        news_.asked();
     if (isGone)
         news_.deviceGone();
     if (hasChanged)

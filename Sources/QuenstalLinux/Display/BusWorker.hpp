@@ -20,6 +20,7 @@ public:
     PlatformStatus get(std::span<const std::uint8_t> question, WorkerTime::Duration replyDelay,
         std::span<std::uint8_t> reply, ColdBudget& budget);
     PlatformStatus set(std::span<const std::uint8_t> message);
+    bool checkMemo();
     void rediscover();
     void suspend();
     void beginStop();
@@ -41,7 +42,7 @@ private:
     static constexpr Duration firstSilenceBackoff = std::chrono::milliseconds(250);
     static constexpr Duration firstRefusalBackoff = std::chrono::seconds(30);
 
-    /// What is known of the monitor. Only one that answers has a memo.
+    /// What is known of the monitor. One that answers has a memo, and keeps it while that is in doubt.
     enum class Standing { unknown, answering, silent, denied, refusing, suspended };
     /// What asking came to.
     struct Answer {
@@ -59,11 +60,13 @@ private:
     void adoptQuestion(std::span<const std::uint8_t> question, Duration replyDelay);
     void awaitDiscovery(Lock& lock, ColdBudget& budget);
     void requestProbe();
+    bool isMemoOlderThan(Duration age) const;
     bool isStuck() const;
-    void forgetMonitor(Standing standing);
+    void doubtMonitor(Standing standing);
 
     // Worker thread, under the lock; those that take it let go of it meanwhile.
-    bool isDone() const { return isStopping_ && !(pendingSet_ && memo_); }
+    bool canWrite() const { return pendingSet_ && standing_ == Standing::answering; }
+    bool isDone() const { return isStopping_ && !canWrite(); }
     void step(Lock& lock);
     bool hasWork(Time now) const;
     void waitForWork(Lock& lock);
@@ -116,6 +119,8 @@ private:
     bool probeIsDue_ = true;
     bool closeIsDue_ = false;
     bool isBusy_ = false;
+    /// Someone wants to know when the monitor has been asked.
+    bool isWaitedFor_ = false;
     bool isStopping_ = false;
     bool hasEnded_ = false;
     std::optional<Time> transactionBegan_;
@@ -131,6 +136,7 @@ private:
     Duration refusalBackoff_ = firstRefusalBackoff;
 
     bool hasChanged_ = false;
+    bool hasBeenAsked_ = false;
     bool isDeviceGone_ = false;
 };
 

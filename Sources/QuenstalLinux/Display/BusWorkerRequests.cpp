@@ -13,6 +13,9 @@ using namespace std::chrono_literals;
 
 /// Someone may turn the monitor's own knob; a memo of this age is checked in the background.
 constexpr WorkerTime::Duration memoLifetime = 2s;
+/// Whoever wants to start from the present volume is content with one of this age: a held key repeats faster, a hand
+/// that goes from the keyboard to the monitor takes longer.
+constexpr WorkerTime::Duration recentLifetime = 500ms;
 /// Long enough for a Set on a bus at rest (1 ms), short enough not to be felt.
 constexpr WorkerTime::Duration longestWaitForSet = 25ms;
 
@@ -28,10 +31,9 @@ PlatformStatus BusWorker::get(
     if (std::exchange(owesFailure_, false))
         return EIO;
     // Whoever is not believed on reading has been done without so far.
-    if (standing_ == Standing::unknown && belief_ == Belief::onReading)
+    if (standing_ == Standing::unknown && belief_ == Belief::onReading && !memo_)
         awaitDiscovery(lock, budget);
-    const Time checkFrom = memo_ ? memoAt_ + memoLifetime : retryAt_;
-    if (!isBusy_ && time_->now() >= checkFrom)
+    if (!isBusy_ && (memo_ ? isMemoOlderThan(memoLifetime) : time_->now() >= retryAt_))
         requestProbe();
     if (!memo_)
         return EIO;
@@ -45,8 +47,25 @@ void BusWorker::adoptQuestion(std::span<const std::uint8_t> question, Duration r
     if (std::ranges::equal(question, question_))
         return;
     question_.assign(question.begin(), question.end());
-    forgetMonitor(Standing::unknown);
+    memo_.reset();
+    doubtMonitor(Standing::unknown);
     requestProbe();
+}
+
+bool BusWorker::checkMemo()
+{
+    const Lock lock(mutex_);
+    const bool isAskedAnyway = standing_ == Standing::unknown && belief_ == Belief::onReading;
+    const bool isOld = standing_ == Standing::answering && isMemoOlderThan(recentLifetime);
+    isWaitedFor_ = !isStopping_ && !isStuck() && (isAskedAnyway || isOld);
+    if (isWaitedFor_ && !isBusy_)
+        requestProbe();
+    return isWaitedFor_;
+}
+
+bool BusWorker::isMemoOlderThan(Duration age) const
+{
+    return time_->now() >= memoAt_ + age;
 }
 
 void BusWorker::awaitDiscovery(Lock& lock, ColdBudget& budget)
@@ -78,9 +97,12 @@ PlatformStatus BusWorker::set(std::span<const std::uint8_t> message)
     if (!putCurrentValue(*memo_, set))
         return EINVAL;
     const Time now = time_->now();
-    const bool isAtRest = !isBusy_ && !pendingSet_ && now >= quietUntil_;
+    const bool isAnswering = standing_ == Standing::answering;
+    const bool isAtRest = isAnswering && !isBusy_ && !pendingSet_ && now >= quietUntil_;
     memoAt_ = now;
-    ++generation_;
+    // A monitor that is asked whether it is still there may answer: what is to be written is put into the answer.
+    if (isAnswering)
+        ++generation_;
     pendingSet_ = std::move(set);
     hasLostSet_ = false;
     const std::uint64_t accepted = ++setsAccepted_;
@@ -95,13 +117,11 @@ PlatformStatus BusWorker::set(std::span<const std::uint8_t> message)
     return lastSetError_;
 }
 
-void BusWorker::forgetMonitor(Standing standing)
+void BusWorker::doubtMonitor(Standing standing)
 {
-    memo_.reset();
     ++generation_;
     standing_ = standing;
     owesFailure_ = false;
-    hasLostSet_ = false;
     lastSetFailed_ = false;
     silenceBackoff_ = firstSilenceBackoff;
     refusalBackoff_ = firstRefusalBackoff;
@@ -111,7 +131,7 @@ void BusWorker::forgetMonitor(Standing standing)
 void BusWorker::rediscover()
 {
     const std::lock_guard lock(mutex_);
-    forgetMonitor(Standing::unknown);
+    doubtMonitor(Standing::unknown);
     closeIsDue_ = true;
     requestProbe();
 }
@@ -119,7 +139,7 @@ void BusWorker::rediscover()
 void BusWorker::suspend()
 {
     const std::lock_guard lock(mutex_);
-    forgetMonitor(Standing::suspended);
+    doubtMonitor(Standing::suspended);
     closeIsDue_ = true;
     time_->wakeAll(work_);
 }
@@ -128,6 +148,7 @@ void BusWorker::beginStop()
 {
     const std::lock_guard lock(mutex_);
     isStopping_ = true;
+    hasLostSet_ |= pendingSet_ && standing_ != Standing::answering;
     time_->wakeAll(work_);
     time_->wakeAll(progress_);
 }

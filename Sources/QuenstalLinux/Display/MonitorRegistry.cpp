@@ -15,6 +15,8 @@ using namespace std::chrono_literals;
 constexpr RunLoop::Duration debounce = 100ms;
 /// Monitors and their links take a moment to wake.
 constexpr RunLoop::Duration afterWake = 500ms;
+/// For two replies and the pauses before them; a key that waits longer feels dead.
+constexpr RunLoop::Duration longestWaitForRecent = 200ms;
 
 std::string remedyFor(DisplayBusProblem::Kind kind)
 {
@@ -192,7 +194,8 @@ std::shared_ptr<BusEngine> MonitorRegistry::engineFor(const Connector& connector
 std::shared_ptr<BusEngine> MonitorRegistry::startEngine(const Connector& connector)
 {
     BusNews news{.changed = posting(&MonitorRegistry::tellObserversSoon),
-        .deviceGone = posting(&MonitorRegistry::devicesChanged)};
+        .deviceGone = posting(&MonitorRegistry::devicesChanged),
+        .asked = posting(&MonitorRegistry::monitorAsked)};
     const Belief belief = doubted_.erase(connector.edid) > 0 ? Belief::onWriting : Belief::onReading;
     return std::make_shared<BusEngine>(machine_.devRoot / connector.bus, machine_.devices, machine_.time,
         gates_->of(connector.card()), std::move(news), belief);
@@ -206,6 +209,7 @@ void MonitorRegistry::retire(std::vector<Monitor> monitors)
         if (monitor.engine->belief() == Belief::onWriting)
             doubted_.insert(monitor.connector.edid);
         monitor.engine->beginStop();
+        hasLostWrite_ |= monitor.engine->takeLostSet();
         retired_.push_back(std::move(monitor.engine));
     }
     std::erase_if(retired_, [](const auto& engine) { return engine->hasStopped(); });
@@ -245,10 +249,41 @@ std::vector<DisplayBusProblem> MonitorRegistry::problems() const
 
 bool MonitorRegistry::takeLostWrite()
 {
-    bool isLost = false;
+    bool isLost = std::exchange(hasLostWrite_, false);
     for (const Monitor& monitor : externalMonitors())
         isLost |= monitor.engine && monitor.engine->takeLostSet();
     return isLost;
+}
+
+void MonitorRegistry::whenRecent(RunLoop::Task task)
+{
+    // In the order in which they came, whatever is known by now.
+    if (waiting_.empty() && !isBeingAsked())
+        return task();
+    waiting_.push_back(std::move(task));
+    if (!endOfWait_)
+        endOfWait_ = loop_.after(longestWaitForRecent, [this] { runWaiting(); });
+}
+
+bool MonitorRegistry::isBeingAsked()
+{
+    bool isAsked = false;
+    for (const Monitor& monitor : candidates())
+        isAsked |= monitor.engine && monitor.engine->checkMemo();
+    return isAsked;
+}
+
+void MonitorRegistry::monitorAsked()
+{
+    if (!waiting_.empty() && !isBeingAsked())
+        runWaiting();
+}
+
+void MonitorRegistry::runWaiting()
+{
+    endOfWait_.reset();
+    for (const RunLoop::Task& task : std::exchange(waiting_, {}))
+        task();
 }
 
 std::optional<DisplayBusProblem> MonitorRegistry::problemOf(const Monitor& monitor) const
@@ -285,6 +320,8 @@ void MonitorRegistry::stop()
 {
     mailbox_->close();
     scheduledScan_.reset();
+    endOfWait_.reset();
+    waiting_.clear();
     retire(std::exchange(monitors_, {}));
     // Each waits for its own end, all of them together no longer than one.
     retired_.clear();

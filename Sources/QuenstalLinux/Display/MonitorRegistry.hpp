@@ -56,6 +56,7 @@ public:
     [[nodiscard]] Cancellation observeChanges(RunLoop::Task task) override;
     std::vector<DisplayBusProblem> problems() const override;
     bool takeLostWrite() override;
+    void whenRecent(RunLoop::Task task) override;
     void machineWillSleep() override;
     void machineDidWake() override;
     void stop() override;
@@ -73,6 +74,9 @@ private:
     std::vector<Monitor> externalMonitors() const;
     std::optional<DisplayBusProblem> problemOf(const Monitor& monitor) const;
     std::function<void()> posting(void (MonitorRegistry::*task)());
+    bool isBeingAsked();
+    void monitorAsked();
+    void runWaiting();
     void tellObserversSoon();
     void tellObservers();
 
@@ -91,7 +95,12 @@ private:
     std::vector<std::shared_ptr<BusEngine>> retired_;
     std::unique_ptr<ConnectorScanner> scanner_;
     Cancellation scheduledScan_;
+    /// What waits for monitors to be asked, and for how long at most.
+    std::vector<RunLoop::Task> waiting_;
+    Cancellation endOfWait_;
     bool isAsleep_ = false;
+    /// By an engine that is retired since.
+    bool hasLostWrite_ = false;
     bool willTellObservers_ = false;
     std::uint64_t lastObserver_ = 0;
     std::shared_ptr<Observers> observers_ = std::make_shared<Observers>();

@@ -400,14 +400,99 @@ TEST_F(DisplayBusEngineTest, rediscoveryClosesTheDeviceAndAsksAgainBeforeItWrite
     EXPECT_TRUE(set(40));
     EXPECT_TRUE(set(41)) << "waits for the pause after the first";
     engine->rediscover();
-    EXPECT_FALSE(set(42)) << "the monitor may be another";
+    EXPECT_TRUE(set(42)) << "waits for an answer";
+    EXPECT_EQ(get(), Answer(std::pair(42, 100)));
     time->advance(10ms);
     EXPECT_EQ(devices->openDescriptors(), 0u);
     time->advance(150ms);
-    EXPECT_EQ(monitor->volume(), 41) << "an accepted value is not lost";
-    EXPECT_EQ(get(), Answer(std::pair(41, 100))) << "nor forgotten before it is verified";
-    EXPECT_EQ(valuesSet(*monitor), (std::vector<std::uint16_t>{40, 41}));
+    EXPECT_EQ(monitor->volume(), 42);
+    EXPECT_EQ(get(), Answer(std::pair(42, 100)));
+    EXPECT_EQ(valuesSet(*monitor), (std::vector<std::uint16_t>{40, 42}));
     EXPECT_GE(getsAsked(*monitor), 2);
+}
+
+TEST_F(DisplayBusEngineTest, aMonitorThatAnsweredBeforeIsNotWaitedForWhenItIsLookedForAgain)
+{
+    startAndDiscover();
+    monitor->setVolume(50);
+    for (int look = 0; look < 5; ++look) {
+        budget = {};
+        budget.grant(time->now());
+        engine->rediscover();
+        EXPECT_EQ(get(), Answer(std::pair(look == 0 ? 37 : 50, 100)));
+        time->advance(150ms);
+        EXPECT_EQ(get(), Answer(std::pair(50, 100))) << "as soon as it has said so twice";
+    }
+    EXPECT_EQ(blocked, 0ms);
+    EXPECT_EQ(changes, 5) << "each look is told when it is over";
+}
+
+TEST_F(DisplayBusEngineTest, aMonitorThatIsGoneWhenItIsLookedForAgainLosesWhatWasAccepted)
+{
+    startAndDiscover();
+    monitor->setPresent(false);
+    engine->rediscover();
+    EXPECT_EQ(get(), Answer(std::pair(37, 100)));
+    EXPECT_TRUE(set(40));
+    EXPECT_EQ(blocked, 0ms);
+    time->advance(1s);
+    EXPECT_TRUE(engine->takeLostSet());
+    EXPECT_EQ(get(), nothing);
+    EXPECT_EQ(engine->problem(), Kind::notAnswering);
+}
+
+TEST_F(DisplayBusEngineTest, aKeyHeldWhileAMonitorIsLookedForAgainCounts)
+{
+    startAndDiscover();
+    engine->rediscover();
+    holdKey(37, 10);
+    EXPECT_GT(monitor->volume(), 37) << "it may answer in between";
+    time->advance(200ms);
+    EXPECT_EQ(monitor->volume(), 47);
+    EXPECT_FALSE(engine->takeLostSet());
+}
+
+TEST_F(DisplayBusEngineTest, whatNoAnswerCameForBeforeTheEndIsLost)
+{
+    startAndDiscover();
+    monitor->setPresent(false);
+    engine->rediscover();
+    EXPECT_TRUE(set(40));
+    engine->beginStop();
+    EXPECT_TRUE(engine->takeLostSet());
+}
+
+TEST_F(DisplayBusEngineTest, aMemoInDoubtIsCheckedForWhoeverWants)
+{
+    startAndDiscover();
+    engine->rediscover();
+    EXPECT_TRUE(engine->checkMemo());
+    time->advance(60ms);
+    EXPECT_EQ(asked, 1);
+    EXPECT_FALSE(engine->checkMemo());
+}
+
+TEST_F(DisplayBusEngineTest, anOldMemoIsCheckedForWhoeverWants)
+{
+    startAndDiscover();
+    EXPECT_FALSE(engine->checkMemo()) << "just read";
+    time->advance(498ms);
+    EXPECT_FALSE(engine->checkMemo());
+    time->advance(1ms);
+    monitor->setVolume(50);
+    EXPECT_TRUE(engine->checkMemo());
+    EXPECT_EQ(asked, 0);
+    time->advance(120ms);
+    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(get(), Answer(std::pair(50, 100)));
+    EXPECT_FALSE(engine->checkMemo());
+    time->advance(3s);
+    monitor->setPresent(false);
+    EXPECT_TRUE(engine->checkMemo());
+    time->advance(1s);
+    EXPECT_EQ(asked, 2) << "and also when nothing is learnt";
+    EXPECT_FALSE(engine->checkMemo()) << "nobody waits for a monitor that does not answer";
+    EXPECT_EQ(blocked, 0ms);
 }
 
 TEST_F(DisplayBusEngineTest, anAnswerOfTheMonitorBeforeIsNotTakenForThatOfTheNewOne)
@@ -484,13 +569,16 @@ TEST_F(DisplayBusEngineTest, aSuspendedBusIsClosedAndSilent)
     engine->suspend();
     time->advance(1ms);
     EXPECT_EQ(devices->openDescriptors(), 0u);
-    EXPECT_EQ(get(), nothing);
-    EXPECT_FALSE(set(40));
+    EXPECT_EQ(get(), Answer(std::pair(37, 100)));
+    EXPECT_TRUE(set(40));
+    EXPECT_FALSE(engine->checkMemo());
     time->advance(1min);
     EXPECT_EQ(getsAsked(*monitor), 1);
+    EXPECT_EQ(monitor->volume(), 37);
     engine->rediscover();
-    time->advance(100ms);
-    EXPECT_EQ(get(), Answer(std::pair(37, 100)));
+    time->advance(150ms);
+    EXPECT_EQ(monitor->volume(), 40);
+    EXPECT_EQ(get(), Answer(std::pair(40, 100)));
 }
 
 TEST_F(DisplayBusEngineTest, aReplyLostNowAndThenDoesNotChangeTheVolumeShown)
@@ -510,7 +598,7 @@ TEST_F(DisplayBusEngineTest, twoBusesOfACardAreNeverUsedAtOnce)
     const auto gate = std::make_shared<CardGate>(time);
     const auto other = std::make_shared<SimulatedMonitor>();
     devices->connect("/dev/i2c-6", other);
-    const BusNews silent{[] {}, [] {}};
+    const BusNews silent{[] {}, [] {}, [] {}};
     BusEngine first(device, devices, time, gate, silent);
     BusEngine second("/dev/i2c-6", devices, time, gate, silent);
     time->advance(200ms);

@@ -44,7 +44,9 @@ struct EngineBench {
     void start(Belief belief = Belief::onReading)
     {
         engine = std::make_unique<BusEngine>(device, devices, time, std::make_shared<CardGate>(time),
-            BusNews{.changed = [this] { ++changes; }, .deviceGone = [this] { ++removals; }}, belief);
+            BusNews{
+                .changed = [this] { ++changes; }, .deviceGone = [this] { ++removals; }, .asked = [this] { ++asked; }},
+            belief);
     }
 
     void startAndDiscover()
@@ -107,6 +109,7 @@ struct EngineBench {
     std::unique_ptr<BusEngine> engine;
     std::atomic<int> changes = 0;
     std::atomic<int> removals = 0;
+    std::atomic<int> asked = 0;
     Duration blocked{};
     Duration totalBlocked{};
 };

@@ -55,7 +55,7 @@ struct DisplayRaceTest : testing::TestWithParam<unsigned> {
         devices->connect(device, monitor);
         budget.grant(time->now());
         return std::make_unique<BusEngine>(
-            device, devices, time, std::make_shared<CardGate>(time), BusNews{[] {}, [] {}});
+            device, devices, time, std::make_shared<CardGate>(time), BusNews{[] {}, [] {}, [] {}});
     }
 
     void disturb(BusEngine& engine)

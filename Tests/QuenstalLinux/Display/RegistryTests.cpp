@@ -327,6 +327,66 @@ TEST_F(DisplayRegistryTest, sleepLetsGoAndAWakeFindsOutAgainAfterAMoment)
     EXPECT_TRUE(registry->problems().empty());
 }
 
+TEST_F(DisplayRegistryTest, theMonitorThatPlaysIsAskedBeforeAStepThatComesLate)
+{
+    startWithTwo();
+    playing = registry->candidates().at(0).connector.identity;
+    int ran = 0;
+    const auto run = [&ran] { ++ran; };
+    registry->whenRecent(run);
+    EXPECT_EQ(ran, 1) << "at once";
+    pass(3s);
+    const auto askedOfOther = getsAsked(*right);
+    registry->whenRecent(run);
+    registry->whenRecent(run);
+    EXPECT_EQ(ran, 1);
+    pass(60ms);
+    EXPECT_EQ(ran, 3);
+    EXPECT_EQ(getsAsked(*right), askedOfOther);
+}
+
+TEST_F(DisplayRegistryTest, whatComesWhileTheAnswerIsOnItsWayComesAfterWhatWaits)
+{
+    startWithTwo();
+    pass(3s);
+    std::vector<int> ran;
+    registry->whenRecent([&] { ran.push_back(1); });
+    time->advance(60ms);
+    registry->whenRecent([&] { ran.push_back(2); });
+    EXPECT_TRUE(ran.empty());
+    settle();
+    EXPECT_EQ(ran, (std::vector{1, 2}));
+}
+
+TEST_F(DisplayRegistryTest, nobodyWaitsLongForAMonitorToBeAsked)
+{
+    startWithTwo();
+    pass(3s);
+    left->setPresent(false);
+    std::vector<int> ran;
+    registry->whenRecent([&] { ran.push_back(1); });
+    pass(100ms);
+    registry->whenRecent([&] { ran.push_back(2); });
+    EXPECT_TRUE(ran.empty());
+    pass(105ms);
+    EXPECT_EQ(ran, (std::vector{1, 2}));
+}
+
+TEST_F(DisplayRegistryTest, whatAMonitorHadAcceptedIsLostWhenItIsGoneInstead)
+{
+    startWithTwo();
+    registry->machineWillSleep();
+    const VcpMessage set{0x51, 0x84, 0x03, 0x62, 0x00, 0x28, 0xF2};
+    EXPECT_EQ(registry->candidates().at(0).engine->set(set), 0);
+    write({{{"HDMI-A-1", Link::ddc, 6, edidOf(right)}}, {}});
+    registry->machineDidWake();
+    pass(490ms);
+    EXPECT_FALSE(registry->takeLostWrite());
+    pass(200ms);
+    EXPECT_TRUE(registry->takeLostWrite());
+    EXPECT_FALSE(registry->takeLostWrite());
+}
+
 TEST_F(DisplayRegistryTest, aDeniedDeviceIsToldWithWhatGrantsAccess)
 {
     devices->failOpen(1000, EACCES);
