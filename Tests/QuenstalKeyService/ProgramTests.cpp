@@ -1,6 +1,7 @@
 // The program itself, as the service manager would start it: its ends, orderly and not.
 
 #include "QuenstalKeyService/KeyServiceTest.hpp"
+#include "QuenstalLinux/Keys/GuardsNotice.hpp"
 #include "QuenstalPlatform/EventTaps.hpp"
 
 #include <optional>
@@ -102,7 +103,7 @@ TEST_F(KeyServiceProgramTest, aStoppedOneLosesTheKeyboardsToTheUserAndTakesThemA
     const auto client = listeningClient();
     sendSignal(SIGSTOP);
     keyboard->type({{KEY_A, 1}});
-    EXPECT_TRUE(eventually([&] { return !keyboard->isGrabbed(); }));
+    EXPECT_TRUE(eventually([&] { return !keyboard->isGrabbed() && hasGuardsNotice(process); }));
     sendSignal(SIGCONT);
     ASSERT_TRUE(eventually([&] { return keyboard->grabs() == 2; }));
     EXPECT_FALSE(client->isDropped());

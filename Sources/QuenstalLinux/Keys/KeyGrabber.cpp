@@ -91,8 +91,7 @@ bool KeyGrabber::grabAll()
 
 bool KeyGrabber::waitForEvents()
 {
-    std::vector<pollfd> descriptors{
-        {wake_.get(), POLLIN, 0}, {watchdog_ ? watchdog_->releasedDescriptor() : -1, POLLIN, 0}};
+    std::vector<pollfd> descriptors{{wake_.get(), POLLIN, 0}, {watchdog_->releasedDescriptor(), POLLIN, 0}};
     bool isWaiting = false;
     for (const auto& keyboard : keyboards_) {
         descriptors.push_back({keyboard->descriptor(), POLLIN, 0});

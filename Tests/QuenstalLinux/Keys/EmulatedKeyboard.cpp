@@ -236,6 +236,7 @@ gboolean EmulatedKeyboard::answerKeyboard(UMockdevIoctlBase*, UMockdevIoctlClien
     } else if (number == _IOC_NR(EVIOCGNAME(0))) {
         answer(client, "Test keyboard", sizeof "Test keyboard");
     } else if (number == _IOC_NR(EVIOCGKEY(0))) {
+        keyboard.asked_();
         std::array<unsigned char, KEY_MAX / 8 + 1> held{};
         held[KEY_A / 8] = keyboard.isHeld_ ? 1 << KEY_A % 8 : 0;
         answer(client, held.data(), held.size());

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -32,6 +33,8 @@ public:
     EmulatedKeyboard& operator=(const EmulatedKeyboard&) = delete;
 
     void holdKey(bool isHeld) { isHeld_ = isHeld; }
+    /// Runs on the emulation's thread, when the keyboard is open.
+    void whenAskedForItsKeys(std::function<void()> task) { asked_ = std::move(task); }
     void refuseGrab(bool isRefused) { grabIsRefused_ = isRefused; }
     /// Whoever writes to the clone waits until `endStall`.
     void stallWriters() { stallsWriters_ = true; }
@@ -76,6 +79,7 @@ private:
     UMockdevTestbed* testbed_;
     UMockdevIoctlBase* keyboard_;
     UMockdevIoctlBase* uinput_;
+    std::function<void()> asked_ = [] {};
     std::atomic<bool> isHeld_ = false;
     std::atomic<bool> grabIsRefused_ = false;
     std::atomic<bool> isGrabbed_ = false;

@@ -2,6 +2,7 @@
 
 #include "QuenstalLinux/Keys/EmulatedKeyboard.hpp"
 #include "QuenstalLinux/Keys/EvdevKeyCapture.hpp"
+#include "QuenstalLinux/Keys/GuardsNotice.hpp"
 #include "QuenstalLinux/Keys/LinuxEventTaps.hpp"
 #include "QuenstalPlatform/EventTaps.hpp"
 #include "QuenstalSimulation/SimulatedRunLoop.hpp"
@@ -19,6 +20,8 @@
 #include <gtest/gtest.h>
 #include <linux/input.h>
 #include <poll.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 namespace quenstal {
 namespace {
@@ -170,6 +173,29 @@ TEST_F(EmulatedKeyboardTest, theGuardStandsBeforeTheKeyboardIsGrabbed)
     EXPECT_TRUE(keyboard->wasAlwaysGuarded());
 }
 
+TEST_F(EmulatedKeyboardTest, withoutAGuardNothingIsGrabbedAndTheKeyboardsAreLeftAloneForAWhile)
+{
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    // The keyboard is open then, and the pipes to the guard are not. A lower limit would hinder waiting for what is
+    // open.
+    keyboard->whenAskedForItsKeys([&] {
+        const int lowestFree = dup(STDIN_FILENO);
+        close(lowestFree);
+        const rlimit noMore{static_cast<rlim_t>(lowestFree), before.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &noMore);
+    });
+    EvdevKeyCapture capture(loop);
+    ASSERT_TRUE(capture.start(*this));
+    const bool isLost = eventually([&] { return losses == 1; });
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_TRUE(isLost);
+    EXPECT_EQ(keyboard->grabs(), 0);
+    EXPECT_FALSE(capture.isPossible());
+    loop.advance(EvdevKeyCapture::busyPause);
+    EXPECT_TRUE(capture.isPossible());
+}
+
 TEST_F(EmulatedKeyboardTest, aSecondKeyboardIsTakenTooWhileTheKeysAreCaptured)
 {
     EvdevKeyCapture capture(loop);
@@ -207,7 +233,8 @@ TEST_F(EmulatedKeyboardTest, aReaderThatStallsLosesTheKeyboardToItsUser)
     keyboard->type({{KEY_MUTE, 1}});
     ASSERT_TRUE(eventually([&] { return isStalled.load(); }));
     keyboard->type({{KEY_A, 1}});
-    EXPECT_TRUE(eventually([&] { return !keyboard->isGrabbed(); }));
+    EXPECT_TRUE(eventually([] { return hasGuardsNotice(); }));
+    EXPECT_FALSE(keyboard->isGrabbed());
     endOfStall.set_value();
     EXPECT_TRUE(eventually([&] { return stalls == 1 && keyboard->clones() == 0; }));
 }
