@@ -6,6 +6,8 @@
 #include "QuenstalPlatform/EventTaps.hpp"
 
 #include <array>
+#include <filesystem>
+#include <fstream>
 #include <utility>
 
 #include <gmock/gmock.h>
@@ -63,7 +65,7 @@ TEST_F(ServiceKeyCaptureTest, withoutTheServiceNothingIsPossibleAndTheGuideNames
 {
     EXPECT_FALSE(capture->isPossible());
     EXPECT_FALSE(capture->start(*this));
-    EXPECT_THAT(capture->obstacle(), HasSubstr("Install Quenstal's package"));
+    EXPECT_THAT(capture->obstacle(), HasSubstr("Install its package"));
     EXPECT_THAT(capture->obstacle(), HasSubstr("Do not join the group \"input\""));
 }
 
@@ -74,6 +76,51 @@ TEST_F(ServiceKeyCaptureTest, aServiceThatAppearsIsNoticedWithoutBeingAsked)
     EXPECT_EQ(capture->obstacle(), "");
     loop.runUntilIdle();
     EXPECT_THAT(machine->questions(), IsEmpty());
+}
+
+/// A bus that knows how to start the service.
+class BusWithTheService {
+public:
+    BusWithTheService()
+    {
+        std::filesystem::create_directories(folder_);
+        write("service", "[D-BUS Service]\nName=" + std::string(KeyServiceProtocol::busName) + "\nExec=/bin/false\n");
+        write("conf",
+            "<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen><servicedir>" + folder_
+                + "</servicedir><policy context=\"default\"><allow send_destination=\"*\"/><allow own=\"*\"/><allow "
+                  "receive_sender=\"*\"/></policy>"
+                  "</busconfig>");
+        bus_ = std::make_unique<PrivateBus>("--config-file=" + folder_ + "/bus.conf");
+    }
+    BusWithTheService(const BusWithTheService&) = delete;
+    BusWithTheService& operator=(const BusWithTheService&) = delete;
+    ~BusWithTheService() { std::filesystem::remove_all(folder_); }
+
+    PrivateBus& operator*() { return *bus_; }
+    PrivateBus* operator->() { return bus_.get(); }
+
+private:
+    void write(const char* kind, const std::string& text) const { std::ofstream(folder_ + "/bus." + kind) << text; }
+
+    std::string folder_ = testing::TempDir() + "quenstal-bus-" + std::to_string(getpid());
+    std::unique_ptr<PrivateBus> bus_;
+};
+
+TEST_F(ServiceKeyCaptureTest, aBusThatIsTooBusyToAnswerAtOnceIsHeardLater)
+{
+    BusWithTheService busy;
+    BusConnection connection(loop, busy->address());
+    // The greeting is over.
+    ASSERT_TRUE(eventually([&] { return sd_bus_is_ready(connection.get()) > 0; }));
+    ASSERT_TRUE(ServiceKeyCapture(loop, connection, *ownKeyboards).isPossible());
+    busy->halt();
+    ServiceKeyCapture later(loop, connection, *ownKeyboards);
+    EXPECT_FALSE(later.isPossible());
+    int news = 0;
+    const auto waiting = later.onMayHaveChanged([&] { ++news; });
+    busy->goOn();
+    EXPECT_TRUE(eventually([&] { return news == 1; }));
+    EXPECT_TRUE(later.isPossible());
 }
 
 TEST_F(ServiceKeyCaptureTest, withoutAKeyboardThatHasTheKeysThereIsNothingToCapture)

@@ -1,5 +1,6 @@
 // The German translation: complete, in force, and no longer than its room.
 
+#include "QuenstalLinux/Keys/KeyAdvice.hpp"
 #include "QuenstalQt/Panel/CoreTexts.hpp"
 #include "ViewFixture.hpp"
 
@@ -52,6 +53,49 @@ TEST_F(German, knowsEveryTextOfTheCore)
     for (const char* text : coreTexts())
         EXPECT_FALSE(translator_.translate("Core", text).isEmpty()) << text;
 }
+
+TEST(Texts, haveAllThatIsToldOfTheKeys)
+{
+    const auto texts = coreTexts();
+    for (const std::string_view advice : KeyAdvice::all)
+        EXPECT_THAT(texts, testing::Contains(advice));
+}
+
+/// The longest scenes of the guide, with an advice about the keys.
+struct EveryKeyAdvice : German, testing::WithParamInterface<const char*> {
+    static void expectRoom(const QString& nameOfDone)
+    {
+        for (const char* scene : {"setup-advice", "setup-keys-and-monitor"}) {
+            gallery::Stage stage(sharedEngine(), sceneNamed(scene));
+            stage.viewState().setCaptureAdvice(GetParam());
+            stage.picture();
+            const QList<QQuickItem*> shown = shownItems(stage.root());
+            const auto done = std::ranges::find_if(shown,
+                [&](const QQuickItem* item) { return item->property("accessibleName").toString() == nameOfDone; });
+            ASSERT_NE(done, shown.end());
+            const double end = (*done)->mapToScene({}).y();
+            for (const QQuickItem* item : shown) {
+                const bool isAbove = item->inherits("quenstal::GlassPlate") && item->mapToScene({}).y() < end;
+                EXPECT_FALSE(isAbove && item->mapToScene({0, item->height()}).y() > end) << scene;
+                EXPECT_FALSE(isText(item) && item->property("truncated").toBool())
+                    << scene << ": " << qPrintable(item->property("text").toString());
+            }
+        }
+    }
+};
+
+TEST_P(EveryKeyAdvice, hasRoomInGerman)
+{
+    expectRoom("Fertig");
+}
+
+TEST_P(EveryKeyAdvice, hasRoomInEnglish)
+{
+    QGuiApplication::removeTranslator(&translator_);
+    expectRoom("Done");
+}
+
+INSTANTIATE_TEST_SUITE_P(All, EveryKeyAdvice, testing::ValuesIn(KeyAdvice::all));
 
 TEST_P(EveryGermanScene, leavesNoEnglishTextOnAnyScreen)
 {

@@ -24,6 +24,8 @@ public:
 
     /// Empty when it did not start.
     const std::string& address() const { return server_.line(); }
+    void halt() const { server_.halt(); }
+    void goOn() const { server_.goOn(); }
     void stop() { server_.stop(); }
 
 private:

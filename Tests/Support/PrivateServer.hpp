@@ -53,11 +53,15 @@ public:
 
     /// Empty when it did not start.
     const std::string& line() const { return line_; }
+    /// Answers nobody until it goes on.
+    void halt() const { kill(process_, SIGSTOP); }
+    void goOn() const { kill(process_, SIGCONT); }
     void stop()
     {
         if (process_ <= 0)
             return;
         kill(process_, SIGTERM);
+        goOn();
         waitpid(process_, nullptr, 0);
         process_ = -1;
     }

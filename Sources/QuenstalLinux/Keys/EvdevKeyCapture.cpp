@@ -1,5 +1,7 @@
 #include "QuenstalLinux/Keys/EvdevKeyCapture.hpp"
 
+#include "QuenstalLinux/Keys/KeyAdvice.hpp"
+
 #include <algorithm>
 
 #include <unistd.h>
@@ -91,15 +93,13 @@ std::string EvdevKeyCapture::obstacle()
     case Obstacle::none:
         return {};
     case Obstacle::noKeyboard:
-        return "No keyboard with volume keys is connected.";
+        return KeyAdvice::noKeyboard;
     case Obstacle::takenByOther:
-        return "Another program has taken the keyboard over. Quenstal tries again when it has ended.";
+        return KeyAdvice::keyboardTaken;
     case Obstacle::noAccess:
         break;
     }
-    return "Quenstal may not use the keyboard. Install Quenstal's package (\"./package install\" in its folder), whose "
-           "service hands the volume keys to the session at the screen. Do not join the group \"input\": every "
-           "program could then read everything you type.";
+    return KeyAdvice::noAccess;
 }
 
 bool EvdevKeyCapture::start(KeyCaptureListener& listener)

@@ -1,5 +1,7 @@
 #include "QuenstalLinux/Keys/LinuxTrust.hpp"
 
+#include "QuenstalLinux/Keys/KeyAdvice.hpp"
+
 #include <algorithm>
 #include <utility>
 
@@ -49,7 +51,7 @@ std::string LinuxTrust::advice()
         if (!obstacle.empty())
             return obstacle;
     }
-    return "No keyboard with volume keys was found.";
+    return KeyAdvice::noKeyboard;
 }
 
 std::string LinuxTrust::wayOfCapture()

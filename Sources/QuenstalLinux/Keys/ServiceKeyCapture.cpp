@@ -1,5 +1,7 @@
 #include "QuenstalLinux/Keys/ServiceKeyCapture.hpp"
 
+#include "QuenstalLinux/Keys/KeyAdvice.hpp"
+
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -62,7 +64,8 @@ ServiceKeyCapture::~ServiceKeyCapture()
     stop();
 }
 
-/// Waits, so that the first choice between the ways of capture is the right one.
+/// Waits, so that the first choice between the ways of capture is the right one. A bus that is too busy to answer at
+/// once is heard later.
 void ServiceKeyCapture::askWhetherInstalled()
 {
     sd_bus_message* question = nullptr;
@@ -70,8 +73,18 @@ void ServiceKeyCapture::askWhetherInstalled()
     if (sd_bus_message_new_method_call(systemBus_.get(), &question, bus, busPath, bus, "ListActivatableNames") >= 0
         && sd_bus_call(systemBus_.get(), question, microseconds(longestQuestion), nullptr, &answer) >= 0)
         isInstalled_ = namesService(answer);
+    else
+        askAgain();
     sd_bus_message_unref(question);
     sd_bus_message_unref(answer);
+}
+
+void ServiceKeyCapture::askAgain()
+{
+    sd_bus_slot* slot = nullptr;
+    sd_bus_call_method_async(
+        systemBus_.get(), &slot, bus, busPath, bus, "ListActivatableNames", servicesListed, this, "");
+    question_.reset(slot);
 }
 
 void ServiceKeyCapture::setInstalled(bool isInstalled)
@@ -83,11 +96,7 @@ void ServiceKeyCapture::setInstalled(bool isInstalled)
 
 int ServiceKeyCapture::servicesChanged(sd_bus_message*, void* userData, sd_bus_error*)
 {
-    auto& self = *static_cast<ServiceKeyCapture*>(userData);
-    sd_bus_slot* slot = nullptr;
-    sd_bus_call_method_async(
-        self.systemBus_.get(), &slot, bus, busPath, bus, "ListActivatableNames", servicesListed, userData, "");
-    self.question_.reset(slot);
+    static_cast<ServiceKeyCapture*>(userData)->askAgain();
     return 0;
 }
 
@@ -124,34 +133,26 @@ std::string ServiceKeyCapture::obstacle()
     if (isPossible())
         return {};
     if (!isInstalled_ || !systemBus_)
-        return "Quenstal's key service is not installed. Install Quenstal's package (\"./package install\" in its "
-               "folder): the service reads the keyboard in your place and hands the three volume keys, and nothing "
-               "else you type, to the session at the screen. Do not join the group \"input\": every program could "
-               "then read everything you type.";
+        return KeyAdvice::noAccess;
     if (!hasKeyboard())
-        return "No keyboard with volume keys is connected.";
+        return KeyAdvice::noKeyboard;
     if (!refusal_)
-        return "Quenstal's key service does not answer. \"systemctl status quenstal-keyd\" says why. Quenstal tries "
-               "again in half a minute.";
+        return KeyAdvice::noAnswer;
     switch (*refusal_) {
     case KeyServiceRefusal::notActive:
-        return "The volume keys belong to the session at the screen, and this is not it. Quenstal takes them when you "
-               "are back.";
+        return KeyAdvice::notActive;
     case KeyServiceRefusal::notAuthorized:
-        return "This computer's administrator does not allow this session to use the volume keys. Ask for the action "
-               "\"app.quenstal.capture-volume-keys\" to be allowed in polkit.";
+        return KeyAdvice::notAuthorized;
     case KeyServiceRefusal::inUse:
-        return "Another program of this session already has the volume keys. Quit it; Quenstal tries again in half a "
-               "minute.";
+        return KeyAdvice::inUse;
     case KeyServiceRefusal::takenByOther:
-        return "Another program has taken the keyboard over. Quenstal tries again when it has ended.";
+        return KeyAdvice::keyboardTaken;
     case KeyServiceRefusal::noAccess:
-        return "Quenstal's key service may not use the keyboard. Install Quenstal's package again, or restart the "
-               "computer if you have just installed it.";
+        return KeyAdvice::serviceWithoutAccess;
     case KeyServiceRefusal::tooMany:
         break;
     }
-    return "Quenstal's key service is busy. Quenstal tries again in half a minute.";
+    return KeyAdvice::tooMany;
 }
 
 bool ServiceKeyCapture::start(KeyCaptureListener& listener)

@@ -21,8 +21,8 @@ class ServiceKeyCapture final : public KeyCapture {
 public:
     /// After a refusal the service is left alone for this long.
     static constexpr auto refusalPause = std::chrono::seconds(30);
-    /// The bus itself answers whether the service is installed, in less than a millisecond. Only a bus that hangs
-    /// takes longer, and then counts as one without the service.
+    /// The bus itself answers whether the service is installed, in less than a millisecond. Until one that takes longer
+    /// has answered it counts as one without the service.
     static constexpr auto longestQuestion = std::chrono::milliseconds(25);
     /// For the answer to `Capture`, which may have to start the service.
     static constexpr auto longestCall = std::chrono::seconds(5);
@@ -55,6 +55,7 @@ private:
 
     bool hasKeyboard() const;
     void askWhetherInstalled();
+    void askAgain();
     void setInstalled(bool isInstalled);
     void take(FileDescriptor socket);
     void refuse(std::string_view errorName);

@@ -1,5 +1,6 @@
 #include "QuenstalLinux/Keys/X11KeyCapture.hpp"
 
+#include "QuenstalLinux/Keys/KeyAdvice.hpp"
 #include "QuenstalPlatform/EventTaps.hpp"
 
 #include <algorithm>
@@ -122,13 +123,28 @@ bool X11KeyCapture::isPossible()
 {
     if (listener_)
         return true;
-    const auto now = runLoop_.steadyNow();
-    if (!probedAt_ || now - *probedAt_ >= probeLifetime) {
-        probedAt_ = now;
-        obstacle_ = grab();
-        ungrab();
-    }
+    if (!probedAt_ || runLoop_.steadyNow() - *probedAt_ >= probeLifetime)
+        probe();
     return obstacle_ == Obstacle::none;
+}
+
+void X11KeyCapture::probe()
+{
+    const Obstacle before = obstacle_;
+    probedAt_ = runLoop_.steadyNow();
+    obstacle_ = grab();
+    ungrab();
+    awaitFreeKeys();
+    if (before == Obstacle::ownedByOther && obstacle_ == Obstacle::none)
+        changes_.notify();
+}
+
+void X11KeyCapture::awaitFreeKeys()
+{
+    if (obstacle_ == Obstacle::ownedByOther)
+        retry_ = runLoop_.after(retryPause, [this] { probe(); });
+    else
+        retry_.reset();
 }
 
 std::string X11KeyCapture::obstacle()
@@ -137,11 +153,9 @@ std::string X11KeyCapture::obstacle()
         return {};
     switch (obstacle_) {
     case Obstacle::ownedByOther:
-        return "Another program uses the volume keys, most often the desktop itself. Open the keyboard shortcuts in "
-               "the desktop's settings and free \"Raise volume\", \"Lower volume\" and \"Mute\". Quenstal takes the "
-               "keys as soon as they are free.";
+        return KeyAdvice::keysTaken;
     case Obstacle::noKeys:
-        return "The keyboard layout has no volume keys. Choose one that has, or connect a keyboard with volume keys.";
+        return KeyAdvice::noKeysInLayout;
     case Obstacle::noServer:
     case Obstacle::none:
         break;
@@ -153,6 +167,7 @@ bool X11KeyCapture::start(KeyCaptureListener& listener)
 {
     probedAt_ = runLoop_.steadyNow();
     obstacle_ = grab();
+    awaitFreeKeys();
     if (obstacle_ == Obstacle::none)
         listener_ = &listener;
     return listener_ != nullptr;
@@ -228,6 +243,7 @@ void X11KeyCapture::loseServer()
     symbols_.reset();
     connection_.reset();
     obstacle_ = Obstacle::noServer;
+    retry_.reset();
     changes_.notify();
     lose();
 }

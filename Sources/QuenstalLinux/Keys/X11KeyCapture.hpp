@@ -21,14 +21,16 @@ class X11KeyCapture final : public KeyCapture {
 public:
     /// How long the answer of a trial grab holds.
     static constexpr auto probeLifetime = std::chrono::seconds(1);
+    /// How soon to look again whether another program has freed the keys, of which the server does not tell.
+    static constexpr auto retryPause = std::chrono::seconds(5);
 
     /// Connects to the display, "" for the one of the environment. Without a server nothing is possible, now or later.
     /// The run loop outlives this.
     X11KeyCapture(RunLoop& runLoop, const std::string& display = {});
     ~X11KeyCapture() override;
 
-    /// While idle this grabs the keys for a moment, at most once a second.
     std::string_view name() const override { return "over the X server"; }
+    /// While idle this grabs the keys for a moment, at most once a second.
     bool isPossible() override;
     std::string obstacle() override;
     bool start(KeyCaptureListener& listener) override;
@@ -49,6 +51,8 @@ private:
     std::vector<Grab> volumeKeys() const;
     Obstacle grab();
     void ungrab();
+    void probe();
+    void awaitFreeKeys();
     void dispatch();
     void handle(const xcb_generic_event_t& event);
     void keyPressed(xcb_keycode_t keycode);
@@ -68,6 +72,8 @@ private:
     KeyCaptureListener* listener_ = nullptr;
     Obstacle obstacle_ = Obstacle::noServer;
     std::optional<RunLoop::SteadyTime> probedAt_;
+    /// While another program owns the keys.
+    Cancellation retry_;
     Cancellation watch_;
     Cancellation queuedEvents_;
 };

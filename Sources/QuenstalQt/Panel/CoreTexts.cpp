@@ -76,12 +76,33 @@ constexpr std::array texts{
     QT_TRANSLATE_NOOP("Core", "OK"),
     QT_TRANSLATE_NOOP("Core", "Let Quenstal use the volume keys"),
     QT_TRANSLATE_NOOP("Core",
-        "Another program uses the volume keys, most often the desktop itself. Open the keyboard "
-        "shortcuts in the desktop's settings and free \"Raise volume\", \"Lower volume\" and "
-        "\"Mute\". Quenstal takes the keys as soon as they are free."),
-    QT_TRANSLATE_NOOP("Core", "No keyboard with volume keys was found."),
+        "Another program uses the volume keys, most often the desktop itself. Open the keyboard shortcuts in the "
+        "desktop's settings and free \"Raise volume\", \"Lower volume\" and \"Mute\". Quenstal takes the keys as "
+        "soon as they are free."),
     QT_TRANSLATE_NOOP(
         "Core", "The keyboard layout has no volume keys. Choose one that has, or connect a keyboard with volume keys."),
+    QT_TRANSLATE_NOOP("Core", "No keyboard with volume keys is connected."),
+    QT_TRANSLATE_NOOP("Core", "Another program has taken the keyboard over. Quenstal tries again when it has ended."),
+    QT_TRANSLATE_NOOP("Core",
+        "Quenstal may not use the keyboard. Install its package (\"./package install\"), whose service hands the "
+        "volume keys, and nothing else you type, to the session at the screen. Do not join the group \"input\": "
+        "every program could then read all you type."),
+    QT_TRANSLATE_NOOP("Core",
+        "Quenstal's key service does not answer. \"systemctl status quenstal-keyd\" says why. Quenstal tries again "
+        "in half a minute."),
+    QT_TRANSLATE_NOOP("Core",
+        "The volume keys belong to the session at the screen, and this is not it. Quenstal takes them when you are "
+        "back."),
+    QT_TRANSLATE_NOOP("Core",
+        "This computer's administrator does not allow this session to use the volume keys. Ask for the action "
+        "\"app.quenstal.capture-volume-keys\" to be allowed in polkit."),
+    QT_TRANSLATE_NOOP("Core",
+        "Another program of this session already has the volume keys. Quit it; Quenstal tries again in half a "
+        "minute."),
+    QT_TRANSLATE_NOOP("Core",
+        "Quenstal's key service may not use the keyboard. Install Quenstal's package again, or restart the computer "
+        "if you have just installed it."),
+    QT_TRANSLATE_NOOP("Core", "Quenstal's key service is busy. Quenstal tries again in half a minute."),
     QT_TRANSLATE_NOOP("Core", "%1: no access to %2."),
     QT_TRANSLATE_NOOP("Core", "%1 tells no volume over %2."),
     QT_TRANSLATE_NOOP("Core", "%1 takes no volume over %2."),

@@ -294,10 +294,6 @@
         <translation>Ein anderes Programm nutzt die Tasten, meist der Desktop selbst. Geben Sie in dessen Tastenkürzeln „Lauter“, „Leiser“ und „Stumm“ frei. Quenstal übernimmt sie dann.</translation>
     </message>
     <message>
-        <source>No keyboard with volume keys was found.</source>
-        <translation>Keine Tastatur mit Lautstärketasten gefunden.</translation>
-    </message>
-    <message>
         <source>The keyboard layout has no volume keys. Choose one that has, or connect a keyboard with volume keys.</source>
         <translation>Die Tastaturbelegung hat keine Lautstärketasten. Wählen Sie eine andere oder schließen Sie eine Tastatur mit solchen Tasten an.</translation>
     </message>
@@ -341,6 +337,42 @@
     <message>
         <source>Install the package and log in again: its udev rule 70-quenstal-i2c.rules lets in whoever sits at the screen.</source>
         <translation>Installieren Sie das Paket und melden Sie sich neu an: Seine udev-Regel 70-quenstal-i2c.rules lässt ein, wer am Bildschirm sitzt.</translation>
+    </message>
+    <message>
+        <source>No keyboard with volume keys is connected.</source>
+        <translation>Es ist keine Tastatur mit Lautstärketasten angeschlossen.</translation>
+    </message>
+    <message>
+        <source>Another program has taken the keyboard over. Quenstal tries again when it has ended.</source>
+        <translation>Ein anderes Programm hat die Tastatur übernommen. Quenstal versucht es wieder, wenn es beendet ist.</translation>
+    </message>
+    <message>
+        <source>Quenstal may not use the keyboard. Install its package (&quot;./package install&quot;), whose service hands the volume keys, and nothing else you type, to the session at the screen. Do not join the group &quot;input&quot;: every program could then read all you type.</source>
+        <translation>Quenstal darf die Tastatur nicht nutzen. Installieren Sie sein Paket („./package install“): Dessen Dienst gibt der Sitzung am Bildschirm die Lautstärketasten, sonst nichts. Treten Sie nicht der Gruppe „input“ bei: Jedes Programm könnte dann alles mitlesen.</translation>
+    </message>
+    <message>
+        <source>Quenstal&apos;s key service does not answer. &quot;systemctl status quenstal-keyd&quot; says why. Quenstal tries again in half a minute.</source>
+        <translation>Quenstals Tastendienst antwortet nicht. „systemctl status quenstal-keyd“ sagt, warum. Quenstal versucht es in einer halben Minute wieder.</translation>
+    </message>
+    <message>
+        <source>The volume keys belong to the session at the screen, and this is not it. Quenstal takes them when you are back.</source>
+        <translation>Die Lautstärketasten gehören der Sitzung am Bildschirm, und das ist nicht diese. Quenstal übernimmt sie, wenn Sie zurück sind.</translation>
+    </message>
+    <message>
+        <source>This computer&apos;s administrator does not allow this session to use the volume keys. Ask for the action &quot;app.quenstal.capture-volume-keys&quot; to be allowed in polkit.</source>
+        <translation>Der Administrator erlaubt dieser Sitzung die Lautstärketasten nicht. Bitten Sie ihn, in polkit die Aktion „app.quenstal.capture-volume-keys“ zu erlauben.</translation>
+    </message>
+    <message>
+        <source>Another program of this session already has the volume keys. Quit it; Quenstal tries again in half a minute.</source>
+        <translation>Ein anderes Programm dieser Sitzung hat die Lautstärketasten schon. Beenden Sie es; Quenstal versucht es in einer halben Minute wieder.</translation>
+    </message>
+    <message>
+        <source>Quenstal&apos;s key service may not use the keyboard. Install Quenstal&apos;s package again, or restart the computer if you have just installed it.</source>
+        <translation>Quenstals Tastendienst darf die Tastatur nicht nutzen. Installieren Sie Quenstals Paket noch einmal, oder starten Sie den Computer neu, wenn Sie es eben erst installiert haben.</translation>
+    </message>
+    <message>
+        <source>Quenstal&apos;s key service is busy. Quenstal tries again in half a minute.</source>
+        <translation>Quenstals Tastendienst ist beschäftigt. Quenstal versucht es in einer halben Minute wieder.</translation>
     </message>
 </context>
 <context>

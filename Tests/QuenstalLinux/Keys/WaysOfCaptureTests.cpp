@@ -96,7 +96,7 @@ TEST_F(WaysOfCaptureTest, theAdviceIsWhatStandsInTheWayOfTheFirstThatHasSomethin
 
 TEST_F(WaysOfCaptureTest, whenNoWayKnowsWhyThereIsStillAnAnswer)
 {
-    EXPECT_EQ(trust.advice(), "No keyboard with volume keys was found.");
+    EXPECT_EQ(trust.advice(), "No keyboard with volume keys is connected.");
 }
 
 TEST_F(WaysOfCaptureTest, theUserIsToldOnlyWhenAskedForAndWhenThereIsSomethingToDo)

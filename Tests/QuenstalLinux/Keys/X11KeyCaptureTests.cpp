@@ -178,9 +178,31 @@ TEST_F(X11KeyCaptureTest, keysOwnedByAnotherProgramAreAnObstacleUntilTheyAreFree
     EXPECT_THAT(capture.obstacle(), HasSubstr("Another program uses the volume keys"));
     EXPECT_FALSE(capture.start(heard));
     other.stop();
-    loop.advance(X11KeyCapture::probeLifetime);
-    EXPECT_TRUE(capture.isPossible());
+    EXPECT_TRUE(eventually([&] {
+        loop.advance(X11KeyCapture::probeLifetime);
+        return capture.isPossible();
+    }));
     EXPECT_TRUE(capture.start(heard));
+}
+
+TEST_F(X11KeyCaptureTest, keysThatAnotherProgramFreesAreNoticedWithoutBeingAskedFor)
+{
+    X11KeyCapture capture(loop, server->display());
+    X11KeyCapture other(loop, server->display());
+    Heard otherHeard;
+    ASSERT_TRUE(eventually([&] { return other.start(otherHeard); }));
+    int changes = 0;
+    const auto waiting = capture.onMayHaveChanged([&] { ++changes; });
+    ASSERT_FALSE(capture.isPossible());
+    loop.advance(X11KeyCapture::retryPause * 3);
+    EXPECT_EQ(changes, 0);
+    other.stop();
+    EXPECT_TRUE(eventually([&] {
+        loop.advance(X11KeyCapture::retryPause);
+        return changes == 1;
+    }));
+    EXPECT_TRUE(capture.isPossible());
+    EXPECT_EQ(loop.pendingTimers(), 0u);
 }
 
 TEST_F(X11KeyCaptureTest, aGrabThatFailsInPartHoldsNothing)
