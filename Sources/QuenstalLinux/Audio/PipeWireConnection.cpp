@@ -73,6 +73,11 @@ PipeWireConnection::~PipeWireConnection()
     pw_loop_leave(loop_.get());
 }
 
+PipeWireCore PipeWireConnection::connectAgain() const
+{
+    return PipeWireCore(pw_context_connect(context_.get(), nullptr, 0));
+}
+
 void PipeWireConnection::addListener(Listener& listener)
 {
     listeners_.push_back(&listener);
@@ -103,7 +108,7 @@ void PipeWireConnection::runFor(RunLoop::Duration duration)
 
 void PipeWireConnection::tryToConnect()
 {
-    core_.reset(pw_context_connect(context_.get(), nullptr, 0));
+    core_ = connectAgain();
     if (!core_) {
         retryLater();
         return;

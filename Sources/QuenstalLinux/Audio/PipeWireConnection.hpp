@@ -46,6 +46,8 @@ public:
     /// Null while the server is away.
     pw_core* core() const { return core_.get(); }
     pw_loop& loop() const { return *loop_; }
+    /// Another connection to the server, served by the same loop; null while the server is away.
+    PipeWireCore connectAgain() const;
     /// The number that the server gave this program; none until it is known.
     std::optional<std::uint32_t> clientNumber() const;
     /// Serves the connection for that long, without the run loop: for the last words of the program only.

@@ -161,6 +161,12 @@ PipeWireGraph::PipeWireGraph(PipeWireConnection& connection, RunLoop& runLoop, S
     : connection_(connection)
     , runLoop_(runLoop)
     , soundCards_(std::move(soundCards))
+    , defaultsQuestion_(
+          connection, [this](std::uint32_t subject, const char* key, const char* type, const char* value) {
+              // Not about streams: what two connections tell may be told out of turn.
+              if (subject == 0)
+                  defaultMetadataSet(subject, key, type, value);
+          })
 {
     connection_.addListener(*this);
 }
@@ -178,6 +184,7 @@ void PipeWireGraph::connected(pw_core& core)
 
 void PipeWireGraph::disconnected()
 {
+    defaultsQuestion_.disconnect();
     settings_.reset();
     defaults_.reset();
     cards_.clear();
@@ -200,6 +207,9 @@ void PipeWireGraph::added(std::uint32_t id, std::string_view type, const AudioPr
         changed(GraphChange::streams);
     } else if (type == PW_TYPE_INTERFACE_Metadata) {
         addMetadata(id, valueOf(properties, "metadata.name"));
+    } else if (type == PW_TYPE_INTERFACE_Client) {
+        // Programs ask for the metadata when they start.
+        askForDefaultsLater();
     }
 }
 
@@ -218,6 +228,7 @@ void PipeWireGraph::addNode(std::uint32_t id, const AudioProperties& properties)
     pw_node_add_listener(bound->object.get(), &bound->hook, &Events::node, bound.get());
     std::uint32_t parameters[] = {SPA_PARAM_Props, SPA_PARAM_Format};
     pw_node_subscribe_params(bound->object.get(), parameters, 2);
+    askForDefaultsLater();
     changed(GraphChange::outputs);
 }
 
@@ -252,6 +263,7 @@ void PipeWireGraph::removed(std::uint32_t id)
 {
     if (graph_.sinks.erase(id) == 1) {
         sinks_.erase(id);
+        askForDefaultsLater();
         changed(GraphChange::outputs);
     } else if (graph_.devices.erase(id) == 1) {
         cards_.erase(id);
@@ -267,6 +279,7 @@ void PipeWireGraph::removed(std::uint32_t id)
 
 void PipeWireGraph::loseSession()
 {
+    defaultsQuestion_.withdraw();
     defaults_.reset();
     graph_.hasSession = false;
     graph_.insertsSmartFilters = false;
@@ -281,8 +294,11 @@ void PipeWireGraph::defaultMetadataSet(std::uint32_t subject, const char* key, c
     // No key stands for all keys of the subject.
     const auto concerns = [&](std::string_view wanted) { return !key || wanted == key; };
     if (subject == 0 && concerns("default.audio.sink")) {
-        graph_.defaultSinkName = nameIn(value);
-        changed(GraphChange::outputs);
+        // Often told twice.
+        if (auto name = nameIn(value); name != graph_.defaultSinkName) {
+            graph_.defaultSinkName = std::move(name);
+            changed(GraphChange::outputs);
+        }
     } else if (subject != 0 && concerns("target.object")) {
         if (key && value)
             graph_.streamTargets.insert_or_assign(subject, StreamTarget{type ? type : "", value});
@@ -306,6 +322,14 @@ void PipeWireGraph::askForRoutes()
         for (auto& [id, card] : graph_.devices)
             card.hasToldRoutes = true;
         changed(GraphChange::outputs);
+    });
+}
+
+void PipeWireGraph::askForDefaultsLater()
+{
+    askForDefaults_ = runLoop_.after(lastQuestion, [this] {
+        if (defaults_)
+            defaultsQuestion_.ask(defaults_->id);
     });
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "QuenstalLinux/Audio/AudioGraph.hpp"
+#include "QuenstalLinux/Audio/MetadataQuestion.hpp"
 #include "QuenstalLinux/Audio/PipeWireConnection.hpp"
 
 #include <cstdint>
@@ -70,6 +71,7 @@ private:
     void loseSession();
     void defaultMetadataSet(std::uint32_t subject, const char* key, const char* type, const char* value);
     void askForRoutes();
+    void askForDefaultsLater();
     void updateEld(SinkNode& sink) const;
     void changed(GraphChange change);
 
@@ -87,6 +89,8 @@ private:
     std::unique_ptr<Bound<pw_metadata>> settings_;
     Cancellation askAgain_;
     Cancellation askLast_;
+    MetadataQuestion defaultsQuestion_;
+    Cancellation askForDefaults_;
 };
 
 } // namespace quenstal
