@@ -361,8 +361,11 @@ void PipeWireGraph::setStreamTarget(std::uint32_t stream, const std::optional<St
 {
     const char* const type = target ? target->type.c_str() : nullptr;
     const char* const value = target ? target->value.c_str() : nullptr;
-    if (defaults_)
-        pw_metadata_set_property(defaults_->object.get(), stream, "target.object", type, value);
+    if (!defaults_)
+        return;
+    pw_metadata_set_property(defaults_->object.get(), stream, "target.object", type, value);
+    // The server's own word about it may be missed, and then our target would pass for the user's.
+    defaultMetadataSet(stream, "target.object", type, value);
 }
 
 bool PipeWireGraph::setsTargetsThrough(std::uint32_t proxyID) const

@@ -129,6 +129,21 @@ TEST_F(MissedChangeTest, aDefaultThatNobodyIsToldOfIsHeardOfWhenAnOutputGoes)
     EXPECT_TRUE(waitForDefault(usbUID));
 }
 
+TEST_F(MissedChangeTest, ourOwnTargetDoesNotPassForTheUsersWhenItsEndIsMissed)
+{
+    const AudioOutputDevice device = plugInDefault("monitor", monitorUID);
+    ProbePlayer player(loop, countedSample);
+    parts->software.setVolume({0.5, false}, device);
+    ASSERT_TRUE(waitForCycles());
+    letAProgramGoWithoutItsAnswer();
+    parts->software.stopAll();
+    parts->software.setVolume({0.5, false}, device);
+    ASSERT_TRUE(waitForCycles());
+    parts->software.stopAll();
+    EXPECT_TRUE(loop.runUntil([this] { return outputOf("pw-cli ls Node | grep quenstal || true").empty(); }));
+    EXPECT_EQ(outputOf("pw-metadata -n default | grep target.object || true"), "");
+}
+
 TEST_F(MissedChangeTest, questionsDoNotHoldUpASessionThatStarts)
 {
     const AudioOutputDevice device = plugInDefault("monitor", monitorUID);
