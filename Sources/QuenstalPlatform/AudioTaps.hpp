@@ -68,6 +68,8 @@ enum class TapChange {
     format,
     /// The tap delivers nothing any more and the direct path is back. Its owner should release it.
     ended,
+    /// No tap's change, and told with the number 0: where creating one was refused, it is worth another try.
+    refusalOver,
 };
 
 /// Process taps and the devices built on them. Main thread, except the IO procedure, which runs on the audio thread.
@@ -97,7 +99,8 @@ public:
 
     /// The procedure is called once a cycle from now on, with input and output buffers of the same number and sizes,
     /// outputs zeroed, finite input samples. A start that fails later is reported as `ended`, and creating a tap on the
-    /// same output returns the reason when trying again is of no use.
+    /// same output returns the reason when trying again is of no use. When that is only for a time, `refusalOver` is
+    /// told after it; once, and not again when the next try fails too.
     virtual PlatformStatus startDevice(AudioObjectID device, AudioIOProcID procedureID) = 0;
     /// When this returns, the procedure is not running and will not be called again.
     virtual PlatformStatus stopDevice(AudioObjectID device, AudioIOProcID procedureID) = 0;

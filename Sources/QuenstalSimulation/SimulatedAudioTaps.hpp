@@ -63,6 +63,8 @@ public:
     void changeRate(const std::string& deviceUID, double rate);
     /// The machine takes the tap away.
     void endTap(AudioObjectID tap);
+    /// Where the machine refused taps, it would give one now.
+    void endRefusal() { tapChanged_.notify(0, TapChange::refusalOver); }
 
     /// Whether programs are heard on the output without passing through a procedure.
     bool directPathIsAudible(const std::string& deviceUID) const;

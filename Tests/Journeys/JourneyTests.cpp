@@ -122,6 +122,27 @@ TEST_F(JourneyTest, aMonitorThatRefusesToBeSetFallsBackAndComesBack)
     EXPECT_EQ(monitor->volume(), 56);
 }
 
+TEST_F(JourneyTest, softwareVolumeThatWasRefusedForATimeComesBackWithoutAKey)
+{
+    machine.plugInMonitorOutput();
+    machine.launch();
+    machine.taps.play([](std::uint32_t, std::uint64_t) { return 1.0F; });
+    machine.press(down);
+    ASSERT_FALSE(machine.taps.directPathIsAudible("monitor-uid"));
+    machine.taps.journal().failWith("createTap", -28);
+    machine.taps.endTap(900);
+    machine.loop.runUntilIdle();
+    EXPECT_TRUE(machine.taps.directPathIsAudible("monitor-uid"));
+    machine.taps.journal().failWith("createTap", 0);
+    machine.loop.runUntilIdle();
+    EXPECT_TRUE(machine.taps.directPathIsAudible("monitor-uid"));
+    machine.taps.endRefusal();
+    machine.loop.runUntilIdle();
+    EXPECT_FALSE(machine.taps.directPathIsAudible("monitor-uid"));
+    EXPECT_NEAR(loudest(machine.taps.runCycles(4)), machine.state().volume.level, 1e-6);
+    EXPECT_LT(machine.state().volume.level, 1);
+}
+
 TEST_F(JourneyTest, softwareProcessingIsChosenOnceAndKeptAcrossStarts)
 {
     machine.plugInMonitorOutput();

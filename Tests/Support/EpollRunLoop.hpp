@@ -21,7 +21,7 @@ public:
     [[nodiscard]] Cancellation after(Duration delay, Task task) override;
     [[nodiscard]] Cancellation repeat(Duration interval, Task task) override;
     [[nodiscard]] Cancellation watchReadable(int descriptor, Task task) override;
-    SteadyTime steadyNow() const override { return std::chrono::steady_clock::now(); }
+    SteadyTime steadyNow() const override { return std::chrono::steady_clock::now() + passed_; }
     WallTime wallNow() const override { return std::chrono::system_clock::now(); }
     bool isMainThread() const override { return std::this_thread::get_id() == mainThread_; }
 
@@ -30,6 +30,8 @@ public:
     bool runUntil(const std::function<bool()>& condition, Duration limit = std::chrono::seconds(10),
         Duration longestWait = std::chrono::milliseconds(5));
     void runFor(Duration duration);
+    /// So much time has passed without anything happening.
+    void letPass(Duration duration) { passed_ += duration; }
     /// Times that the loop woke up since it was made.
     std::uint64_t wakeUps() const { return wakeUps_; }
 
@@ -46,6 +48,7 @@ private:
     void wake() const;
 
     const std::thread::id mainThread_ = std::this_thread::get_id();
+    Duration passed_{};
     PendingTasks pending_;
     int epoll_;
     int wakeEvent_;

@@ -86,6 +86,8 @@ void CoreAudioTapSoftwareVolumeController::tapChanged(AudioObjectID tap, TapChan
         // The next request starts another one, at the volume that this one had.
         sessions_.erase(session);
         break;
+    case TapChange::refusalOver:
+        break;
     }
 }
 

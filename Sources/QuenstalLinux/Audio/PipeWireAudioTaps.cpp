@@ -19,8 +19,10 @@ constexpr AudioObjectID firstID = 0x4000'0000;
 constexpr std::uint32_t usualRate = 48000;
 /// At the end of the program there is no later turn on which the streams could be moved back.
 constexpr auto farewellTime = 200ms;
-/// A session that ended by itself is started again at once, but not twice within this time.
+/// A session that ended by itself may be started again at once. When that one ends too, not for this time.
 constexpr auto refusalTime = 5s;
+/// Sessions that end within this time of one another have the same cause; the one that is tried after a refusal, too.
+constexpr auto seriesTime = 4 * refusalTime;
 
 /// The text that makes the aggregate device's name unique.
 std::string uniquePart(const AggregateDeviceDescription& description)
@@ -241,16 +243,16 @@ void PipeWireAudioTaps::graphChanged(GraphChange change)
 {
     // Another server or session manager may think differently.
     if (change == GraphChange::session)
-        refusals_.clear();
+        failures_.clear();
 }
 
 PlatformStatus PipeWireAudioTaps::refusalOf(const std::string& targetName) const
 {
-    const auto refusal = refusals_.find(targetName);
-    if (refusal == refusals_.end())
+    const auto failure = failures_.find(targetName);
+    if (failure == failures_.end())
         return 0;
-    const auto& [status, time, repeated] = refusal->second;
-    const bool isRecent = repeated && runLoop_.steadyNow() - time < refusalTime;
+    const auto& [status, time, count, refusal] = failure->second;
+    const bool isRecent = count > 1 && runLoop_.steadyNow() - time < refusalTime;
     // A denial stays one.
     return isDenial(status) || isRecent ? status : 0;
 }
@@ -275,13 +277,23 @@ void PipeWireAudioTaps::ended(AudioObjectID device, int status)
     if (found == devices_.end() || !found->second->path)
         return;
     // An output that went may come back.
-    if (status != -ENODEV) {
-        const auto now = runLoop_.steadyNow();
-        Refusal& refusal = refusals_[found->second->targetName];
-        refusal = {status, now, refusal.status != 0 && now - refusal.time < refusalTime};
-    }
+    if (status != -ENODEV)
+        remember(found->second->targetName, status);
     retire(std::move(found->second->path));
     tapChanged_.notify(found->second->tap, TapChange::ended);
+}
+
+void PipeWireAudioTaps::remember(const std::string& targetName, int status)
+{
+    Failure& failure = failures_[targetName];
+    const auto now = runLoop_.steadyNow();
+    const bool sameSeries = failure.count > 0 && now - failure.time < seriesTime;
+    failure.count = sameSeries ? failure.count + 1 : 1;
+    failure.status = status;
+    failure.time = now;
+    // Once in a series: sound is interrupted by every try.
+    if (failure.count == 2 && !isDenial(status))
+        failure.refusal = runLoop_.after(refusalTime, [this] { tapChanged_.notify(0, TapChange::refusalOver); });
 }
 
 void PipeWireAudioTaps::retire(std::unique_ptr<SoftwarePath> path)

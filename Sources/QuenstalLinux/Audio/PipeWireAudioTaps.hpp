@@ -57,11 +57,12 @@ private:
         AudioIOProcID procedureID() { return reinterpret_cast<AudioIOProcID>(&procedure); }
     };
 
-    struct Refusal {
+    struct Failure {
         int status = 0;
         RunLoop::SteadyTime time;
-        /// The session before ended by itself too, a moment earlier.
-        bool repeated = false;
+        /// Sessions that ended by themselves, one soon after the other.
+        int count = 0;
+        Cancellation refusal;
     };
 
     void graphChanged(GraphChange change) override;
@@ -69,6 +70,7 @@ private:
     Device* deviceWith(AudioObjectID device, AudioIOProcID procedureID);
     AudioObjectID tapNamed(const std::string& uid) const;
     void ended(AudioObjectID device, int status);
+    void remember(const std::string& targetName, int status);
     /// The status that creating a tap on the output would only lead to again; 0 when it is worth trying.
     PlatformStatus refusalOf(const std::string& targetName) const;
     void retire(std::unique_ptr<SoftwarePath> path);
@@ -82,8 +84,8 @@ private:
     std::map<AudioObjectID, std::unique_ptr<Device>> devices_;
     /// Stopped, and waiting for the streams to be back on their direct path.
     std::vector<std::unique_ptr<SoftwarePath>> retiring_;
-    /// Why the last session on an output ended by itself, by the output's name.
-    std::map<std::string, Refusal> refusals_;
+    /// Of the last sessions on an output, by the output's name.
+    std::map<std::string, Failure> failures_;
     std::uint64_t earlierRepairs_ = 0;
 };
 

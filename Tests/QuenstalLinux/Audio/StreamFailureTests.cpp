@@ -9,6 +9,8 @@
 namespace quenstal {
 namespace {
 
+using namespace std::chrono_literals;
+
 /// The streams end at the server while the output and everything else live on.
 struct StreamFailureTest : AudioSessionTest {
     enum class Side { capture, playback };
@@ -47,8 +49,21 @@ struct StreamFailureTest : AudioSessionTest {
     }
     bool waitForTheEnd()
     {
-        return loop.runUntil([this] { return std::ranges::find(changes, TapChange::ended) != changes.end(); });
+        return loop.runUntil([this] { return isTold(TapChange::ended); });
     }
+
+    /// The next session starts, is heard, and loses its stream.
+    void loseSession(const AudioOutputDevice& device, ProbeRecorder& recorder)
+    {
+        ASSERT_EQ(errorOf([&] { parts->software.setEQProfile({}, device); }), "");
+        // What was heard last may still be the session before.
+        ASSERT_TRUE(waitForCycles());
+        ASSERT_TRUE(waitForSound(recorder, 0.5F));
+        changes.clear();
+        refuse(streamOf(Side::playback), -ENOSPC);
+        ASSERT_TRUE(waitForTheEnd());
+    }
+    bool isTold(TapChange change) const { return std::ranges::find(changes, change) != changes.end(); }
 
     PipeWireConnection manager{loop};
     PipeWireProxy<pw_registry> registry;
@@ -84,15 +99,8 @@ TEST_F(StreamFailureTest, aSecondLossIsExplainedAndLeavesTheSoundOnItsDirectPath
     ProbeRecorder recorder(loop, monitorUID);
     ProbePlayer player(loop, countedSample);
     start(device);
-    for (int i = 0; i < 2; ++i) {
-        ASSERT_EQ(errorOf([&] { parts->software.setEQProfile({}, device); }), "") << i;
-        // What was heard last may still be the session before.
-        ASSERT_TRUE(waitForCycles()) << i;
-        ASSERT_TRUE(waitForSound(recorder, 0.5F)) << i;
-        changes.clear();
-        refuse(streamOf(Side::playback), -ENOSPC);
-        ASSERT_TRUE(waitForTheEnd()) << i;
-    }
+    loseSession(device, recorder);
+    loseSession(device, recorder);
     EXPECT_EQ(errorOf([&] {
         parts->software.setVolume({0.25, false}, device);
     }),
@@ -100,6 +108,27 @@ TEST_F(StreamFailureTest, aSecondLossIsExplainedAndLeavesTheSoundOnItsDirectPath
         "System Settings, then relaunch.");
     EXPECT_EQ(parts->software.readLevels(device), SoundLevelSnapshot::zero());
     EXPECT_TRUE(waitForSound(recorder, 1)) << "on the direct path";
+}
+
+TEST_F(StreamFailureTest, theEndOfARefusalIsToldOnceAndNotAfterTheNextTry)
+{
+    const AudioOutputDevice device = plugInDefault("monitor", monitorUID);
+    ProbeRecorder recorder(loop, monitorUID);
+    ProbePlayer player(loop, countedSample);
+    const auto errorOfASession = [&] { return errorOf([&] { parts->software.setEQProfile({}, device); }); };
+    start(device);
+    loseSession(device, recorder);
+    loseSession(device, recorder);
+    EXPECT_NE(errorOfASession(), "");
+    EXPECT_FALSE(isTold(TapChange::refusalOver));
+    loop.letPass(5s);
+    EXPECT_TRUE(loop.runUntil([&] { return isTold(TapChange::refusalOver); }));
+    loseSession(device, recorder);
+    EXPECT_NE(errorOfASession(), "");
+    loop.letPass(5s);
+    EXPECT_EQ(errorOfASession(), "") << "it may be tried";
+    EXPECT_TRUE(waitForSound(recorder, 0.5F));
+    EXPECT_FALSE(isTold(TapChange::refusalOver)) << "nobody is asked to";
 }
 
 } // namespace
