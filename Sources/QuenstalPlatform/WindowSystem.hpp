@@ -45,6 +45,14 @@ public:
         std::function<std::vector<std::uint32_t>(int pixels)> paint;
     };
 
+    /// A button of the mouse went down.
+    struct MousePress {
+        /// The top-level window under the pointer, by the time that this is told.
+        WindowID under = 0;
+        /// When it went down, in milliseconds of the window system's clock, which the toolkit's own events bear too.
+        std::uint32_t time = 0;
+    };
+
     /// Windows may be translucent. May change at any time.
     virtual bool isCompositing() = 0;
     /// The window that has the keyboard.
@@ -54,9 +62,9 @@ public:
     /// Clicks outside the rectangle fall through to what lies below the window.
     virtual void setInputRegion(WindowID window, const PixelRect& region) = 0;
     /// Hears presses of the mouse buttons wherever they happen, without taking them from anyone; `mask` as in
-    /// `MouseEventMask`. The handler is told the top-level window under the pointer. Until cancelled; a monitor may be
-    /// cancelled from its own handler.
-    [[nodiscard]] virtual Cancellation onMouseDown(std::uint32_t mask, std::function<void(WindowID under)> handler) = 0;
+    /// `MouseEventMask`. Until cancelled; a monitor may be cancelled from its own handler.
+    [[nodiscard]] virtual Cancellation onMouseDown(std::uint32_t mask, std::function<void(const MousePress&)> handler)
+        = 0;
     /// At least `pixels` wide and high. It waits for a tray. Null when there can be none.
     virtual std::unique_ptr<TrayIcon> createTrayIcon(TrayIconUser user, int pixels) = 0;
 };

@@ -34,9 +34,10 @@ std::uint32_t maskOf(std::uint32_t button)
 
 class X11WindowSystem final : public WindowSystem {
 public:
-    X11WindowSystem(XcbConnection connection, int screenNumber, RunLoop& runLoop)
+    X11WindowSystem(XcbConnection connection, int screenNumber, RunLoop& runLoop, std::string display)
         : connection_(std::move(connection))
         , runLoop_(runLoop)
+        , display_(std::move(display))
         , root_(rootWindow(connection_.get(), screenNumber))
         , compositorSelection_(intern("_NET_WM_CM_S" + std::to_string(screenNumber)))
         , watch_(runLoop.watchReadable(xcb_get_file_descriptor(connection_.get()), [this] { dispatch(); }))
@@ -47,6 +48,7 @@ public:
     {
         const auto reply = owned(xcb_get_selection_owner_reply(
             connection_.get(), xcb_get_selection_owner(connection_.get(), compositorSelection_), nullptr));
+        dispatchLater();
         return reply && reply->owner != XCB_NONE;
     }
 
@@ -54,6 +56,7 @@ public:
     {
         const auto reply
             = owned(xcb_get_input_focus_reply(connection_.get(), xcb_get_input_focus(connection_.get()), nullptr));
+        dispatchLater();
         return reply && reply->focus != XCB_INPUT_FOCUS_POINTER_ROOT ? reply->focus : XCB_NONE;
     }
 
@@ -74,7 +77,7 @@ public:
         xcb_flush(connection_.get());
     }
 
-    Cancellation onMouseDown(std::uint32_t mask, std::function<void(WindowID)> handler) override
+    Cancellation onMouseDown(std::uint32_t mask, std::function<void(const MousePress&)> handler) override
     {
         auto monitor = std::make_shared<Monitor>(Monitor{mask, std::move(handler)});
         monitors_.push_back(monitor);
@@ -85,7 +88,7 @@ public:
     std::unique_ptr<TrayIcon> createTrayIcon(TrayIconUser user, int pixels) override
     {
         int screenNumber = 0;
-        XcbConnection connection = connectToX11({}, screenNumber);
+        XcbConnection connection = connectToX11(display_, screenNumber);
         if (!connection)
             return nullptr;
         return std::make_unique<X11TrayIcon>(std::move(connection), screenNumber, runLoop_, std::move(user), pixels);
@@ -94,7 +97,7 @@ public:
 private:
     struct Monitor {
         std::uint32_t mask;
-        std::function<void(WindowID)> handler;
+        std::function<void(const MousePress&)> handler;
     };
 
     class Registration final : public Interface {
@@ -138,6 +141,12 @@ private:
         xcb_flush(connection_.get());
     }
 
+    /// What came with an answer is in memory already, where the descriptor does not tell of it.
+    void dispatchLater()
+    {
+        later_ = runLoop_.after({}, [this] { dispatch(); });
+    }
+
     void dispatch()
     {
         while (const auto event = owned(xcb_poll_for_event(connection_.get()))) {
@@ -145,30 +154,32 @@ private:
                 continue;
             const auto* press = reinterpret_cast<const xcb_input_raw_button_press_event_t*>(event.get());
             if (press->event_type == XCB_INPUT_RAW_BUTTON_PRESS)
-                tell(maskOf(press->detail));
+                tell(maskOf(press->detail), press->time);
         }
         // A server that went away would be readable for ever.
         if (xcb_connection_has_error(connection_.get()) != 0)
             watch_.reset();
     }
 
-    void tell(std::uint32_t button)
+    void tell(std::uint32_t button, std::uint32_t time)
     {
         const auto reply
             = owned(xcb_query_pointer_reply(connection_.get(), xcb_query_pointer(connection_.get(), root_), nullptr));
-        const WindowID under = reply ? reply->child : XCB_NONE;
+        const MousePress press{reply ? reply->child : 0, time};
         for (const auto& monitor : std::vector(monitors_)) {
             if (monitor->handler && (monitor->mask & button) != 0)
-                std::function(monitor->handler)(under);
+                std::function(monitor->handler)(press);
         }
     }
 
     XcbConnection connection_;
     RunLoop& runLoop_;
+    std::string display_;
     xcb_window_t root_;
     xcb_atom_t compositorSelection_;
     std::vector<std::shared_ptr<Monitor>> monitors_;
     Cancellation watch_;
+    Cancellation later_;
 };
 
 bool hasRawPresses(xcb_connection_t* connection)
@@ -183,13 +194,13 @@ bool hasRawPresses(xcb_connection_t* connection)
 
 } // namespace
 
-std::unique_ptr<WindowSystem> connectToX11(RunLoop& runLoop)
+std::unique_ptr<WindowSystem> connectToX11(RunLoop& runLoop, const std::string& display)
 {
     int screenNumber = 0;
-    XcbConnection connection = connectToX11({}, screenNumber);
+    XcbConnection connection = connectToX11(display, screenNumber);
     if (!connection || !hasRawPresses(connection.get()))
         return nullptr;
-    return std::make_unique<X11WindowSystem>(std::move(connection), screenNumber, runLoop);
+    return std::make_unique<X11WindowSystem>(std::move(connection), screenNumber, runLoop, display);
 }
 
 } // namespace quenstal

@@ -86,9 +86,10 @@ struct QtDesktop::State : QObject {
     }
 
     /// Presses on the panel, and on the item where it is known to be, are inside.
-    bool isInside(WindowID under) const
+    bool isInside(const WindowSystem::MousePress& press) const
     {
-        if (panel && under == panel->windowID())
+        // The panel may have shrunk by what the press has done.
+        if (panel && (press.under == panel->windowID() || panel->wasPressedAt(press.time)))
             return true;
         const std::optional<Rect> item = statusItem ? statusItem->frame() : std::nullopt;
         const QPoint pointer = QCursor::pos();
@@ -171,8 +172,8 @@ Cancellation QtDesktop::addGlobalMouseMonitor(std::uint32_t mask, std::function<
     if (!state_->windowSystem)
         return state_->add(&State::mouseMonitors, std::move(handler));
     return state_->windowSystem->onMouseDown(
-        mask, [state = state_.get(), handler = std::move(handler)](WindowID under) {
-            if (!state->isInside(under))
+        mask, [state = state_.get(), handler = std::move(handler)](const WindowSystem::MousePress& press) {
+            if (!state->isInside(press))
                 handler();
         });
 }

@@ -50,6 +50,7 @@ protected:
     {
         if (owner_.content_)
             owner_.content_->setKeyboardInUse(false);
+        owner_.lastPress_ = static_cast<std::uint32_t>(event->timestamp());
         QQuickWindow::mousePressEvent(event);
     }
 

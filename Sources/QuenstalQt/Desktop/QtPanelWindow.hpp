@@ -7,6 +7,7 @@
 #include <functional>
 #include <list>
 #include <memory>
+#include <optional>
 
 #include <QQuickWindow>
 
@@ -38,6 +39,8 @@ public:
     bool isAsking() const { return !questions_.empty(); }
 
     WindowID windowID() const;
+    /// Whether the last press of a mouse button that the panel got was that of this time.
+    bool wasPressedAt(std::uint32_t time) const { return lastPress_ == time; }
 
     /// Hears every key-down; the answer true keeps it from the views.
     std::function<bool(const KeyEvent&)> onKeyDown;
@@ -63,6 +66,7 @@ private:
     bool isComposited_ = true;
     Rect frame_;
     WindowID focusBefore_ = 0;
+    std::optional<std::uint32_t> lastPress_;
     std::unique_ptr<Window> window_;
     std::unique_ptr<PanelContent> content_;
     struct Asked {

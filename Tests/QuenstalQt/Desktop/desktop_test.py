@@ -99,6 +99,21 @@ class EmbeddedItem(DesktopTest):
         self.stand.wait(muted=1)
         self.assertTrue(self.stand.panel())
 
+    def test_a_click_that_makes_the_panel_smaller_keeps_it_open_however_short_it_is(self):
+        self.start_in_tray()
+        window = self.open_panel()
+        for muted in (1, 0, 1):
+            x, y, _, height = self.session.frame(window)
+            self.session.click(x + 290, y + height - 40)
+            self.session.click(x + GLASS[0] - 130, y + height - 231)
+            wait_for(lambda: self.session.frame(window)[3] > height, "set-up guide")
+            _, y, _, height = self.session.frame(window)
+            self.session.run("xdotool", "mousemove", str(x + 172), str(y + height - 30), "mousedown", "1", "mouseup", "1")
+            wait_for(lambda: self.session.frame(window)[3] == GLASS[1], "dial")
+            self.session.key("m")
+            self.stand.wait(muted=muted)
+            self.assertTrue(self.stand.panel())
+
     def test_the_wheel_on_the_icon_steps_the_volume_and_the_middle_button_mutes(self):
         self.start_in_tray()
         before = self.stand.read()["percent"]
