@@ -1,11 +1,5 @@
-#include "EmulatedMonitor/MachineFixture.hpp"
 #include "QuenstalLinux/Display/LinuxDisplayBuses.hpp"
-#include "QuenstalLinux/Display/MonitorRegistry.hpp"
-#include "QuenstalLinux/Display/VcpWire.hpp"
-#include "QuenstalSimulation/SimulatedRunLoop.hpp"
-#include "Support/BusRules.hpp"
-#include "Support/SimulatedI2CDevices.hpp"
-#include "Support/VirtualWorkerTime.hpp"
+#include "QuenstalLinux/Display/RegistryBench.hpp"
 
 #include <cerrno>
 
@@ -16,90 +10,8 @@ namespace {
 
 using namespace std::chrono_literals;
 using Kind = DisplayBusProblem::Kind;
-using Link = MachineFixture::Link;
-using Monitor = std::shared_ptr<SimulatedMonitor>;
-using Names = std::vector<std::string>;
 
-Monitor monitorNamed(const std::string& name, std::uint16_t product)
-{
-    return std::make_shared<SimulatedMonitor>(MonitorDescription{.name = name, .product = product});
-}
-
-std::vector<std::uint8_t> edidOf(const Monitor& monitor)
-{
-    return {monitor->edid().begin(), monitor->edid().end()};
-}
-
-struct DisplayRegistryTest : testing::Test {
-    ~DisplayRegistryTest() override
-    {
-        devices->release();
-        registry.reset();
-        time->advance(1s);
-        EXPECT_EQ(devices->openDescriptors(), 0u);
-        EXPECT_LE(devices->longestIdle(), 1s);
-        for (const Monitor& monitor : {left, right, panel})
-            expectBusRules(*monitor);
-    }
-
-    void connect(const std::string& bus, Monitor monitor) { devices->connect("/dev/" + bus, std::move(monitor)); }
-
-    void write(const MachineFixture& machine) { machine.writeTo(sysfs.path()); }
-
-    void start()
-    {
-        registry = std::make_unique<MonitorRegistry>(
-            loop, DisplayMachine{sysfs.path(), "/dev", devices, time}, [this] { return playing; });
-    }
-
-    void startWithTwo()
-    {
-        write({{{"eDP-1", Link::auxiliary, 3, edidOf(panel)}, {"DP-1", Link::auxiliary, 5, edidOf(left)},
-                   {"HDMI-A-1", Link::ddc, 6, edidOf(right)}},
-            {}});
-        connect("i2c-3", panel);
-        connect("i2c-5", left);
-        connect("i2c-6", right);
-        start();
-        settle();
-    }
-
-    /// Lets workers and main thread work through whatever is due within this time.
-    void pass(WorkerTime::Duration duration)
-    {
-        constexpr WorkerTime::Duration step = 5ms;
-        for (WorkerTime::Duration passed{}; passed < duration; passed += step) {
-            time->advance(step);
-            loop.advance(step);
-        }
-    }
-
-    void settle() { pass(200ms); }
-
-    Names candidates()
-    {
-        Names names;
-        for (const auto& candidate : registry->candidates())
-            names.push_back(candidate.connector.name + (candidate.engine ? " " + candidate.engine->device() : ""));
-        return names;
-    }
-
-    bool answers(const std::shared_ptr<BusEngine>& engine)
-    {
-        VcpReply reply{};
-        return engine->get(speakerVolumeQuestion, 50ms, reply, registry->coldBudget()) == 0;
-    }
-
-    const Monitor left = monitorNamed("Left", 1);
-    const Monitor right = monitorNamed("Right", 2);
-    const Monitor panel = monitorNamed("Panel", 3);
-    TemporaryDirectory sysfs;
-    SimulatedRunLoop loop;
-    std::shared_ptr<VirtualWorkerTime> time = std::make_shared<VirtualWorkerTime>();
-    std::shared_ptr<SimulatedI2CDevices> devices = std::make_shared<SimulatedI2CDevices>(time);
-    std::optional<MonitorIdentity> playing;
-    std::unique_ptr<MonitorRegistry> registry;
-};
+struct DisplayRegistryTest : RegistryBench { };
 
 TEST_F(DisplayRegistryTest, externalMonitorsAreCandidatesInAStableOrder)
 {
@@ -118,7 +30,7 @@ TEST_F(DisplayRegistryTest, aPanelInsideTheMachineIsNeverTouched)
 struct PlayingRow {
     const char* what;
     std::optional<MonitorIdentity> playing;
-    Names expected;
+    RegistryBench::Names expected;
 };
 
 TEST_F(DisplayRegistryTest, theMonitorThatPlaysIsTheOnlyCandidateWhenThatIsCertain)
@@ -222,111 +134,6 @@ TEST_F(DisplayRegistryTest, anUnclaimedBusIsOnlyAskedForItsEdid)
     EXPECT_TRUE(panel->journal().empty());
 }
 
-TEST_F(DisplayRegistryTest, aStormOfEventsIsOneLookAndOneRefresh)
-{
-    startWithTwo();
-    int refreshes = 0;
-    const Cancellation observation = registry->observeChanges([&] { ++refreshes; });
-    const auto asked = getsAsked(*left);
-    for (int event = 0; event < 50; ++event)
-        registry->devicesChanged();
-    pass(50ms);
-    EXPECT_EQ(getsAsked(*left), asked) << "not before the dust has settled";
-    pass(60ms);
-    EXPECT_EQ(refreshes, 1);
-    pass(300ms);
-    EXPECT_EQ(getsAsked(*left), asked + 1);
-    EXPECT_LE(refreshes, 3) << "one for the look, one for each monitor's answer";
-}
-
-TEST_F(DisplayRegistryTest, aMonitorThatIsUnpluggedIsLetGoOf)
-{
-    startWithTwo();
-    EXPECT_EQ(devices->openDescriptors(), 2u);
-    write({{{"DP-1", Link::auxiliary, 5, edidOf(left)}, {"HDMI-A-1", Link::ddc, 6, {}, "disconnected"}}, {}});
-    registry->devicesChanged();
-    pass(110ms);
-    EXPECT_EQ(candidates(), Names{"card0-DP-1 /dev/i2c-5"});
-    const auto asked = getsAsked(*right);
-    pass(5s);
-    EXPECT_EQ(getsAsked(*right), asked);
-    EXPECT_EQ(devices->openDescriptors(), 0u);
-}
-
-TEST_F(DisplayRegistryTest, anotherMonitorOnTheSameConnectorIsAskedAnew)
-{
-    write({{{"DP-1", Link::auxiliary, 5, edidOf(left)}}, {}});
-    connect("i2c-5", left);
-    start();
-    settle();
-    right->setVolume(80);
-    connect("i2c-5", right);
-    write({{{"DP-1", Link::auxiliary, 5, edidOf(right)}}, {}});
-    registry->devicesChanged();
-    pass(300ms);
-    VcpReply reply{};
-    ASSERT_EQ(registry->candidates().at(0).engine->get(speakerVolumeQuestion, 50ms, reply, registry->coldBudget()), 0);
-    EXPECT_EQ(reply[9], 80);
-}
-
-TEST_F(DisplayRegistryTest, aMonitorThatRefusedProvesItselfWhereverItIsBackAndAnotherNeedNot)
-{
-    const MachineFixture none{{}, {}};
-    const auto plug = [this](const std::string& connector, int bus, const Monitor& monitor) {
-        connect("i2c-" + std::to_string(bus), monitor);
-        write({{{connector, Link::auxiliary, bus, edidOf(monitor)}}, {}});
-        registry->devicesChanged();
-        pass(1s);
-    };
-    const auto unplug = [&] {
-        write(none);
-        registry->devicesChanged();
-        pass(1s);
-    };
-    write(none);
-    start();
-    plug("DP-1", 5, left);
-    left->setQuirks({.refusesSets = true});
-    const VcpMessage set{0x51, 0x84, 0x03, 0x62, 0x00, 0x28, 0xF2};
-    EXPECT_EQ(registry->candidates().at(0).engine->set(set), 0);
-    pass(1s);
-    plug("DP-1", 5, right);
-    EXPECT_TRUE(answers(registry->candidates().at(0).engine));
-    EXPECT_TRUE(valuesSet(*right).empty());
-    plug("DP-1", 5, left);
-    EXPECT_FALSE(answers(registry->candidates().at(0).engine)) << "on the connector where it was";
-    plug("DP-2", 6, left);
-    EXPECT_FALSE(answers(registry->candidates().at(0).engine)) << "moved in one look";
-    unplug();
-    left->setQuirks({});
-    plug("DP-1", 5, left);
-    EXPECT_TRUE(answers(registry->candidates().at(0).engine));
-    EXPECT_EQ(valuesSet(*left), std::vector<std::uint16_t>{37});
-    unplug();
-    plug("DP-1", 5, left);
-    EXPECT_TRUE(answers(registry->candidates().at(0).engine));
-    EXPECT_EQ(valuesSet(*left).size(), 1u) << "one proof is enough";
-}
-
-TEST_F(DisplayRegistryTest, sleepLetsGoAndAWakeFindsOutAgainAfterAMoment)
-{
-    startWithTwo();
-    registry->machineWillSleep();
-    pass(5ms);
-    EXPECT_EQ(devices->openDescriptors(), 0u);
-    const auto asked = getsAsked(*left);
-    registry->devicesChanged();
-    pass(1s);
-    EXPECT_EQ(getsAsked(*left), asked) << "asleep";
-    devices->failOpen(4, EACCES);
-    registry->machineDidWake();
-    pass(490ms);
-    EXPECT_EQ(getsAsked(*left), asked) << "not at once";
-    pass(3s);
-    EXPECT_GT(getsAsked(*left), asked) << "access was given late";
-    EXPECT_TRUE(registry->problems().empty());
-}
-
 TEST_F(DisplayRegistryTest, theMonitorThatPlaysIsAskedBeforeAStepThatComesLate)
 {
     startWithTwo();
@@ -372,21 +179,6 @@ TEST_F(DisplayRegistryTest, nobodyWaitsLongForAMonitorToBeAsked)
     EXPECT_EQ(ran, (std::vector{1, 2}));
 }
 
-TEST_F(DisplayRegistryTest, whatAMonitorHadAcceptedIsLostWhenItIsGoneInstead)
-{
-    startWithTwo();
-    registry->machineWillSleep();
-    const VcpMessage set{0x51, 0x84, 0x03, 0x62, 0x00, 0x28, 0xF2};
-    EXPECT_EQ(registry->candidates().at(0).engine->set(set), 0);
-    write({{{"HDMI-A-1", Link::ddc, 6, edidOf(right)}}, {}});
-    registry->machineDidWake();
-    pass(490ms);
-    EXPECT_FALSE(registry->takeLostWrite());
-    pass(200ms);
-    EXPECT_TRUE(registry->takeLostWrite());
-    EXPECT_FALSE(registry->takeLostWrite());
-}
-
 TEST_F(DisplayRegistryTest, aDeniedDeviceIsToldWithWhatGrantsAccess)
 {
     devices->failOpen(1000, EACCES);
@@ -414,17 +206,6 @@ TEST_F(DisplayRegistryTest, withoutI2CDevicesTheModuleIsNamed)
     const auto problems = registry->problems();
     ASSERT_EQ(problems.size(), 1u);
     EXPECT_EQ(problems[0].remedy, "Load the kernel module i2c-dev.");
-}
-
-TEST_F(DisplayRegistryTest, anAdapterThatGoesUnderAWriteMakesItLookAgain)
-{
-    startWithTwo();
-    devices->remove("/dev/i2c-5");
-    write({{{"HDMI-A-1", Link::ddc, 6, edidOf(right)}}, {}});
-    const VcpMessage set{0x51, 0x84, 0x03, 0x62, 0x00, 0x28, 0xF2};
-    EXPECT_NE(registry->candidates().at(0).engine->set(set), 0);
-    settle();
-    EXPECT_EQ(candidates(), Names{"card0-HDMI-A-1 /dev/i2c-6"});
 }
 
 TEST_F(DisplayRegistryTest, anObserverMayEndItsObservationWhileItIsTold)
