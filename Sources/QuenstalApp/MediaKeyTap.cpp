@@ -131,6 +131,9 @@ bool MediaKeyTap::carryOut(MediaKeyRouter::Key mediaKey)
     if (!controller_->isEnabled())
         return false;
     controller_->refresh();
+    // The step starts from the volume that is left then.
+    if (const auto statusController = statusController_.lock())
+        statusController->stateDidChange();
     const auto command = router_.command(mediaKey, controller_->state().permissions);
     if (!command)
         return false;

@@ -5,6 +5,7 @@
 #include "QuenstalApp/StatusMenuController/PanelGeometry.hpp"
 #include "QuenstalApp/StatusMenuController/PanelViewHosting.hpp"
 #include "QuenstalApp/StatusMenuController/SetupGuidePreferences.hpp"
+#include "QuenstalApp/StatusMenuController/SoftwareStay.hpp"
 #include "QuenstalCore/QuenstalController.hpp"
 #include "QuenstalPlatform/Desktop.hpp"
 #include "QuenstalPlatform/DisplayBuses.hpp"
@@ -88,7 +89,6 @@ private:
     void refreshAndSync();
     void publishSetup(const QuenstalState& state);
     void refreshStatusButton(const GlassDialSnapshot& snapshot);
-    void endLeftSoftwareSession(const QuenstalState& state);
 
     void setVolume(std::int64_t percent);
     void toggleMute();
@@ -144,8 +144,7 @@ private:
     PanelGeometry::BarSide barSide_ = PanelGeometry::BarSide::top;
     std::optional<RunLoop::SteadyTime> closedByOutsideClickAt_;
     bool alertShown_ = false;
-    /// The output that software processing was last seen on.
-    std::optional<AudioOutputDevice> softwareOutput_;
+    SoftwareStay softwareStay_;
 };
 
 } // namespace quenstal

@@ -143,6 +143,88 @@ TEST_F(JourneyTest, softwareVolumeThatWasRefusedForATimeComesBackWithoutAKey)
     EXPECT_LT(machine.state().volume.level, 1);
 }
 
+TEST_F(JourneyTest, aMonitorThatAnswersAgainIsNoLouderThanWhatWasChosenMeanwhile)
+{
+    struct Row {
+        const char* what;
+        std::vector<std::uint32_t> keys;
+        int volumeAfter;
+    };
+    // clang-format off
+    const std::vector<Row> rows{
+        {"turned down",                           {down, down, down, down}, 75},
+        {"turned down below the monitor's own",   {down, down, down, down, down, down, down, down, down}, 44},
+        {"turned down, and up to where it was",   {down, down, up, up},     80},
+        {"not touched: the monitor's own holds",  {},                       80},
+        {"muted",                                 {mute},                   0},
+    };
+    // clang-format on
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        SimulatedMachine one;
+        one.plugInMonitorOutput();
+        const auto monitor = one.plugInMonitor({.volume = 80, .quirks = {.busyAfterSet = 0ms, .isDeaf = true}});
+        one.launch();
+        for (const std::uint32_t key : row.keys)
+            one.press(key);
+        monitor->setQuirks({.busyAfterSet = 0ms});
+        one.busHealth.tellOfChange();
+        one.loop.runUntilIdle();
+        EXPECT_EQ(one.view().snapshot().modeKind, GlassDialModeKind::hardware);
+        EXPECT_EQ(monitor->volume(), row.volumeAfter);
+        EXPECT_EQ(one.desktop.statusButton()->title,
+            row.volumeAfter == 0 ? " Muted" : " " + std::to_string(row.volumeAfter) + "%");
+        EXPECT_EQ(one.taps.liveObjects(), 0u) << "the software gain ended";
+    }
+}
+
+TEST_F(JourneyTest, aVolumeChosenWhenTheMonitorFailedBeforeIsNotCarriedOver)
+{
+    machine.plugInMonitorOutput();
+    const auto monitor = machine.plugInMonitor({.volume = 80, .quirks = {.busyAfterSet = 0ms, .isDeaf = true}});
+    machine.launch();
+    const auto answers = [&](bool doesAnswer) {
+        monitor->setQuirks({.busyAfterSet = 0ms, .isDeaf = !doesAnswer});
+        machine.busHealth.tellOfChange();
+        machine.loop.runUntilIdle();
+    };
+    for (int i = 0; i < 8; ++i)
+        machine.press(down);
+    answers(true);
+    monitor->setVolume(70);
+    answers(false);
+    EXPECT_EQ(machine.view().snapshot().modeKind, GlassDialModeKind::software);
+    answers(true);
+    EXPECT_EQ(monitor->volume(), 70);
+}
+
+TEST_F(JourneyTest, theKeyThatFindsTheMonitorAnsweringStartsFromWhatWasChosen)
+{
+    machine.plugInMonitorOutput();
+    const auto monitor = machine.plugInMonitor({.volume = 80, .quirks = {.busyAfterSet = 0ms, .isDeaf = true}});
+    machine.launch();
+    for (int i = 0; i < 8; ++i)
+        machine.press(down);
+    monitor->setQuirks({.busyAfterSet = 0ms});
+    machine.press(up);
+    EXPECT_EQ(monitor->volume(), 56);
+}
+
+TEST_F(JourneyTest, aMonitorThatAnswersAndTakesNothingLeavesTheSoftwareGain)
+{
+    machine.plugInMonitorOutput();
+    const auto monitor = machine.plugInMonitor({.volume = 80, .quirks = {.isDeaf = true}});
+    machine.launch();
+    for (int i = 0; i < 8; ++i)
+        machine.press(down);
+    monitor->setQuirks({.refusesSets = true});
+    machine.busHealth.tellOfChange();
+    machine.loop.runUntilIdle();
+    EXPECT_TRUE(machine.state().mode.is<ControlMode::SoftwareTap>());
+    EXPECT_EQ(machine.desktop.statusButton()->title, " 50%");
+    EXPECT_NE(machine.taps.liveObjects(), 0u);
+}
+
 TEST_F(JourneyTest, softwareProcessingIsChosenOnceAndKeptAcrossStarts)
 {
     machine.plugInMonitorOutput();

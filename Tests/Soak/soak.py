@@ -211,6 +211,9 @@ class Soak:
         # Without the software path the sound passes as it is.
         if path_before == self.path == "gain":
             volumes.append("gain")
+        # What was chosen while the monitor did not answer holds when it does.
+        if path_before == "gain" and self.path == "monitor" and after.monitor > before.gain + STEP + TOLERANCE:
+            self.complain(name, f"the monitor answers again, and has {after.monitor:.2f} where {before.gain:.2f} was chosen")
         for volume in volumes:
             was, now = getattr(before, volume), getattr(after, volume)
             # A muted volume reads as nothing, and a key brings it back.

@@ -21,6 +21,7 @@ StatusMenuController::StatusMenuController(const Platform& platform, std::shared
     , setupPreferences_(platform.userDefaults)
     , viewState_(GlassDialSnapshot(controller_->state()), SetupGuideSnapshot(controller_->state()))
     , panel_(platform.desktop.createPanel(QuenstalPanel::settings(currentWindowSize())))
+    , softwareStay_(controller_)
 {
     refreshStatusButton(viewState_.snapshot());
     viewState_.setPermissionNeeds(permissionNeeds(controller_->state()));
@@ -69,23 +70,11 @@ void StatusMenuController::scheduleRefresh()
 
 void StatusMenuController::stateDidChange()
 {
-    endLeftSoftwareSession(controller_->state());
+    // Not a refresh, which would ask a monitor again that has just refused.
+    if (softwareStay_.follow())
+        tasks_.post([this] { sync(controller_->state()); });
     if (onStateChanged)
         onStateChanged(controller_->state());
-}
-
-/// Software gain left running under another path would multiply with that path's volume.
-void StatusMenuController::endLeftSoftwareSession(const QuenstalState& state)
-{
-    if (state.mode.is<ControlMode::SoftwareTap>()) {
-        softwareOutput_ = state.outputDevice;
-        return;
-    }
-    const bool sameOutput = softwareOutput_ && state.outputDevice && softwareOutput_->id == state.outputDevice->id;
-    if (sameOutput) {
-        controller_->shutdown();
-        softwareOutput_.reset();
-    }
 }
 
 void StatusMenuController::refreshStatusButton(const GlassDialSnapshot& snapshot)
