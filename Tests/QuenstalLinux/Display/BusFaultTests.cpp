@@ -11,9 +11,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using Kind = DisplayBusProblem::Kind;
-using Answer = EngineBench::Answer;
-
-constexpr Answer nothing = EngineBench::nothing;
 
 struct DisplayBusFaultTest : testing::Test, EngineBench { };
 
