@@ -34,6 +34,12 @@ using PipeWireStream = std::unique_ptr<pw_stream, DestroyWith<pw_stream_destroy>
 template <typename Object>
 using PipeWireProxy = std::unique_ptr<Object, DestroyProxy>;
 
+struct DestroySource {
+    pw_loop* loop = nullptr;
+    void operator()(spa_source* source) const { pw_loop_destroy_source(loop, source); }
+};
+using PipeWireSource = std::unique_ptr<spa_source, DestroySource>;
+
 /// A listener's place in a list; zero until it is added.
 struct PipeWireHook : spa_hook {
     PipeWireHook()

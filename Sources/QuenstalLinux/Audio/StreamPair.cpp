@@ -109,7 +109,7 @@ struct StreamPair::Events {
     static void signalRate(void* data)
     {
         StreamPair& pair = self(data);
-        pw_loop_signal_event(&pair.loop_, pair.rateEvent_);
+        pw_loop_signal_event(&pair.loop_, pair.rateEvent_.get());
     }
     static void rateSignalled(void* data, std::uint64_t) { self(data).owner_.rateChanged(); }
 
@@ -138,12 +138,12 @@ StreamPair::StreamPair(PipeWireConnection& connection, const Setup& setup, Softw
     , cycle_(cycle)
     , owner_(owner)
     , channels_(setup.positions.size())
+    , rateEvent_(pw_loop_add_event(&loop_, Events::rateSignalled, this), {&loop_})
     , playback_(pw_stream_new(connection.core(), streamName, playbackProperties(setup)))
     , capture_(pw_stream_new(connection.core(), streamName, captureProperties(setup)))
 {
     if (!playback_ || !capture_)
         throw std::system_error(errno, std::generic_category(), "pw_stream_new");
-    rateEvent_ = pw_loop_add_event(&loop_, Events::rateSignalled, this);
     cycle_.setStreams(capture_.get(), playback_.get());
     cycle_.setPosition(nullptr);
     cycle_.onRateChanged(Events::signalRate, this);
@@ -154,16 +154,12 @@ StreamPair::StreamPair(PipeWireConnection& connection, const Setup& setup, Softw
 
 StreamPair::~StreamPair()
 {
-    if (capture_ && playback_) {
-        spa_hook_remove(&captureHook_);
-        spa_hook_remove(&playbackHook_);
-        pw_stream_disconnect(playback_.get());
-        pw_stream_disconnect(capture_.get());
-    }
-    capture_.reset();
-    playback_.reset();
-    if (rateEvent_)
-        pw_loop_destroy_source(&loop_, rateEvent_);
+    // Nobody is to hear of an end that we make ourselves.
+    spa_hook_remove(&captureHook_);
+    spa_hook_remove(&playbackHook_);
+    // First the side of the other programs, as in `connect`.
+    pw_stream_disconnect(capture_.get());
+    pw_stream_disconnect(playback_.get());
 }
 
 void StreamPair::connect(const std::vector<std::uint32_t>& positions)

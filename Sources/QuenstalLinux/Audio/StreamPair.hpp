@@ -60,7 +60,7 @@ private:
     std::size_t channels_;
     PipeWireHook captureHook_;
     PipeWireHook playbackHook_;
-    spa_source* rateEvent_ = nullptr;
+    PipeWireSource rateEvent_;
     PipeWireStream playback_;
     PipeWireStream capture_;
 };
