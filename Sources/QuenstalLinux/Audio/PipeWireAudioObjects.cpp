@@ -114,23 +114,22 @@ PlatformStatus PipeWireAudioObjects::getString(
 PlatformStatus PipeWireAudioObjects::setUInt32(
     AudioObjectID object, const AudioPropertyAddress& address, std::uint32_t value)
 {
-    auto volume = volumeNow(object);
-    if (!volume)
+    if (!sinkOf(object))
         return -ENODEV;
     if (address.selector != AudioPropertySelector::mute || !hasProperty(object, address))
         return -ENOENT;
-    volume->muted = value != 0;
-    return write(object, std::move(*volume));
+    AudioVolume volume = *volumeNow(object);
+    volume.muted = value != 0;
+    return write(object, std::move(volume));
 }
 
 PlatformStatus PipeWireAudioObjects::setFloat32(AudioObjectID object, const AudioPropertyAddress& address, float value)
 {
-    auto volume = volumeNow(object);
-    if (!volume)
+    if (!sinkOf(object))
         return -ENODEV;
     if (address.selector != AudioPropertySelector::volumeScalar || !hasProperty(object, address))
         return -ENOENT;
-    return write(object, withScalar(std::move(*volume), address.element - 1, value));
+    return write(object, withScalar(*volumeNow(object), address.element - 1, value));
 }
 
 Cancellation PipeWireAudioObjects::onOutputsChanged(std::function<void()> handler)

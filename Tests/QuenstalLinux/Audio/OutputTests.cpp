@@ -1,5 +1,6 @@
 #include "AudioSessionTest.hpp"
 
+#include <cerrno>
 #include <cmath>
 #include <string>
 #include <utility>
@@ -41,6 +42,11 @@ TEST_F(OutputTest, aMonitorIsAnOutputOfFixedVolume)
     EXPECT_EQ(device.transport, AudioTransport::hdmi);
     EXPECT_FALSE(device.supportsNativeVolume);
     EXPECT_THROW(parts->system.readVolume(device), QuenstalError);
+    const auto object = static_cast<AudioObjectID>(std::stoul(device.id));
+    const AudioPropertyAddress volume{AudioPropertySelector::volumeScalar, AudioPropertyScope::output, 1};
+    float value = 0;
+    EXPECT_EQ(parts->objects.getFloat32(object, volume, value), -ENOENT);
+    EXPECT_EQ(parts->objects.setFloat32(object, volume, 0.5F), -ENOENT) << "and not that the output has gone";
 }
 
 TEST_F(OutputTest, everyOutputHasItsTransportAndItsVolume)
