@@ -2,7 +2,6 @@
 
 #include "QuenstalLinux/Audio/VolumePods.hpp"
 
-#include <algorithm>
 #include <array>
 #include <string>
 #include <utility>

@@ -56,15 +56,7 @@ void SoftwareCycle::run()
     pw_buffer* const output = pw_stream_dequeue_buffer(playback_);
     if (output) {
         const std::uint32_t frames = framesToRun(input, *output);
-        const std::uint32_t outputs = std::min<std::uint32_t>(output->buffer->n_datas, maximumChannels);
-        for (std::uint32_t i = 0; i < outputs; ++i) {
-            spa_data& data = output->buffer->datas[i];
-            std::memset(data.data, 0, std::size_t{frames} * bytesPerSample);
-            data.chunk->offset = 0;
-            data.chunk->size = frames * bytesPerSample;
-            data.chunk->stride = bytesPerSample;
-            output_[i] = {1, frames * bytesPerSample, data.data};
-        }
+        const std::uint32_t outputs = clearOutput(*output, frames);
         if (input) {
             const std::uint32_t both = std::min(outputs, input->buffer->n_datas);
             fillInput(*input, both, frames);
@@ -106,6 +98,20 @@ std::uint32_t SoftwareCycle::framesToRun(const pw_buffer* input, const pw_buffer
         frames = std::min<std::size_t>(frames, std::min(data.chunk->size, data.maxsize - offset) / bytesPerSample);
     }
     return static_cast<std::uint32_t>(frames);
+}
+
+std::uint32_t SoftwareCycle::clearOutput(const pw_buffer& output, std::uint32_t frames)
+{
+    const std::uint32_t count = std::min<std::uint32_t>(output.buffer->n_datas, maximumChannels);
+    for (std::uint32_t i = 0; i < count; ++i) {
+        spa_data& data = output.buffer->datas[i];
+        std::memset(data.data, 0, std::size_t{frames} * bytesPerSample);
+        data.chunk->offset = 0;
+        data.chunk->size = frames * bytesPerSample;
+        data.chunk->stride = bytesPerSample;
+        output_[i] = {1, frames * bytesPerSample, data.data};
+    }
+    return count;
 }
 
 void SoftwareCycle::fillInput(const pw_buffer& input, std::uint32_t count, std::uint32_t frames)

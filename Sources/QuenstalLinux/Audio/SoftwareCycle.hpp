@@ -47,6 +47,8 @@ public:
 private:
     pw_buffer* newestInput();
     std::uint32_t framesToRun(const pw_buffer* input, const pw_buffer& output) const;
+    /// How many channels there are to fill.
+    std::uint32_t clearOutput(const pw_buffer& output, std::uint32_t frames);
     void fillInput(const pw_buffer& input, std::uint32_t count, std::uint32_t frames);
     void callProcedure(std::uint32_t buffers);
     void watchRate();

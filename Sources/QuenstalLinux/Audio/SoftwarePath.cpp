@@ -1,6 +1,5 @@
 #include "QuenstalLinux/Audio/SoftwarePath.hpp"
 
-#include <algorithm>
 #include <cerrno>
 #include <utility>
 
@@ -136,9 +135,11 @@ void SoftwarePath::disconnected()
 
 void SoftwarePath::refused(std::uint32_t proxyID, int status)
 {
-    // Both leave the streams of others where they are, and nothing else tells of it.
-    const bool streamsWereDenied = proxyID == PW_ID_CORE && streams_ && streams_->captureNode() == SPA_ID_INVALID;
-    if (pendingEnd_ || (isDenial(status) && (streamsWereDenied || graph_.setsTargetsThrough(proxyID))))
+    // Denied one or the other, the streams of others stay where they are, and nothing else tells of it.
+    const bool concernsStreams = proxyID == PW_ID_CORE && streams_ && streams_->captureNode() == SPA_ID_INVALID;
+    const bool isFatal = isDenial(status) && (concernsStreams || graph_.setsTargetsThrough(proxyID));
+    // The streams that failed before are explained by this.
+    if (pendingEnd_ || isFatal)
         endLater(status);
 }
 

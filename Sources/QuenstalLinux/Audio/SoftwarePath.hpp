@@ -5,8 +5,9 @@
 #include "QuenstalLinux/Audio/StreamPair.hpp"
 #include "QuenstalLinux/Audio/StreamRouter.hpp"
 
+#include <cstdint>
+#include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
