@@ -178,7 +178,7 @@ TEST_F(JourneyTest, aMonitorThatAnswersAgainIsNoLouderThanWhatWasChosenMeanwhile
     }
 }
 
-TEST_F(JourneyTest, aVolumeChosenWhenTheMonitorFailedBeforeIsNotCarriedOver)
+TEST_F(JourneyTest, aVolumeChosenWhenTheMonitorFailedBeforeIsCarriedOverOnlyWhenItIsMovedAgain)
 {
     machine.plugInMonitorOutput();
     const auto monitor = machine.plugInMonitor({.volume = 80, .quirks = {.busyAfterSet = 0ms, .isDeaf = true}});
@@ -196,6 +196,11 @@ TEST_F(JourneyTest, aVolumeChosenWhenTheMonitorFailedBeforeIsNotCarriedOver)
     EXPECT_EQ(machine.view().snapshot().modeKind, GlassDialModeKind::software);
     answers(true);
     EXPECT_EQ(monitor->volume(), 70);
+    answers(false);
+    machine.press(down);
+    machine.press(up);
+    answers(true);
+    EXPECT_EQ(monitor->volume(), 50) << "moved, and back to where it was";
 }
 
 TEST_F(JourneyTest, theKeyThatFindsTheMonitorAnsweringStartsFromWhatWasChosen)

@@ -35,15 +35,14 @@ void SoftwareStay::remain(const QuenstalState& state)
     if (!state.outputDevice)
         return;
     if (!stay_ || stay_->output.id != state.outputDevice->id)
-        stay_ = Stay{*state.outputDevice, state.volume, state.volume};
+        stay_ = Stay{*state.outputDevice, state.volume};
+    stay_->isChosen |= stay_->volume != state.volume;
     stay_->volume = state.volume;
 }
 
 bool SoftwareStay::carryOver(const Stay& stay)
 {
-    // One that nobody moved may be from long ago, and the monitor's own is the one that was chosen last.
-    const bool isChosen = stay.volume != stay.volumeAtFirst;
-    if (!isChosen || audibleLevel(controller_->state().volume) <= audibleLevel(stay.volume))
+    if (!stay.isChosen || audibleLevel(controller_->state().volume) <= audibleLevel(stay.volume))
         return false;
     controller_->handle(VolumeCommand::setLevel(stay.volume.level));
     if (stay.volume.isMuted)

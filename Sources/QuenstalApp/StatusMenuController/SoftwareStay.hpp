@@ -24,8 +24,9 @@ public:
 private:
     struct Stay {
         AudioOutputDevice output;
-        VolumeSnapshot volumeAtFirst;
         VolumeSnapshot volume;
+        /// The volume was moved. One that was not may be from long ago.
+        bool isChosen = false;
     };
 
     void remain(const QuenstalState& state);
