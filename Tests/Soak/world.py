@@ -63,10 +63,10 @@ class Listener:
         recent = self.since(time.monotonic() - 0.1)
         return recent[-1][1] if recent else None
 
-    def hears_steadily(self):
-        """The tone, for a third of a second now."""
-        recent = self.since(time.monotonic() - 0.3)
-        return len(recent) >= 10 and all(level + TONE > AUDIBLE for _, level in recent)
+    def hears_steadily(self, duration):
+        """The tone, for as many seconds now. A level comes every 20 ms; on a busy machine some are late."""
+        recent = self.since(time.monotonic() - duration)
+        return len(recent) >= 30 * duration and all(level + TONE > AUDIBLE for _, level in recent)
 
     def longest_gap(self, since):
         """The longest time without the tone, up to now."""
@@ -110,10 +110,10 @@ class World:
         level = self.listener.level()
         return level is not None and level + TONE > AUDIBLE
 
-    def is_heard_again(self):
+    def is_heard_again(self, duration=0.3):
         """Players and recorders that end with the server they lost start anew."""
         self.revive_clients()
-        return self.listener.hears_steadily()
+        return self.listener.hears_steadily(duration)
 
     def resources(self):
         """Kilobytes of the program's own memory, descriptors, threads."""
