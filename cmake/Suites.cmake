@@ -25,14 +25,16 @@ endfunction()
 
 # quenstal_script_suite(ground_includes LABEL core COMMAND python3 tools/check_includes.py DEPENDS target)
 #
-# DEPENDS names the targets that must be built before the script can run.
+# DEPENDS names the targets that must be built before the script can run. ALONE keeps other suites from running beside
+# one that looks at times.
 function(quenstal_script_suite name)
-    cmake_parse_arguments(SUITE "" "TIMEOUT" "LABEL;COMMAND;DEPENDS" ${ARGN})
+    cmake_parse_arguments(SUITE "ALONE" "TIMEOUT" "LABEL;COMMAND;DEPENDS" ${ARGN})
     if(QUENSTAL_FUZZERS)
         return()
     endif()
     quenstal_label_target("${SUITE_LABEL}" ${SUITE_DEPENDS})
     add_test(NAME ${name} COMMAND ${SUITE_COMMAND} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR})
+    set_tests_properties(${name} PROPERTIES RUN_SERIAL ${SUITE_ALONE})
     quenstal_suite_properties(${name} "${SUITE_LABEL}" "${SUITE_TIMEOUT}")
 endfunction()
 
