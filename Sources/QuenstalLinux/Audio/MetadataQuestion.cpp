@@ -34,6 +34,15 @@ MetadataQuestion::MetadataQuestion(PipeWireConnection& connection, Answer answer
 
 MetadataQuestion::~MetadataQuestion() = default;
 
+void MetadataQuestion::connect()
+{
+    core_ = connection_.connectAgain();
+    if (!core_)
+        return;
+    pw_core_add_listener(core_.get(), &coreHook_, &Events::core, this);
+    registry_.reset(pw_core_get_registry(core_.get(), PW_VERSION_REGISTRY, 0));
+}
+
 void MetadataQuestion::ask(std::uint32_t metadata)
 {
     if (isLost_)
@@ -53,15 +62,6 @@ void MetadataQuestion::disconnect()
     registry_.reset();
     core_.reset();
     isLost_ = false;
-}
-
-void MetadataQuestion::connect()
-{
-    core_ = connection_.connectAgain();
-    if (!core_)
-        return;
-    pw_core_add_listener(core_.get(), &coreHook_, &Events::core, this);
-    registry_.reset(pw_core_get_registry(core_.get(), PW_VERSION_REGISTRY, 0));
 }
 
 } // namespace quenstal

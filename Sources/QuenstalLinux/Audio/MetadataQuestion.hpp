@@ -24,8 +24,10 @@ public:
     MetadataQuestion(const MetadataQuestion&) = delete;
     MetadataQuestion& operator=(const MetadataQuestion&) = delete;
 
-    /// Every property is told again, some turns later, and then every change until the next question. Nothing happens
-    /// while the server is away.
+    /// Opens the connection, which the server announces like any program's. Nothing happens while the server is away.
+    void connect();
+    /// Every property is told again, some turns later, and then every change until the next question. Connects first
+    /// when that has not been done, or when the server has closed the connection.
     void ask(std::uint32_t metadata);
     /// Nothing more is told of what was asked.
     void withdraw() { metadata_.reset(); }
@@ -34,8 +36,6 @@ public:
 
 private:
     struct Events;
-
-    void connect();
 
     PipeWireConnection& connection_;
     const Answer answer_;

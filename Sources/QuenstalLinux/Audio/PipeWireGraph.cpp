@@ -179,6 +179,8 @@ void PipeWireGraph::connected(pw_core& core)
 {
     registry_.reset(pw_core_get_registry(&core, PW_VERSION_REGISTRY, 0));
     pw_registry_add_listener(registry_.get(), &registryHook_, &Events::registry, this);
+    // Later it would be taken for a program that comes, and be the reason for another question.
+    defaultsQuestion_.connect();
 }
 
 void PipeWireGraph::disconnected()
