@@ -16,7 +16,7 @@ constexpr bool isDenial(int status)
     return status == -EACCES || status == -EPERM;
 }
 
-/// The one connection to the audio server. Its control loop runs on the run loop; the only thread besides is the
+/// The connection to the audio server. Its control loop runs on the run loop; the only thread besides is the
 /// server library's data thread. While the server is away, the connection is tried again and again. Main thread.
 class PipeWireConnection {
 public:
