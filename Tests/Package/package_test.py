@@ -137,6 +137,17 @@ class Parts(PackageCase):
         installed = " ".join(self.text("usr/share/doc/quenstal/copyright").replace("\n .\n", "\n").split())
         self.assertIn(terms, installed)
 
+    def test_no_file_sends_its_readers_to_an_address(self):
+        # The project has none that somebody reads. A package's own changelog has to name its builder's.
+        formats = ("http://www.w3.org/", "http://www.freedesktop.org/standards/", "https://www.debian.org/doc/")
+        for file in package.files():
+            content = (package.root / file).read_bytes()
+            text = (gzip.decompress(content) if file.endswith(".gz") else content).decode(errors="ignore")
+            if file.endswith("changelog.Debian.gz") or "\0" in text:
+                continue
+            found = re.findall(r"https?://[^\s\"<>]+|[\w.-]+@[\w-]+\.[a-z]{2,}", text)
+            self.assertEqual([address for address in found if not address.startswith(formats)], [], file)
+
     def test_lintian(self):
         said = self.tool("lintian", "--fail-on", "error,warning", package.file)
         remarks = [line for line in said.stdout.splitlines() if not line.startswith("running with root privileges")]

@@ -1,6 +1,6 @@
 # The Debian package: what CPack is told, and the files that only it has.
 
-# Whoever builds the package answers for it.
+# Whoever builds the package for others answers for it, with an address of their own: nobody reads mail to this one.
 set(QUENSTAL_MAINTAINER "The Quenstal developers <developers@quenstal.app>" CACHE STRING "Maintainer of the package")
 
 execute_process(COMMAND date --utc --rfc-email --date=${release_date}
@@ -47,6 +47,5 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA
     ${CMAKE_CURRENT_SOURCE_DIR}/debian/conffiles
     ${CMAKE_CURRENT_SOURCE_DIR}/debian/postinst
-    ${CMAKE_CURRENT_SOURCE_DIR}/debian/postrm
-    ${CMAKE_CURRENT_SOURCE_DIR}/debian/prerm)
+    ${CMAKE_CURRENT_SOURCE_DIR}/debian/postrm)
 include(CPack)
