@@ -1,0 +1,366 @@
+"""The package on an emulated machine that is up: systemd, the device manager, logind, the bus and polkit run, and users
+with nothing but an account log in. Run there, as root; changes that machine."""
+
+import json
+import os
+import pathlib
+import subprocess
+import sys
+import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+sys.path.insert(0, str(ROOT / "Tests" / "Support"))
+sys.path.insert(0, str(ROOT / "Tests" / "QuenstalQt" / "Desktop"))
+import script_suite  # noqa: E402
+from built_package import ID  # noqa: E402
+from session import wait_for  # noqa: E402
+
+PACKAGES = pathlib.Path(sys.argv.pop(1)).resolve()
+FIRST = PACKAGES / "quenstal.deb"
+LATER = PACKAGES / "quenstal-later.deb"
+UNIT = f"{ID}.service"
+KEY_SERVICE = "quenstal-keyd.service"
+ACTIVATE = (ID, "/app/quenstal/Quenstal", "org.freedesktop.Application", "Activate", "a{sv}", "0")
+LIMIT = 60
+
+
+def run(*command, **options):
+    """What the command says; it must succeed."""
+    finished = subprocess.run([str(word) for word in command], stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                              text=True, check=False, **options)
+    if finished.returncode != 0:
+        raise AssertionError(f"{' '.join(map(str, command))} ends with {finished.returncode}:\n{finished.stdout}")
+    return finished.stdout
+
+
+class User:
+    """Someone with an account."""
+
+    def __init__(self, name):
+        run("useradd", "--create-home", "--shell", "/bin/sh", name)
+        self.name = name
+        self.number = int(run("id", "--user", name))
+        self.runtime = f"/run/user/{self.number}"
+        self.identity = {"user": name, "group": name, "extra_groups": []}
+        self.environment = {"PATH": os.environ["PATH"], "HOME": f"/home/{name}", "LANG": "C.UTF-8",
+                            "XDG_RUNTIME_DIR": self.runtime,
+                            "DBUS_SESSION_BUS_ADDRESS": f"unix:path={self.runtime}/bus"}
+
+    def run(self, *command):
+        """From outside of the user's sessions, but with a way to what serves them."""
+        return run(*command, env=self.environment, cwd="/", **self.identity)
+
+    def may_open(self, node):
+        return subprocess.run(["sh", "-c", ': <>"$1"', "sh", node], stderr=subprocess.DEVNULL, check=False,
+                              **self.identity).returncode == 0
+
+    def manager(self, *words):
+        return self.run("systemctl", "--user", *words)
+
+    def property(self, name, unit=UNIT):
+        return self.manager("show", "--value", f"--property={name}", unit).strip()
+
+    def report(self):
+        said = self.run("busctl", "--user", "--json=short", "--auto-start=no", "call", ID, "/app/quenstal/Quenstal", ID,
+                        "Report")
+        return json.loads(said)["data"][0]
+
+
+class Login:
+    """A user at the machine's screen and keyboard, through all that a login goes through, with one program."""
+
+    def __init__(self, user, *program):
+        self.user = user
+        self.unit = f"login-{user.name}.service"
+        run("systemd-run", "--quiet", "--collect", f"--unit={self.unit}", f"--property=User={user.name}",
+            "--property=PAMName=login", "--property=TTYPath=/dev/tty1", "--property=StandardInput=tty",
+            "--property=StandardOutput=journal", "--setenv=XDG_SEAT=seat0", "--setenv=XDG_VTNR=1", *program)
+        wait_for(lambda: self.state() == "active", "session at the screen", LIMIT)
+        wait_for(lambda: pathlib.Path(user.runtime, "bus").exists(), "bus of the user", LIMIT)
+
+    def state(self):
+        said = subprocess.run(["loginctl", "show-user", "--property=State", "--value", self.user.name],
+                              capture_output=True, text=True, check=False)
+        return said.stdout.strip()
+
+    def log_out(self):
+        # It may have ended by itself.
+        subprocess.run(["systemctl", "stop", self.unit], stderr=subprocess.DEVNULL, check=False)
+        wait_for(lambda: self.state() in ("", "closing"), "end of the session", LIMIT)
+
+
+class Keyboard:
+    """The machine's own, whose keys the emulator presses."""
+
+    def __init__(self):
+        self.port = open(self.node(), "r+b", buffering=0)
+        self.execute("qmp_capabilities")
+
+    @staticmethod
+    def node():
+        for name in pathlib.Path("/sys/class/virtio-ports").glob("*/name"):
+            if name.read_text().strip() == "emulator":
+                return f"/dev/{name.parent.name}"
+        raise AssertionError("no way to the emulator")
+
+    def execute(self, command, **arguments):
+        self.port.write(json.dumps({"execute": command, "arguments": arguments}).encode() + b"\n")
+        while "return" not in (answer := json.loads(self.port.readline())):
+            if "error" in answer:
+                raise AssertionError(f"{command}: {answer}")
+
+    def press(self, key):
+        for down in (True, False):
+            event = {"type": "key", "data": {"down": down, "key": {"type": "qcode", "data": key}}}
+            self.execute("input-send-event", events=[event])
+
+    @staticmethod
+    def is_captured():
+        return 'Name="Quenstal ' in pathlib.Path("/proc/bus/input/devices").read_text()
+
+
+def version():
+    said = subprocess.run(["dpkg-query", "--show", "--showformat=${db:Status-Status} ${Version}", "quenstal"],
+                          capture_output=True, text=True, check=False).stdout
+    return said.removeprefix("installed ") if said.startswith("installed ") else None
+
+
+def install(package):
+    if version() != run("dpkg-deb", "--field", package, "Version").strip():
+        run("dpkg", "--install", package)
+
+
+def purge():
+    if version():
+        run("dpkg", "--purge", "quenstal")
+
+
+def buses(driver):
+    """The nodes of the I2C buses that the driver has made."""
+    return [f"/dev/{bus.parent.name}" for bus in pathlib.Path("/sys/class/i2c-dev").glob("*/name")
+            if bus.read_text().startswith(driver)]
+
+
+def is_alive(process):
+    return pathlib.Path(f"/proc/{process}").exists()
+
+
+def volume():
+    """Of the default output, as its user's programs see it; none when it is muted."""
+    said = alice.run("wpctl", "get-volume", "@DEFAULT_AUDIO_SINK@")
+    return None if "MUTED" in said else float(said.split()[1])
+
+
+alice = bob = keyboard = None
+
+
+def setUpModule():
+    global alice, bob, keyboard
+    for needed in (LATER, "/usr/lib/polkit-1/polkitd", "/usr/bin/wpctl", "/usr/bin/Xvfb", "/usr/bin/xdotool",
+                   "/usr/bin/trayer", "/usr/bin/dbus-update-activation-environment",
+                   "/usr/lib/systemd/user/dbus.socket"):
+        if not os.path.exists(needed):
+            raise unittest.SkipTest(f"not there: {needed}")
+    # The host may forbid its packages to start anything, and has programs of its own that start with sessions.
+    pathlib.Path("/usr/sbin/policy-rc.d").unlink(missing_ok=True)
+    for entry in pathlib.Path("/etc/xdg/autostart").glob("*"):
+        entry.unlink()
+    # Half a minute of this machine's time, and nobody reads manuals on it.
+    pathlib.Path("/var/lib/man-db/auto-update").unlink(missing_ok=True)
+    # Other suites do without managers of the users.
+    pathlib.Path("/etc/systemd/system/user@.service").unlink()
+    pathlib.Path("/etc/systemd/user/desktop.target").write_text(
+        "[Unit]\nBindsTo=graphical-session.target\nWants=xdg-desktop-autostart.target\n")
+    run("systemctl", "daemon-reload")
+    purge()
+    run("modprobe", "-a", "radeonfb", "i2c-dev", "snd-dummy")
+    alice, bob, keyboard = User("alice"), User("bob"), Keyboard()
+
+
+class MachineCase(unittest.TestCase):
+    def assert_comes(self, question, what):
+        wait_for(question, what, LIMIT)
+
+    def assert_the_keys_move_the_volume(self):
+        self.assert_comes(keyboard.is_captured, "captured keyboard")
+        self.assert_comes(lambda: "built in" in alice.report(), "output")
+        before = volume()
+        keyboard.press("volumedown")
+        self.assert_comes(lambda: volume() < before, "lower volume")
+        keyboard.press("volumeup")
+        self.assert_comes(lambda: volume() == before, "higher volume")
+
+    def assert_monitors_can_be_reached(self):
+        self.assertTrue(buses("radeonfb") and buses("SMBus"))
+        for bus in buses("radeonfb"):
+            self.assertTrue(alice.may_open(bus), bus)
+            self.assertFalse(bob.may_open(bus), bus)
+        for bus in buses("SMBus"):
+            self.assertFalse(alice.may_open(bus), bus)
+
+
+class RunningCase(MachineCase):
+    """A user logged in, and the program without a screen: such a session has its keys from the key service."""
+
+    @classmethod
+    def log_in_and_start(cls):
+        cls.login = Login(alice, "sleep", "infinity")
+        cls.addClassCleanup(cls.login.log_out)
+        cls.start()
+
+    @classmethod
+    def start(cls):
+        alice.manager("set-environment", "QT_QPA_PLATFORM=offscreen")
+        cls.addClassCleanup(alice.manager, "unset-environment", "QT_QPA_PLATFORM")
+        alice.run("busctl", "--user", "call", *ACTIVATE)
+        cls.addClassCleanup(alice.manager, "stop", UNIT)
+
+
+class Installed(RunningCase):
+    """While the user is logged in, and the buses are there."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.login = Login(alice, "sleep", "infinity")
+        cls.addClassCleanup(cls.login.log_out)
+        purge()
+        cls.reached_before = [bus for bus in buses("") if alice.may_open(bus)]
+        install(FIRST)
+        cls.reached_after = [bus for bus in buses("") if alice.may_open(bus)]
+        cls.start()
+
+    def test_monitors_can_be_reached_at_once(self):
+        self.assertEqual(self.reached_before, [])
+        self.assertEqual(self.reached_after, buses("radeonfb"))
+        self.assert_monitors_can_be_reached()
+
+    def test_the_keys_move_the_volume_at_once(self):
+        self.assert_the_keys_move_the_volume()
+        self.assertIn("captured by the key service", alice.report())
+        self.assertEqual(pathlib.Path("/dev/uinput").group(), "quenstal-keyd")
+
+    def test_the_bus_started_it_as_a_service_that_comes_back_after_a_crash(self):
+        first = alice.property("MainPID")
+        self.assertTrue(is_alive(first))
+        os.kill(int(first), 11)
+        self.assert_comes(lambda: alice.property("MainPID") not in ("0", first), "another process")
+        self.assert_comes(lambda: alice.property("ActiveState") == "active", "a service that runs")
+        self.assertEqual(alice.property("NRestarts"), "1")
+        self.assert_the_keys_move_the_volume()
+
+
+class InstalledOnADesktop(MachineCase):
+    """In sessions with an X server and a tray, the parts of which the user's manager starts."""
+
+    AUTOSTART = f"app-{ID}@autostart.service"
+
+    @classmethod
+    def setUpClass(cls):
+        install(FIRST)
+        preferences = pathlib.Path(f"/home/{alice.name}/.config/quenstal/preferences.json")
+        alice.run("mkdir", "-p", preferences.parent)
+        preferences.write_text('{"Quenstal.SetupGuideCompleted": true}')
+
+    def setUp(self):
+        self.login = Login(alice, ROOT / "Tests/Package/desktop_session.sh")
+        self.addCleanup(self.login.log_out)
+        self.assert_comes(lambda: alice.property("ActiveState", "desktop.target") == "active", "desktop")
+        variables = dict(line.split("=", 1) for line in alice.manager("show-environment").splitlines())
+        self.screen = f"DISPLAY={variables['DISPLAY']}"
+        self.assert_comes(lambda: alice.property("ActiveState", self.AUTOSTART) == "active", "start with the session")
+        self.first = alice.property("MainPID", self.AUTOSTART)
+        self.assert_comes(lambda: self.owner() == self.first, "name on the bus")
+
+    @staticmethod
+    def owner():
+        """The process that has the program's name."""
+        said = subprocess.run(["busctl", "--user", "call", "org.freedesktop.DBus", "/org/freedesktop/DBus",
+                               "org.freedesktop.DBus", "GetConnectionUnixProcessID", "s", ID], capture_output=True,
+                              text=True, check=False, env=alice.environment, **alice.identity)
+        return said.stdout.removeprefix("u ").strip()
+
+    def has_panel(self):
+        return subprocess.run(["env", self.screen, "xdotool", "search", "--onlyvisible", "--name", "^Quenstal$"],
+                              check=False, stdout=subprocess.DEVNULL, env=alice.environment,
+                              **alice.identity).returncode == 0
+
+    def test_a_second_start_opens_the_panel_of_the_first_and_logging_out_ends_it(self):
+        self.assertEqual(alice.report().count("captured over the X server"), 1)
+        alice.run("env", self.screen, "quenstal", "--background")
+        alice.manager("start", UNIT)
+        self.assert_comes(lambda: alice.property("ActiveState") == "inactive", "end of the second")
+        self.assertEqual(alice.property("Result"), "success")
+        # A question that is answered after whatever the starts above may have asked for.
+        alice.report()
+        self.assertFalse(self.has_panel())
+        alice.run("env", self.screen, "quenstal")
+        self.assert_comes(self.has_panel, "panel")
+        self.assertEqual(self.owner(), self.first)
+        self.login.log_out()
+        self.assert_comes(lambda: not is_alive(self.first), "end of the program")
+
+    def test_it_ends_with_the_x_server_and_is_not_started_again_until_the_next_login(self):
+        alice.manager("stop", self.AUTOSTART)
+        alice.run("busctl", "--user", "call", *ACTIVATE)
+        self.assert_comes(self.has_panel, "panel")
+        run("pkill", "--uid", alice.name, "Xvfb")
+        self.assert_comes(lambda: alice.property("ActiveState") == "failed", "end of the program")
+        self.assertEqual((alice.property("Result"), alice.property("NRestarts")), ("exit-code", "0"))
+
+
+class Upgraded(RunningCase):
+    """While the program runs."""
+
+    @classmethod
+    def setUpClass(cls):
+        install(FIRST)
+        cls.log_in_and_start()
+        wait_for(keyboard.is_captured, "captured keyboard", LIMIT)
+        cls.program = alice.property("MainPID")
+        cls.key_service = run("systemctl", "show", "--value", "--property=MainPID", KEY_SERVICE).strip()
+        run("modprobe", "--remove", "i2c-dev")
+        install(LATER)
+
+    def test_modules_are_loaded_and_monitors_can_be_reached(self):
+        self.assert_monitors_can_be_reached()
+
+    def test_the_old_key_service_is_gone_and_the_keys_come_back_to_the_program_that_goes_on(self):
+        self.assertFalse(is_alive(self.key_service))
+        self.assert_the_keys_move_the_volume()
+        self.assertEqual(alice.property("MainPID"), self.program)
+
+
+class Withdrawn(RunningCase):
+    """Purged while the program runs and has the keys."""
+
+    @classmethod
+    def setUpClass(cls):
+        install(LATER)
+        cls.log_in_and_start()
+        wait_for(keyboard.is_captured, "captured keyboard", LIMIT)
+        cls.files = [path for path in run("dpkg", "--listfiles", "quenstal").splitlines() if os.path.isfile(path)]
+        purge()
+
+    def test_the_keyboard_is_free_and_no_service_is_left(self):
+        self.assertFalse(keyboard.is_captured())
+        self.assertEqual(subprocess.run(["pgrep", "--exact", "quenstal-keyd"], check=False).returncode, 1)
+        self.assertNotIn("quenstal", run("systemctl", "list-units", "--all", "quenstal*", "app.quenstal*"))
+        self.assertNotIn("app.quenstal", run("busctl", "list", "--activatable"))
+
+    def test_devices_are_closed_again(self):
+        for bus in buses(""):
+            self.assertFalse(alice.may_open(bus), bus)
+        node = os.stat("/dev/uinput")
+        self.assertEqual((node.st_uid, node.st_gid, node.st_mode & 0o777), (0, 0, 0o600))
+
+    def test_no_file_is_left(self):
+        self.assertIn("/usr/bin/quenstal", self.files)
+        self.assertEqual([path for path in self.files if os.path.exists(path)], [])
+
+    def test_the_users_program_goes_on_and_says_what_is_missing(self):
+        self.assert_comes(lambda: "Keys:     not captured." in alice.report(), "loss of the keys")
+        self.assertIn("key service is not installed", alice.report())
+
+
+if __name__ == "__main__":
+    script_suite.run()
