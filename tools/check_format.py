@@ -9,7 +9,7 @@ import subprocess
 
 import lints
 
-FOLDERS = ["Sources", "Tests", "Examples"]
+FOLDERS = ["Sources", "Tests", "Examples", "Benchmarks"]
 FILES_AT_ONCE = 16
 
 

@@ -6,7 +6,7 @@ import subprocess
 
 import lints
 
-FOLDERS = [".ci", "tools", "Tests", "Sources"]
+FOLDERS = [".ci", "tools", "Tests", "Sources", "Examples", "Benchmarks"]
 SHEBANG = b"#!/usr/bin/env bash"
 
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Shared by ./test, ./run and ./bench: packages, configuring, building. Sourced, never run.
+# Shared by the commands at the root: packages, configuring, building. Sourced, never run.
 # All paths are absolute, so that the caller's working directory does not matter.
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)

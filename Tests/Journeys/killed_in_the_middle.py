@@ -27,13 +27,15 @@ def key_reaches_another_program(desktop, key):
     """Whether a window that has the keyboard's focus sees the key."""
     watcher = desktop.start("xev", "-event", "keyboard", stdout=subprocess.PIPE, text=True)
     window = wait_for(lambda: desktop.windows("Event Tester"), "the watcher's window")[0]
-    subprocess.run(["xdotool", "windowfocus", "--sync", window], check=True)
+    desktop.hands("windowfocus", "--sync", window)
     # The second key is nobody's: when it has come, the first one has or never will.
     desktop.press(key)
     desktop.press("a")
     seen = ""
-    while "keysym 0x61, a" not in seen:
-        seen += watcher.stdout.readline()
+    for line in watcher.stdout:
+        seen += line
+        if "keysym 0x61, a" in line:
+            break
     desktop.stop(watcher)
     return key in seen
 

@@ -36,7 +36,7 @@ class DesktopTest(unittest.TestCase):
         except Missing as program:
             self.skipTest(f"{program} is not installed")
         self.stand = Stand(self.session, STAND)
-        self.icon = self.stand.icon()
+        self.icon = self.session.tray_icon()
 
     def open_panel(self):
         self.session.click(*self.icon)
@@ -66,13 +66,13 @@ class EmbeddedItem(DesktopTest):
         self.start_in_tray()
         _, other = self.session.start_other_program()
         self.open_panel()
-        self.session.key("Up")
+        self.session.press("Up")
         self.stand.wait(percent=44)
-        self.session.key("shift+Right")
+        self.session.press("shift+Right")
         self.stand.wait(percent=54)
-        self.session.key("m")
+        self.session.press("m")
         self.stand.wait(muted=1)
-        self.session.key("Escape")
+        self.session.press("Escape")
         self.stand.wait_closed()
         wait_for(lambda: self.session.focused() == other, "keyboard back")
 
@@ -108,9 +108,9 @@ class EmbeddedItem(DesktopTest):
             self.session.click(x + GLASS[0] - 130, y + height - 231)
             wait_for(lambda: self.session.frame(window)[3] > height, "set-up guide")
             _, y, _, height = self.session.frame(window)
-            self.session.run("xdotool", "mousemove", str(x + 172), str(y + height - 30), "mousedown", "1", "mouseup", "1")
+            self.session.hands("mousemove", x + 172, y + height - 30, "mousedown", 1, "mouseup", 1)
             wait_for(lambda: self.session.frame(window)[3] == GLASS[1], "dial")
-            self.session.key("m")
+            self.session.press("m")
             self.stand.wait(muted=muted)
             self.assertTrue(self.stand.panel())
 
@@ -128,7 +128,7 @@ class EmbeddedItem(DesktopTest):
         self.session.stop(self.tray)
         wait_for(lambda: not self.session.windows("panel"), "tray gone")
         self.session.start_tray()
-        self.icon = self.stand.icon()
+        self.icon = self.session.tray_icon()
         _, y, _, _ = self.session.frame(self.open_panel())
         self.assertLess(y, 40)
 
@@ -139,7 +139,7 @@ class EmbeddedItem(DesktopTest):
         self.session.click(x + 172, y + height - 40)
         wait_for(lambda: self.session.frame(window)[3] == 475, "equalizer")
         self.assertEqual(self.session.frame(window)[:2], (x, y))
-        self.session.key("Escape")
+        self.session.press("Escape")
         wait_for(lambda: self.session.frame(window)[3] == 383, "dial")
 
     def test_reset_asks_first_and_the_keyboard_answers(self):
@@ -150,12 +150,12 @@ class EmbeddedItem(DesktopTest):
         wait_for(lambda: self.session.frame(window)[3] == 475, "equalizer")
         self.session.click(x + 300, y + 33)
         self.stand.wait(eq=1)
-        self.session.key("3")
-        self.session.key("r")
-        self.session.key("Up")
-        self.session.key("Escape")
+        self.session.press("3")
+        self.session.press("r")
+        self.session.press("Up")
+        self.session.press("Escape")
         self.assertEqual(self.session.frame(window)[3], 475)
-        self.session.key("Escape")
+        self.session.press("Escape")
         wait_for(lambda: self.session.frame(window)[3] == 383, "dial after the question")
 
     def test_the_feedback_takes_no_focus_and_goes_by_itself(self):

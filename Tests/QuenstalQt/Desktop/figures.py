@@ -142,12 +142,12 @@ def main():
     frames = []
     for _ in range(OPENINGS):
         stand = Stand(session, str(STAND))
-        stand.icon()
+        session.tray_icon()
         frames.append(opened(stand))
         session.stop(stand.child)
     row("first open to first frame, ms", spread(frames), "<= 120")
     stand = Stand(session, str(STAND))
-    stand.icon()
+    session.tray_icon()
     pid = stand.child.pid
     # For three seconds after its start the program waits whether there is a tray.
     time.sleep(3.5)

@@ -1,51 +1,42 @@
-"""A private desktop for tests: X server or Wayland compositor, session bus, window manager, and what a test asks for
-beside them."""
+"""A private desktop for tests: X server or Wayland compositor, session bus, and what a test asks for beside them."""
 
 import json
 import os
 import pathlib
 import re
-import select
 import shutil
 import subprocess
+import sys
 import tempfile
-import time
 
-LIMIT = 15
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[3] / "Examples" / "PrivateDesktop"))
+from desktop import LIMIT, GaveUp, Programs, XDesktop, wait_for  # noqa: E402, F401
 
 
 class Missing(Exception):
     """A program that the desktop is made of is not installed."""
 
 
-def wait_for(question, what, limit=LIMIT):
-    """Asks until the answer is true; the answer."""
-    end = time.monotonic() + limit
-    while True:
-        answer = question()
-        if answer:
-            return answer
-        if time.monotonic() > end:
-            raise AssertionError(f"{what}: not within {limit} s")
-        time.sleep(0.02)
+def require(*programs):
+    for program in programs:
+        if not shutil.which(program):
+            raise Missing(program)
 
 
-class Home:
-    """A home of its own with a session bus; ends everything that it started."""
+class Home(Programs):
+    """A home of its own with a session bus."""
 
     PROGRAMS = ("dbus-daemon",)
 
     def __init__(self):
-        for program in self.PROGRAMS:
-            if not shutil.which(program):
-                raise Missing(program)
-        self.children = []
+        require(*self.PROGRAMS)
         self.folder = tempfile.TemporaryDirectory(prefix="quenstal-desktop-")
-        self.environment = dict(os.environ, XDG_RUNTIME_DIR=self.folder.name, HOME=self.folder.name,
-                                LC_ALL="C.UTF-8", QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1", NO_AT_BRIDGE="0")
+        environment = dict(os.environ, XDG_RUNTIME_DIR=self.folder.name, HOME=self.folder.name, LC_ALL="C.UTF-8",
+                           QT_LINUX_ACCESSIBILITY_ALWAYS_ON="1", NO_AT_BRIDGE="0")
         for name in ("DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "XDG_CURRENT_DESKTOP", "XDG_CONFIG_HOME",
                      "QT_QUICK_BACKEND"):
-            self.environment.pop(name, None)
+            environment.pop(name, None)
+        super().__init__(environment)
         try:
             self._start_bus()
             self._start_desktop()
@@ -62,29 +53,8 @@ class Home:
     def _start_desktop(self):
         pass
 
-    def start(self, *command, **options):
-        options.setdefault("stdout", subprocess.DEVNULL)
-        options.setdefault("stderr", subprocess.DEVNULL)
-        child = subprocess.Popen(command, env=self.environment, **options)
-        self.children.append(child)
-        return child
-
-    def stop(self, child):
-        child.terminate()
-        try:
-            child.wait(5)
-        except subprocess.TimeoutExpired:
-            child.kill()
-            child.wait()
-        if child in self.children:
-            self.children.remove(child)
-
-    def run(self, *command):
-        return subprocess.run(command, env=self.environment, capture_output=True, text=True, timeout=LIMIT).stdout
-
     def close(self):
-        for child in reversed(list(self.children)):
-            self.stop(child)
+        super().close()
         self.folder.cleanup()
 
     def finish_setup_guide(self):
@@ -94,7 +64,7 @@ class Home:
         preferences.write_text('{"Quenstal.SetupGuideCompleted": true}')
 
 
-class Session(Home):
+class Session(Home, XDesktop):
     """A desktop on an X server."""
 
     PROGRAMS = Home.PROGRAMS + ("Xvfb", "openbox", "xdotool", "xprop", "xev")
@@ -106,75 +76,22 @@ class Session(Home):
             self.environment["QT_SCALE_FACTOR"] = str(scale)
 
     def _start_desktop(self):
-        self._start_server(self.size)
-        self.start("openbox")
-        wait_for(lambda: "window id" in self.run("xprop", "-root", "_NET_SUPPORTING_WM_CHECK"), "window manager")
-
-    def _start_server(self, size):
-        reading, writing = os.pipe()
-        self.start("Xvfb", "-displayfd", str(writing), "-screen", "0", f"{size}x24", "-dpi", "96", "-noreset",
-                   "-nolisten", "tcp",
-                   pass_fds=(writing,))
-        os.close(writing)
-        if not select.select([reading], [], [], LIMIT)[0]:
-            os.close(reading)
-            raise AssertionError("the X server did not start")
-        with os.fdopen(reading) as numbers:
-            self.environment["DISPLAY"] = ":" + numbers.readline().strip()
-
-    # The user's hands.
-
-    def click(self, x, y, button=1):
-        self.run("xdotool", "mousemove", str(x), str(y), "click", str(button))
-
-    def drag(self, start, end):
-        self.run("xdotool", "mousemove", *map(str, start), "mousedown", "1", "mousemove", *map(str, end),
-                 "mouseup", "1")
-
-    def key(self, *keys):
-        self.run("xdotool", "key", *keys)
-
-    # What is on the screen.
-
-    def windows(self, name):
-        return self.run("xdotool", "search", "--onlyvisible", "--name", f"^{name}$").split()
-
-    def focused(self):
-        return self.run("xdotool", "getwindowfocus").strip()
-
-    def frame(self, window):
-        text = self.run("xdotool", "getwindowgeometry", "--shell", window)
-        values = dict(re.findall(r"(\w+)=(-?\d+)", text))
-        return tuple(int(values[key]) for key in ("X", "Y", "WIDTH", "HEIGHT"))
+        self.start_server(self.size)
+        self.start_window_manager()
 
     def start_other_program(self, **options):
         """A plain window that takes the keyboard."""
-        child = self._start_until_seen("Event Tester", "xev", "-geometry", "200x200+100+500", **options)
+        child = self.start_until_seen("Event Tester", "xev", "-geometry", "200x200+100+500", **options)
         window = self.windows("Event Tester")[0]
         wait_for(lambda: self.focused() == window, "focus of the other program")
         return child, window
 
     def start_tray(self, edge="top"):
-        if not shutil.which("trayer"):
-            raise Missing("trayer")
-        command = ("trayer", "--edge", edge, "--align", "right", "--widthtype", "request", "--height", "28",
-                   "--SetDockType", "true", "--SetPartialStrut", "true")
-        return self._start_until_seen("panel", *command)
-
-    def _start_until_seen(self, title, *command, **options):
-        """A program that starts while the window manager does is now and then without a window, and stays so."""
-        for _ in range(5):
-            child = self.start(*command, **options)
-            try:
-                wait_for(lambda: self.windows(title), title, limit=3)
-                return child
-            except AssertionError:
-                self.stop(child)
-        raise AssertionError(f"{command[0]} shows no window")
+        require("trayer")
+        return super().start_tray(edge)
 
     def start_compositor(self):
-        if not shutil.which("picom"):
-            raise Missing("picom")
+        require("picom")
         self.start("picom", "--backend", "xrender", "--config", "/dev/null")
         # It takes the selection before it redirects the root, which is what the property tells of.
         wait_for(lambda: "picom" in self.run("xwininfo", "-root", "-tree"), "compositor")
@@ -209,8 +126,8 @@ class WaylandSession(Home):
         folder = pathlib.Path(self.sockets.name)
         return str(wait_for(lambda: sorted(folder.glob(pattern)), pattern)[0])
 
-    def key(self, name):
-        self.run("wtype", "-k", name)
+    def press(self, key):
+        self.run("wtype", "-k", key)
 
     def windows(self):
         """Title, size, and whether it has the keyboard, of each window."""
@@ -269,13 +186,3 @@ class Stand:
 
     def wait_closed(self):
         wait_for(lambda: not self.panel(), "panel closed")
-
-    def icon(self):
-        """The middle of the embedded icon."""
-        def place():
-            for window in self.session.windows("panel"):
-                x, y, width, height = self.session.frame(window)
-                if width > 4:
-                    return x + width // 2, y + height // 2
-            return None
-        return wait_for(place, "icon in the tray")

@@ -49,7 +49,7 @@ class Wayland(unittest.TestCase):
     def test_escape_closes_the_panel_and_another_start_opens_it_again(self):
         self.open_panel()
         wait_for(lambda: self.panels()[0][2], "keyboard in the panel")
-        self.session.key("Escape")
+        self.session.press("Escape")
         wait_for(lambda: not self.panels(), "closed")
         self.start_again()
         wait_for(self.panels, "panel again")
@@ -91,14 +91,15 @@ class Keys(unittest.TestCase):
     def test_on_an_x_server_the_volume_keys_are_taken_from_it(self):
         self.start()
         wait_for(lambda: re.search("Keys: +captured", self.report()), "keys captured")
-        self.session.key("XF86AudioRaiseVolume", "a")
+        self.session.press("XF86AudioRaiseVolume")
+        self.session.press("a")
         wait_for(lambda: self.hears(b"keysym 0x61, a"), "another key")
         self.assertFalse(self.hears(b"XF86AudioRaiseVolume"))
 
     def test_beside_a_wayland_compositor_the_x_server_keeps_them(self):
         self.start(WAYLAND_DISPLAY="wayland-0")
         wait_for(lambda: "Keys:" in self.report(), "program")
-        self.session.key("XF86AudioRaiseVolume")
+        self.session.press("XF86AudioRaiseVolume")
         wait_for(lambda: self.hears(b"XF86AudioRaiseVolume"), "the key")
 
 
