@@ -1,8 +1,8 @@
 #pragma once
 
-#include "QuenstalKeyService/BusHandles.hpp"
 #include "QuenstalLinux/FileDescriptor.hpp"
 #include "QuenstalLinux/Keys/KeyServiceProtocol.hpp"
+#include "QuenstalLinux/Session/BusHandles.hpp"
 #include "QuenstalPlatform/RunLoop.hpp"
 
 #include <functional>

@@ -2,12 +2,12 @@
 
 #include "QuenstalKeyService/ActiveSession.hpp"
 #include "QuenstalKeyService/AuthorizationQuestion.hpp"
-#include "QuenstalKeyService/BusHandles.hpp"
 #include "QuenstalKeyService/KeyClient.hpp"
 #include "QuenstalKeyService/MembershipQuestion.hpp"
 #include "QuenstalLinux/Keys/EvdevKeyCapture.hpp"
 #include "QuenstalLinux/Keys/KeyServiceProtocol.hpp"
 #include "QuenstalLinux/Session/BusConnection.hpp"
+#include "QuenstalLinux/Session/BusHandles.hpp"
 #include "QuenstalPlatform/RunLoop.hpp"
 
 #include <functional>

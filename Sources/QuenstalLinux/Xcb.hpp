@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -34,6 +35,14 @@ inline XcbConnection connectToX11(const std::string& display, int& screenNumber)
     if (xcb_connection_has_error(connection.get()) != 0)
         connection.reset();
     return connection;
+}
+
+/// The number by which the server knows a name; none when it cannot be asked.
+inline xcb_atom_t atomOf(xcb_connection_t* connection, const std::string& name)
+{
+    const auto cookie = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(name.size()), name.c_str());
+    const auto reply = owned(xcb_intern_atom_reply(connection, cookie, nullptr));
+    return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
 }
 
 inline xcb_screen_t* screenOf(xcb_connection_t* connection, int screenNumber)

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "QuenstalKeyService/BusHandles.hpp"
 #include "QuenstalLinux/Session/BusConnection.hpp"
+#include "QuenstalLinux/Session/BusHandles.hpp"
 
 #include <deque>
 #include <map>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "QuenstalKeyService/BusHandles.hpp"
 #include "QuenstalLinux/FileDescriptor.hpp"
 #include "QuenstalLinux/Keys/KeyServiceProtocol.hpp"
 #include "QuenstalLinux/Session/BusConnection.hpp"
+#include "QuenstalLinux/Session/BusHandles.hpp"
 
 #include <memory>
 #include <optional>

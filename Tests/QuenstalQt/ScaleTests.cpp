@@ -76,6 +76,14 @@ QImage turned(const QImage& picture)
     return picture.transformed(QTransform().rotate(90));
 }
 
+/// The same from every side.
+void expectRound(const QImage& picture, double shift)
+{
+    const std::vector<int> widths = rowWidths(picture);
+    EXPECT_TRUE(areAlike(widths, rowWidths(turned(picture)))) << shift;
+    EXPECT_TRUE(areAlike(widths, std::vector<int>(widths.rbegin(), widths.rend()))) << shift;
+}
+
 /// One piece of artwork alone on a black window, at places that fall between the elements.
 class Artwork : public testing::Test {
 protected:
@@ -117,9 +125,8 @@ TEST_F(Artwork, aKnobIsRoundWhereverItStands)
     for (const double shift : shifts) {
         around_.setPosition({shift, shift});
         const QImage shown = picture();
+        expectRound(shown, shift);
         const std::vector<int> widths = rowWidths(shown);
-        EXPECT_TRUE(areAlike(widths, rowWidths(turned(shown)))) << shift;
-        EXPECT_TRUE(areAlike(widths, std::vector<int>(widths.rbegin(), widths.rend()))) << shift;
         EXPECT_LT(widths.front(), widths[widths.size() / 2] / 2) << "flat at " << shift;
         outlines.insert(widths);
     }
@@ -134,10 +141,7 @@ TEST_F(Artwork, aRoundPlateIsRoundWhereverItStands)
     plate.setProperty("rim", QColor(Qt::transparent));
     for (const double shift : shifts) {
         around_.setPosition({shift, shift});
-        const QImage shown = picture();
-        const std::vector<int> widths = rowWidths(shown);
-        EXPECT_TRUE(areAlike(widths, rowWidths(turned(shown)))) << shift;
-        EXPECT_TRUE(areAlike(widths, std::vector<int>(widths.rbegin(), widths.rend()))) << shift;
+        expectRound(picture(), shift);
     }
 }
 

@@ -58,9 +58,7 @@ X11TrayIcon::X11TrayIcon(
 
 xcb_atom_t X11TrayIcon::intern(const std::string& name)
 {
-    const auto cookie = xcb_intern_atom(connection_.get(), 0, static_cast<std::uint16_t>(name.size()), name.c_str());
-    const auto reply = owned(xcb_intern_atom_reply(connection_.get(), cookie, nullptr));
-    return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
+    return atomOf(connection_.get(), name);
 }
 
 xcb_screen_t* X11TrayIcon::screen() const

@@ -39,7 +39,7 @@ public:
         , runLoop_(runLoop)
         , display_(std::move(display))
         , root_(rootWindow(connection_.get(), screenNumber))
-        , compositorSelection_(intern("_NET_WM_CM_S" + std::to_string(screenNumber)))
+        , compositorSelection_(atomOf(connection_.get(), "_NET_WM_CM_S" + std::to_string(screenNumber)))
         , watch_(runLoop.watchReadable(xcb_get_file_descriptor(connection_.get()), [this] { dispatch(); }))
     {
     }
@@ -120,14 +120,6 @@ private:
         X11WindowSystem& owner_;
         std::shared_ptr<Monitor> monitor_;
     };
-
-    xcb_atom_t intern(const std::string& name)
-    {
-        const auto cookie
-            = xcb_intern_atom(connection_.get(), 0, static_cast<std::uint16_t>(name.size()), name.c_str());
-        const auto reply = owned(xcb_intern_atom_reply(connection_.get(), cookie, nullptr));
-        return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
-    }
 
     /// Raw events reach whoever asks, whichever program has grabbed the pointer.
     void selectPresses(bool wanted)

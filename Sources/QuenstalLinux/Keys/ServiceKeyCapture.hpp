@@ -5,9 +5,9 @@
 #include "QuenstalLinux/Keys/KeyCapture.hpp"
 #include "QuenstalLinux/Keys/KeyServiceProtocol.hpp"
 #include "QuenstalLinux/Session/BusConnection.hpp"
+#include "QuenstalLinux/Session/BusHandles.hpp"
 #include "QuenstalPlatform/Notifier.hpp"
 
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -43,11 +43,6 @@ public:
     [[nodiscard]] Cancellation onMayHaveChanged(RunLoop::Task task) override { return changes_.add(std::move(task)); }
 
 private:
-    struct ReleaseSlot {
-        void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
-    };
-    using Slot = std::unique_ptr<sd_bus_slot, ReleaseSlot>;
-
     static int captureAnswered(sd_bus_message* message, void* userData, sd_bus_error* error);
     static int servicesChanged(sd_bus_message* message, void* userData, sd_bus_error* error);
     static int servicesListed(sd_bus_message* message, void* userData, sd_bus_error* error);
@@ -73,11 +68,11 @@ private:
     KeyCaptureListener* listener_ = nullptr;
     FileDescriptor socket_;
     Cancellation socketWatch_;
-    Slot call_;
+    BusSlot call_;
     Cancellation callLimit_;
-    Slot question_;
-    Slot serviceChanges_;
-    Slot ownerChanges_;
+    BusSlot question_;
+    BusSlot serviceChanges_;
+    BusSlot ownerChanges_;
 };
 
 } // namespace quenstal

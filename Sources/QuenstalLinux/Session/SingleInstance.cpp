@@ -15,11 +15,6 @@ constexpr const char* ownInterface = SingleInstance::busName;
 /// In microseconds. An instance answers between two of its turns, or hangs.
 constexpr std::uint64_t answerLimit = 5'000'000;
 
-struct ReleaseMessage {
-    void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
-};
-using Message = std::unique_ptr<sd_bus_message, ReleaseMessage>;
-
 } // namespace
 
 SingleInstance::SingleInstance(BusConnection& sessionBus)
@@ -85,13 +80,13 @@ std::optional<std::string> reportOfRunningInstance()
     sd_bus_message* question = nullptr;
     if (isConnected)
         sd_bus_message_new_method_call(bus, &question, SingleInstance::busName, objectPath, ownInterface, "Report");
-    const Message ownedQuestion(question);
+    const BusMessage ownedQuestion(question);
     if (!question)
         return std::nullopt;
     sd_bus_message_set_auto_start(question, 0);
     sd_bus_message* answer = nullptr;
     const int status = sd_bus_call(bus, question, answerLimit, nullptr, &answer);
-    const Message ownedAnswer(answer);
+    const BusMessage ownedAnswer(answer);
     const char* words = nullptr;
     if (status < 0 || sd_bus_message_read(answer, "s", &words) < 0)
         return std::nullopt;

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "QuenstalLinux/Session/BusConnection.hpp"
+#include "QuenstalLinux/Session/BusHandles.hpp"
 #include "QuenstalPlatform/RunLoop.hpp"
 
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
 
@@ -29,17 +29,13 @@ public:
     void onReportAsked(std::function<std::string()> report) { report_ = std::move(report); }
 
 private:
-    struct ReleaseSlot {
-        void operator()(sd_bus_slot* slot) const { sd_bus_slot_unref(slot); }
-    };
-
     static int activate(sd_bus_message* message, void* userData, sd_bus_error* error);
     static int report(sd_bus_message* message, void* userData, sd_bus_error* error);
     static int ignore(sd_bus_message* message, void* userData, sd_bus_error* error);
 
     BusConnection& sessionBus_;
-    std::unique_ptr<sd_bus_slot, ReleaseSlot> object_;
-    std::unique_ptr<sd_bus_slot, ReleaseSlot> reports_;
+    BusSlot object_;
+    BusSlot reports_;
     bool isFirst_ = true;
     RunLoop::Task activated_;
     std::function<std::string()> report_;

@@ -73,7 +73,8 @@ public:
         xcb_create_window(connection_.get(), XCB_COPY_FROM_PARENT, window_, root(), 300, 10, 40, 30, 0,
             XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
         xcb_map_window(connection_.get(), window_);
-        xcb_set_selection_owner(connection_.get(), window_, atom("_NET_SYSTEM_TRAY_S0"), XCB_CURRENT_TIME);
+        xcb_set_selection_owner(
+            connection_.get(), window_, atomOf(connection_.get(), "_NET_SYSTEM_TRAY_S0"), XCB_CURRENT_TIME);
         sync();
     }
 
@@ -96,12 +97,6 @@ public:
 
 private:
     xcb_window_t root() const { return rootWindow(connection_.get(), screenNumber_); }
-    xcb_atom_t atom(const std::string& name) const
-    {
-        const auto cookie
-            = xcb_intern_atom(connection_.get(), 0, static_cast<std::uint16_t>(name.size()), name.c_str());
-        return owned(xcb_intern_atom_reply(connection_.get(), cookie, nullptr))->atom;
-    }
     void sync() const
     {
         owned(xcb_get_input_focus_reply(connection_.get(), xcb_get_input_focus(connection_.get()), nullptr));
