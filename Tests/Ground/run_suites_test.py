@@ -97,7 +97,8 @@ class RunSuites(unittest.TestCase):
         self.assertIn("skipped: fuzz: no compiler", output)
 
     def test_a_suite_that_hangs_is_ended_and_failed(self):
-        self.assert_sum([("a", "echo 5 passed, 0 failed; exec sleep 60", "core")], "5 passed, 1 failed", timeout=1)
+        # It says nothing: what it said in time would depend on how busy the machine is.
+        self.assert_sum([("a", "exec sleep 60", "core")], "0 passed, 1 failed", timeout=1)
 
     def test_a_suite_whose_program_is_missing_is_one_failed(self):
         with tempfile.TemporaryDirectory() as folder:

@@ -269,7 +269,7 @@ TEST_F(PanelActionsTest, lookingAgainEndsWhenAccessIsGiven)
     EXPECT_FALSE(view().permissionNeeds().accessibility);
 }
 
-TEST_F(PanelActionsTest, asSecondRequestStartsTheOneChainAnew)
+TEST_F(PanelActionsTest, aSecondRequestStartsTheOneChainAnew)
 {
     ports.permissions.accessibility = PermissionStatus::denied;
     view().refreshOutput();

@@ -23,12 +23,10 @@ class Screens : public testing::TestWithParam<const char*> { };
 TEST_P(Screens, havePictureElementsForEveryPoint)
 {
     gallery::Stage stage(sharedEngine(), sceneNamed(GetParam()));
-    constexpr double points = gallery::panelWidth + 2 * gallery::shadowMargin;
-    const double height = gallery::panelHeight(stage.viewState()) + 2 * gallery::shadowMargin;
     const QImage picture = stage.picture();
     EXPECT_DOUBLE_EQ(stage.window().effectiveDevicePixelRatio(), scale);
-    EXPECT_EQ(picture.width(), qRound(points * scale));
-    EXPECT_EQ(picture.height(), qRound(height * scale));
+    EXPECT_EQ(picture.width(), qRound(stage.size().width() * scale));
+    EXPECT_EQ(picture.height(), qRound(stage.size().height() * scale));
 }
 
 INSTANTIATE_TEST_SUITE_P(

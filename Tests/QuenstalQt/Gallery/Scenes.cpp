@@ -231,18 +231,4 @@ const std::vector<NamedFeedback>& feedbacks()
     return all;
 }
 
-int panelHeight(const GlassDialViewState& state)
-{
-    switch (state.screen()) {
-    case Screen::dial:
-        return 383;
-    case Screen::setup:
-        return 481;
-    case Screen::equalizer:
-        break;
-    }
-    const GlassDialSnapshot& snapshot = state.snapshot();
-    return (!snapshot.eqAvailable ? 300 : snapshot.eqBoostHintVisible ? 502 : 464) + 11;
-}
-
 } // namespace quenstal::gallery

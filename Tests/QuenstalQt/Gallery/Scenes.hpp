@@ -37,7 +37,4 @@ struct NamedFeedback {
 
 const std::vector<NamedFeedback>& feedbacks();
 
-/// The height of the glass for what the view state shows.
-int panelHeight(const GlassDialViewState& state);
-
 } // namespace quenstal::gallery

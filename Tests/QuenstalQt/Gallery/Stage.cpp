@@ -1,5 +1,6 @@
 #include "Gallery/Stage.hpp"
 
+#include "QuenstalApp/StatusMenuController/PanelGeometry.hpp"
 #include "QuenstalQt/Desktop/Views.hpp"
 #include "QuenstalQt/Panel/CoreTexts.hpp"
 
@@ -47,7 +48,8 @@ void prepareEnvironment(double scale)
 }
 
 Stage::Stage(QQmlEngine& engine, const Scene& scene)
-    : viewState_(GlassDialSnapshot(scene.state), SetupGuideSnapshot(scene.state))
+    : margin_(scene.hasCompositor ? shadowMargin : 0)
+    , viewState_(GlassDialSnapshot(scene.state), SetupGuideSnapshot(scene.state))
     , model_(viewState_)
 {
     viewState_.setPermissionNeeds(permissionNeeds(scene.state));
@@ -62,11 +64,10 @@ Stage::Stage(QQmlEngine& engine, const Scene& scene)
         question_ = std::make_unique<Question>(
             shownText(scene.alert->message), shownText(scene.alert->informativeText), buttons, nullptr);
     }
-    const int margin = scene.hasCompositor ? shadowMargin : 0;
     root_ = createView(engine, "PanelRoot",
-        {{"panel", QVariant::fromValue(&model_)}, {"margin", margin}, {"translucent", scene.hasCompositor},
+        {{"panel", QVariant::fromValue(&model_)}, {"margin", margin_}, {"translucent", scene.hasCompositor},
             {"question", QVariant::fromValue<QObject*>(question_.get())}});
-    window_.resize(panelWidth + 2 * margin, panelHeight(viewState_) + 2 * margin);
+    window_.resize(size());
     root_->setParentItem(window_.contentItem());
     root_->setSize(window_.size());
     window_.show();
@@ -78,6 +79,12 @@ Stage::Stage(QQmlEngine& engine, const Scene& scene)
 }
 
 Stage::~Stage() = default;
+
+QSize Stage::size() const
+{
+    const Size glass = PanelGeometry::windowSize(viewState_.screen(), viewState_.snapshot());
+    return {qRound(glass.width) + 2 * margin_, qRound(glass.height) + 2 * margin_};
+}
 
 QImage Stage::picture()
 {

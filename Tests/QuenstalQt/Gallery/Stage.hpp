@@ -17,7 +17,6 @@ namespace quenstal::gallery {
 
 /// Width of the shadow's room around the glass.
 inline constexpr int shadowMargin = 26;
-inline constexpr int panelWidth = 344;
 
 /// To be called before the application object is made: no screen, software rendering, the fonts of the tests.
 void prepareEnvironment(double scale);
@@ -30,10 +29,13 @@ public:
 
     QImage picture();
     QQuickWindow& window() { return window_; }
+    /// The glass and the room for its shadow, in points.
+    QSize size() const;
     GlassDialViewState& viewState() { return viewState_; }
     QQuickItem& root() { return *root_; }
 
 private:
+    int margin_;
     GlassDialViewState viewState_;
     PanelModel model_;
     std::unique_ptr<Question> question_;
