@@ -1,7 +1,6 @@
 // The program itself, as the service manager would start it: its ends, orderly and not.
 
 #include "QuenstalKeyService/KeyServiceTest.hpp"
-#include "QuenstalLinux/Keys/GuardsNotice.hpp"
 #include "QuenstalPlatform/EventTaps.hpp"
 
 #include <optional>
@@ -52,8 +51,10 @@ struct KeyServiceProgramTest : KeyServiceTest {
     std::unique_ptr<TestClient> listeningClient()
     {
         auto client = capturingClient();
-        keyboard->type({{KEY_A, 1}, {KEY_MUTE, 1}});
-        EXPECT_TRUE(eventually([&] { return client->presses().size() == 1 && keyboard->passed().size() == 1; }));
+        keyboard->type({{KEY_MUTE, 1}, {KEY_A, 1}});
+        EXPECT_TRUE(eventually([&] {
+            return client->presses().size() == 1 && keyboard->passed().size() == 1 && keyboard->isReaderAtRest();
+        }));
         return client;
     }
     void sendSignal(int signal) const
@@ -103,7 +104,7 @@ TEST_F(KeyServiceProgramTest, aStoppedOneLosesTheKeyboardsToTheUserAndTakesThemA
     const auto client = listeningClient();
     sendSignal(SIGSTOP);
     keyboard->type({{KEY_A, 1}});
-    EXPECT_TRUE(eventually([&] { return !keyboard->isGrabbed() && hasGuardsNotice(process); }));
+    EXPECT_TRUE(eventually([&] { return !keyboard->isGrabbed() && keyboard->hasAnsweredAll(); }));
     sendSignal(SIGCONT);
     ASSERT_TRUE(eventually([&] { return keyboard->grabs() == 2; }));
     EXPECT_FALSE(client->isDropped());

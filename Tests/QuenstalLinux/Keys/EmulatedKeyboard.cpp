@@ -1,15 +1,21 @@
 #include "QuenstalLinux/Keys/EmulatedKeyboard.hpp"
 
+#include "QuenstalLinux/FileDescriptor.hpp"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <string_view>
 
+#include <fcntl.h>
 #include <linux/input.h>
+#include <linux/sockios.h>
 #include <linux/uinput.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
@@ -51,6 +57,15 @@ void answer(UMockdevIoctlClient* client, const void* bytes, std::size_t size)
     std::memcpy(answer.data(), bytes, std::min(size, room));
     umockdev_ioctl_data_update(buffer, 0, answer.data(), static_cast<int>(room));
     umockdev_ioctl_client_complete(client, static_cast<glong>(std::min(size, room)), 0);
+}
+
+/// Whether the descriptor is a socket whose other end has not read all that was written.
+bool hasUnreadAnswer(int descriptor)
+{
+    struct stat file { };
+    int unread = 0;
+    return fstat(descriptor, &file) == 0 && S_ISSOCK(file.st_mode) && ioctl(descriptor, SIOCOUTQ, &unread) == 0
+        && unread > 0;
 }
 
 bool hasChildProcess()
@@ -114,6 +129,7 @@ EmulatedKeyboard::EmulatedKeyboard()
     umockdev_testbed_add_from_string(testbed_, keyboardDevice("5").c_str(), nullptr);
     umockdev_testbed_add_from_string(testbed_, otherDevices, nullptr);
     g_signal_connect(keyboard_, "handle-ioctl", G_CALLBACK(answerKeyboard), this);
+    g_signal_connect(keyboard_, "handle-read", G_CALLBACK(noteRead), this);
     g_signal_connect(keyboard_, "handle-write", G_CALLBACK(takeWriteToKeyboard), this);
     g_signal_connect(uinput_, "handle-ioctl", G_CALLBACK(answerUinput), this);
     g_signal_connect(uinput_, "handle-write", G_CALLBACK(takeWriteToClone), this);
@@ -182,6 +198,18 @@ void EmulatedKeyboard::send(const char* device, const Event& event)
     const int kernelsSide = umockdev_testbed_get_dev_fd(testbed_, device);
     if (write(kernelsSide, &bytes, sizeof bytes) != sizeof bytes)
         throw std::system_error(errno, std::generic_category(), device);
+}
+
+bool EmulatedKeyboard::hasAnsweredAll() const
+{
+    // One thread answers in turn: when it has answered this, nothing from before is left to answer.
+    const FileDescriptor device(open(node, O_RDWR | O_NONBLOCK | O_CLOEXEC));
+    int version = 0;
+    if (ioctl(device.get(), EVIOCGVERSION, &version) < 0)
+        return false;
+    const std::filesystem::directory_iterator descriptors("/proc/self/fd");
+    return std::none_of(begin(descriptors), end(descriptors),
+        [](const auto& entry) { return hasUnreadAnswer(std::stoi(entry.path().filename().string())); });
 }
 
 std::vector<std::string> EmulatedKeyboard::passed()
@@ -281,12 +309,20 @@ gboolean EmulatedKeyboard::takeWriteToClone(UMockdevIoctlBase*, UMockdevIoctlCli
 {
     auto& keyboard = *static_cast<EmulatedKeyboard*>(self);
     const std::lock_guard lock(keyboard.mutex_);
+    keyboard.hasReadLast_ = false;
     keyboard.note(client, keyboard.passed_);
     if (keyboard.stallsWriters_)
         keyboard.stalledWriters_.push_back(static_cast<UMockdevIoctlClient*>(g_object_ref(client)));
     else
         acceptWrite(client);
     return TRUE;
+}
+
+/// The reading itself is left to the emulation.
+gboolean EmulatedKeyboard::noteRead(UMockdevIoctlBase*, UMockdevIoctlClient*, gpointer self)
+{
+    static_cast<EmulatedKeyboard*>(self)->hasReadLast_ = true;
+    return FALSE;
 }
 
 gboolean EmulatedKeyboard::takeWriteToKeyboard(UMockdevIoctlBase*, UMockdevIoctlClient* client, gpointer self)

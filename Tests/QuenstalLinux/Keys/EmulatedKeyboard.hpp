@@ -56,6 +56,12 @@ public:
     void setLight(std::uint16_t light, bool isOn);
 
     bool isGrabbed() const { return isGrabbed_; }
+    /// Whether every request so far was answered, and whoever asked has taken the answer. A process and its children
+    /// share one stream for each device: before one of them goes on, another must have its answer.
+    bool hasAnsweredAll() const;
+    /// The same, and the reader of the keyboard has looked for more since the last event that reached the clone. A
+    /// reader may be stopped or killed then: it waits.
+    bool isReaderAtRest() const { return hasReadLast_ && hasAnsweredAll(); }
     /// Times that it was grabbed.
     int grabs() const { return grabs_; }
     /// Whether this program had a child process to guard the keyboard, every time that it was grabbed.
@@ -70,6 +76,7 @@ private:
     static gboolean answerKeyboard(UMockdevIoctlBase* base, UMockdevIoctlClient* client, gpointer self);
     static gboolean answerUinput(UMockdevIoctlBase* base, UMockdevIoctlClient* client, gpointer self);
     static gboolean takeWriteToClone(UMockdevIoctlBase* base, UMockdevIoctlClient* client, gpointer self);
+    static gboolean noteRead(UMockdevIoctlBase* base, UMockdevIoctlClient* client, gpointer self);
     static gboolean takeWriteToKeyboard(UMockdevIoctlBase* base, UMockdevIoctlClient* client, gpointer self);
     void send(const char* device, const Event& event);
     void answerGrab(UMockdevIoctlClient* client);
@@ -85,6 +92,7 @@ private:
     std::atomic<bool> isGrabbed_ = false;
     std::atomic<int> grabs_ = 0;
     std::atomic<bool> wasAlwaysGuarded_ = true;
+    std::atomic<bool> hasReadLast_ = false;
     std::atomic<bool> stallsWriters_ = false;
     std::atomic<bool> pullsOut_ = false;
     std::atomic<bool> isPulledOut_ = false;
