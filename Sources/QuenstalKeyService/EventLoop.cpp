@@ -80,7 +80,7 @@ private:
 };
 
 EventLoop::EventLoop()
-    : wakeEvent_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+    : wakeEvent_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK | EFD_SEMAPHORE))
 {
     sigset_t ends;
     sigemptyset(&ends);
@@ -94,7 +94,7 @@ EventLoop::EventLoop()
     require(sd_event_add_signal(event, nullptr, SIGTERM, nullptr, nullptr), "SIGTERM");
     require(sd_event_add_signal(event, nullptr, SIGINT, nullptr, nullptr), "SIGINT");
     require(sd_event_set_watchdog(event, 1), "watchdog");
-    wakeWatch_ = watchReadable(wakeEvent_, [this] { runPosted(); });
+    wakeWatch_ = watchReadable(wakeEvent_, [this] { runOldestPosted(); });
 }
 
 EventLoop::~EventLoop()
@@ -122,17 +122,18 @@ void EventLoop::post(Task task)
     eventfd_write(wakeEvent_, 1);
 }
 
-void EventLoop::runPosted()
+/// The event counts the tasks, so that it can be read again while there are more.
+void EventLoop::runOldestPosted()
 {
-    eventfd_t count = 0;
-    eventfd_read(wakeEvent_, &count);
-    std::vector<Task> tasks;
+    eventfd_t one = 0;
+    eventfd_read(wakeEvent_, &one);
+    Task task;
     {
         const std::lock_guard lock(mutex_);
-        tasks.swap(posted_);
+        task = std::move(posted_.front());
+        posted_.pop_front();
     }
-    for (const Task& task : tasks)
-        task();
+    task();
 }
 
 Cancellation EventLoop::after(Duration delay, Task task)

@@ -2,10 +2,10 @@
 
 #include "QuenstalPlatform/RunLoop.hpp"
 
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <thread>
-#include <vector>
 
 #include <systemd/sd-event.h>
 
@@ -39,11 +39,11 @@ private:
     };
 
     Cancellation addTimer(Duration delay, Duration interval, Task task);
-    void runPosted();
+    void runOldestPosted();
 
     const std::thread::id mainThread_ = std::this_thread::get_id();
     std::mutex mutex_; // guards posted_
-    std::vector<Task> posted_;
+    std::deque<Task> posted_;
     std::unique_ptr<sd_event, ReleaseEvent> event_;
     int wakeEvent_;
     Cancellation wakeWatch_;

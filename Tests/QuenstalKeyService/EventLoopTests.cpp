@@ -39,6 +39,18 @@ TEST_F(EventLoopTest, tasksRunInTheOrderInWhichTheyWerePostedAndTheStatusIsTheLa
     EXPECT_THAT(ran, ElementsAre(1, 2, 3));
 }
 
+TEST_F(EventLoopTest, eachPostedTaskHasATurnOfItsOwn)
+{
+    std::vector<int> ran;
+    loop.post([&] {
+        ran.push_back(1);
+        loop.exit(0);
+    });
+    loop.post([&] { ran.push_back(2); });
+    EXPECT_EQ(loop.run(), 0);
+    EXPECT_THAT(ran, ElementsAre(1));
+}
+
 TEST_F(EventLoopTest, anotherThreadMayPost)
 {
     std::thread other([this] {

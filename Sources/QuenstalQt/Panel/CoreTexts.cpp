@@ -18,6 +18,7 @@ constexpr std::array texts{
     QT_TRANSLATE_NOOP("Core", "Disabled"),
     QT_TRANSLATE_NOOP("Core", "No Output"),
     QT_TRANSLATE_NOOP("Core", "No output"),
+    QT_TRANSLATE_NOOP("Core", "Unknown Output"),
     QT_TRANSLATE_NOOP("Core", "Flat"),
     QT_TRANSLATE_NOOP("Core", "Voice"),
     QT_TRANSLATE_NOOP("Core", "Movie"),

@@ -374,6 +374,10 @@
         <source>Quenstal&apos;s key service is busy. Quenstal tries again in half a minute.</source>
         <translation>Quenstals Tastendienst ist beschäftigt. Quenstal versucht es in einer halben Minute wieder.</translation>
     </message>
+    <message>
+        <source>Unknown Output</source>
+        <translation>Unbekannter Ausgang</translation>
+    </message>
 </context>
 <context>
     <name>Dial</name>
