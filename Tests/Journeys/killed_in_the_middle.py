@@ -16,11 +16,14 @@ from sound import Sound  # noqa: E402
 TONE = -6
 
 
-def level(sound, expected):
+def tell_level(sound, what, expected):
     """What the monitor is sent, relative to the tone; waits for what is expected."""
     def heard():
         return sound.levels("monitor", (440,))[0] - TONE
-    return settled(heard, lambda shown: abs(shown - expected) < 0.1, limit=5)
+    def is_right(shown):
+        return abs(shown - expected) < 0.1
+    shown = settled(heard, is_right, limit=5)
+    print(f"{what}: {shown:.2f} dB, {'as expected' if is_right(shown) else f'{expected} dB was expected'}")
 
 
 def key_reaches_another_program(desktop, key):
@@ -50,14 +53,14 @@ def main():
     sound.play((440,), TONE)
     wait_for(lambda: sound.levels("monitor", (440,))[0] is not None, "the tone")
     desktop.press("XF86AudioLowerVolume", 8)
-    print(f"halved: {level(sound, -6.02):.2f} dB")
+    tell_level(sound, "halved", -6.02)
     print(f"another program sees the key: {key_reaches_another_program(desktop, 'XF86AudioLowerVolume')}")
     preferences = pathlib.Path(os.environ["XDG_CONFIG_HOME"]) / "quenstal" / "preferences.json"
     before = json.loads(preferences.read_text())
     quenstal.kill()
     quenstal.wait()
     print(f"preferences kept: {json.loads(preferences.read_text()) == before and bool(before)}")
-    print(f"without it: {level(sound, 0):.2f} dB")
+    tell_level(sound, "without it", 0)
     print(f"another program sees the key now: {key_reaches_another_program(desktop, 'XF86AudioLowerVolume')}")
     desktop.close()
 

@@ -133,10 +133,10 @@ class KilledInTheMiddle(PrivateDesktopTest):
                          ROOT / "Tests/Journeys/killed_in_the_middle.py", BUILD)
         told = self.told_by(run)
         self.assertEqual(run.returncode, 0, told)
-        self.assertIn("halved: -6.02 dB", told)
+        self.assertRegex(told, "halved: .* as expected")
         self.assertIn("another program sees the key: False", told)
         self.assertIn("preferences kept: True", told)
-        self.assertIn("without it: 0.00 dB", told)
+        self.assertRegex(told, "without it: .* as expected")
         self.assertIn("another program sees the key now: True", told)
         self.assert_nothing_is_left()
 
