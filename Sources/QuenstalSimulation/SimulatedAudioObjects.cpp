@@ -52,7 +52,7 @@ PlatformStatus SimulatedAudioObjects::getUInt32(
         value = device->second.transport;
         return 0;
     }
-    const auto* const found = control(object, address);
+    const auto* const found = control(AudioPropertySelector::mute, object, address);
     if (!found)
         return missing(object);
     value = found->value != 0 ? 1 : 0;
@@ -64,7 +64,7 @@ PlatformStatus SimulatedAudioObjects::getFloat32(
 {
     if (const auto forced = journal_.record("get " + addressText(object, address)))
         return forced;
-    const auto* const found = control(object, address);
+    const auto* const found = control(AudioPropertySelector::volumeScalar, object, address);
     if (!found)
         return missing(object);
     value = found->value;
@@ -91,20 +91,20 @@ PlatformStatus SimulatedAudioObjects::getString(
 PlatformStatus SimulatedAudioObjects::setUInt32(
     AudioObjectID object, const AudioPropertyAddress& address, std::uint32_t value)
 {
-    return set(object, address, std::to_string(value), static_cast<float>(value));
+    return set(AudioPropertySelector::mute, object, address, std::to_string(value), static_cast<float>(value));
 }
 
 PlatformStatus SimulatedAudioObjects::setFloat32(AudioObjectID object, const AudioPropertyAddress& address, float value)
 {
-    return set(object, address, std::to_string(value), value);
+    return set(AudioPropertySelector::volumeScalar, object, address, std::to_string(value), value);
 }
 
-PlatformStatus SimulatedAudioObjects::set(
-    AudioObjectID object, const AudioPropertyAddress& address, const std::string& text, float value)
+PlatformStatus SimulatedAudioObjects::set(FourCharCode selector, AudioObjectID object,
+    const AudioPropertyAddress& address, const std::string& text, float value)
 {
     if (const auto forced = journal_.record("set " + addressText(object, address) + " = " + text))
         return forced;
-    auto* const found = const_cast<SimulatedAudioControl*>(control(object, address));
+    auto* const found = const_cast<SimulatedAudioControl*>(control(selector, object, address));
     if (!found || !found->settable)
         return missing(object);
     found->value = value;
@@ -183,6 +183,12 @@ const SimulatedAudioControl* SimulatedAudioObjects::control(
     }
     const bool isMute = address.selector == AudioPropertySelector::mute && address.element == audioElementMain;
     return isMute && output.mute ? &*output.mute : nullptr;
+}
+
+const SimulatedAudioControl* SimulatedAudioObjects::control(
+    FourCharCode selector, AudioObjectID object, const AudioPropertyAddress& address) const
+{
+    return address.selector == selector ? control(object, address) : nullptr;
 }
 
 PlatformStatus SimulatedAudioObjects::missing(AudioObjectID object) const

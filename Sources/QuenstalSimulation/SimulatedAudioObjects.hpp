@@ -71,7 +71,11 @@ public:
 
 private:
     const SimulatedAudioControl* control(AudioObjectID object, const AudioPropertyAddress& address) const;
-    PlatformStatus set(AudioObjectID object, const AudioPropertyAddress& address, const std::string& text, float value);
+    /// Null also when the address has another selector.
+    const SimulatedAudioControl* control(
+        FourCharCode selector, AudioObjectID object, const AudioPropertyAddress& address) const;
+    PlatformStatus set(FourCharCode selector, AudioObjectID object, const AudioPropertyAddress& address,
+        const std::string& text, float value);
     PlatformStatus missing(AudioObjectID object) const;
 
     mutable SimulatedAudioJournal journal_;
