@@ -60,7 +60,7 @@ bool isDesktopSession()
 
 MendingCommands mendingCommands()
 {
-    // Where the package is installed, only a new login gives what is missing; the advice says so.
+    // Where the package is installed no command gives what is missing: the advice says who is let in.
     const bool isInstalled = std::filesystem::exists("/usr/lib/udev/rules.d/70-quenstal-i2c.rules");
     return {"systemctl --user start pipewire.service wireplumber.service", isInstalled ? "" : "./package install"};
 }

@@ -23,8 +23,7 @@ std::string remedyFor(DisplayBusProblem::Kind kind)
     using Kind = DisplayBusProblem::Kind;
     switch (kind) {
     case Kind::accessDenied:
-        return "Install the package and log in again: its udev rule 70-quenstal-i2c.rules lets in whoever sits at the "
-               "screen.";
+        return "Install the package: its udev rule 70-quenstal-i2c.rules lets in whoever is logged in at the screen.";
     case Kind::notAnswering:
         return "Switch on DDC/CI in the monitor's own menu.";
     case Kind::writesRefused:

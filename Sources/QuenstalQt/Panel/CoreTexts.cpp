@@ -109,9 +109,8 @@ constexpr std::array texts{
     QT_TRANSLATE_NOOP("Core", "%1 takes no volume over %2."),
     QT_TRANSLATE_NOOP("Core", "%1: the driver of %2 hangs."),
     QT_TRANSLATE_NOOP("Core", "%1 cannot be reached over DDC/CI."),
-    QT_TRANSLATE_NOOP("Core",
-        "Install the package and log in again: its udev rule 70-quenstal-i2c.rules lets in whoever sits at the "
-        "screen."),
+    QT_TRANSLATE_NOOP(
+        "Core", "Install the package: its udev rule 70-quenstal-i2c.rules lets in whoever is logged in at the screen."),
     QT_TRANSLATE_NOOP("Core", "Switch on DDC/CI in the monitor's own menu."),
     QT_TRANSLATE_NOOP("Core", "Unplug the monitor and plug it in again."),
     QT_TRANSLATE_NOOP("Core", "Load the kernel module i2c-dev."),

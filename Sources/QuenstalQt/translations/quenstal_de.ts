@@ -335,8 +335,8 @@
         <translation>%1 um %2</translation>
     </message>
     <message>
-        <source>Install the package and log in again: its udev rule 70-quenstal-i2c.rules lets in whoever sits at the screen.</source>
-        <translation>Installieren Sie das Paket und melden Sie sich neu an: Seine udev-Regel 70-quenstal-i2c.rules lässt ein, wer am Bildschirm sitzt.</translation>
+        <source>Install the package: its udev rule 70-quenstal-i2c.rules lets in whoever is logged in at the screen.</source>
+        <translation>Installieren Sie das Paket: Seine udev-Regel 70-quenstal-i2c.rules lässt ein, wer am Bildschirm angemeldet ist.</translation>
     </message>
     <message>
         <source>No keyboard with volume keys is connected.</source>

@@ -163,8 +163,7 @@ constexpr const char* takenKeys
 DisplayBusProblem deniedMonitor()
 {
     return {DisplayBusProblem::Kind::accessDenied, "/dev/i2c-5", "Desk Monitor 27",
-        "Install the package and log in again: its udev rule 70-quenstal-i2c.rules lets in whoever sits at the "
-        "screen."};
+        "Install the package: its udev rule 70-quenstal-i2c.rules lets in whoever is logged in at the screen."};
 }
 
 void addSetupScenes(std::vector<Scene>& scenes)
