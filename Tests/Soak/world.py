@@ -102,12 +102,12 @@ class World:
 
     def seen(self):
         level = self.listener.level()
-        gain = 10 ** (level / 20) if self.is_heard() else 0.0
+        gain = 10 ** (level / 20) if self.is_audible(level) else 0.0
         card, is_muted = self.sound.card_volume() if "usb" in self.plugged else (0.0, False)
         return Seen(self.monitor.volume() / 100, gain, 0.0 if is_muted else card)
 
-    def is_heard(self):
-        level = self.listener.level()
+    @staticmethod
+    def is_audible(level):
         return level is not None and level + TONE > AUDIBLE
 
     def is_heard_again(self, duration=0.3):

@@ -11,19 +11,23 @@ constexpr WorkerTime::Duration longestWaitAtGate = std::chrono::seconds(1);
 
 } // namespace
 
-bool CardGate::enter()
+bool CardGate::enter(const std::string& device)
 {
     WorkerTime::Lock lock(mutex_);
     if (!time_->waitUntil(lock, left_, time_->now() + longestWaitAtGate, [this] { return !isTaken_; }))
         return false;
     isTaken_ = true;
+    const WorkerTime::Time quietUntil = quietUntil_[device];
+    lock.unlock();
+    time_->sleepUntil(quietUntil);
     return true;
 }
 
-void CardGate::leave()
+void CardGate::leave(const std::string& device, Duration pause)
 {
     const std::lock_guard lock(mutex_);
     isTaken_ = false;
+    quietUntil_[device] = time_->now() + pause;
     time_->wakeAll(left_);
 }
 
@@ -38,24 +42,26 @@ BusLink::BusLink(std::string device, std::shared_ptr<I2CDevices> devices, std::s
 
 int BusLink::write(I2CDevices::Address address, std::span<const std::uint8_t> message)
 {
-    return transaction([&] { return send(address, message); });
+    return transaction([&] { return send(address, message); }, pauseAfterWrite);
 }
 
 int BusLink::exchange(I2CDevices::Address address, std::span<const std::uint8_t> message,
     WorkerTime::Duration replyDelay, std::span<std::uint8_t> reply)
 {
-    return transaction([&] {
-        if (const int error = send(address, message); error != 0)
-            return error;
-        time_->sleepUntil(time_->now() + replyDelay);
-        return receive(address, reply);
-    });
+    return transaction(
+        [&] {
+            if (const int error = send(address, message); error != 0)
+                return error;
+            time_->sleepUntil(time_->now() + replyDelay);
+            return receive(address, reply);
+        },
+        {});
 }
 
 template <typename Work>
-int BusLink::transaction(Work work)
+int BusLink::transaction(Work work, WorkerTime::Duration pause)
 {
-    if (!gate_->enter())
+    if (!gate_->enter(device_))
         return EBUSY;
     int error = open();
     if (error == 0)
@@ -64,7 +70,7 @@ int BusLink::transaction(Work work)
         error = work();
         devices_->unlock(descriptor_);
     }
-    gate_->leave();
+    gate_->leave(device_, pause);
     if (isDeviceGone(error))
         close();
     return error;

@@ -4,6 +4,7 @@
 #include "QuenstalLinux/Display/WorkerTime.hpp"
 
 #include <condition_variable>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -13,29 +14,36 @@
 namespace quenstal {
 
 /// Lets one transaction at a time through to a graphics card: probing two of its buses at once has taken whole cards
-/// off the bus.
+/// off the bus. A device that was written has its pause, also when somebody else serves it by then: a monitor may be gone
+/// and back within the pause. Any thread.
 class CardGate {
 public:
+    using Duration = WorkerTime::Duration;
+
     explicit CardGate(std::shared_ptr<WorkerTime> time)
         : time_(std::move(time))
     {
     }
 
     /// False when the gate stayed shut for too long.
-    bool enter();
-    void leave();
+    bool enter(const std::string& device);
+    void leave(const std::string& device, Duration pause);
 
 private:
     std::shared_ptr<WorkerTime> time_;
     std::mutex mutex_;
     std::condition_variable left_;
     bool isTaken_ = false;
+    std::map<std::string, WorkerTime::Time> quietUntil_;
 };
 
 /// One device and the descriptor that is open to it, if any. Each operation is one transaction with a monitor,
 /// without retries, and returns 0 or an errno; a device that went away is closed. Worker thread only.
 class BusLink {
 public:
+    /// What the standard grants a monitor after a write.
+    static constexpr WorkerTime::Duration pauseAfterWrite = std::chrono::milliseconds(50);
+
     BusLink(std::string device, std::shared_ptr<I2CDevices> devices, std::shared_ptr<WorkerTime> time,
         std::shared_ptr<CardGate> gate);
     ~BusLink() { close(); }
@@ -53,7 +61,7 @@ public:
 
 private:
     template <typename Work>
-    int transaction(Work work);
+    int transaction(Work work, WorkerTime::Duration pause);
     int open();
     int send(I2CDevices::Address address, std::span<const std::uint8_t> bytes);
     int receive(I2CDevices::Address address, std::span<std::uint8_t> bytes);

@@ -17,8 +17,7 @@ using Duration = WorkerTime::Duration;
 
 constexpr I2CDevices::Address ddcAddress = 0x37;
 
-/// What the standard grants a monitor after a Set, and between question and answer.
-constexpr Duration pacing = 50ms;
+/// What the standard grants a monitor between question and answer.
 constexpr Duration usualReplyDelay = 50ms;
 
 /// After the last Set of a burst the monitor is asked what became of it.
@@ -146,7 +145,7 @@ int BusWorker::writeOnce(Lock& lock)
     const VcpMessage message = *std::exchange(pendingSet_, std::nullopt);
     const std::uint64_t accepted = setsAccepted_;
     const int error = transact(lock, [&] { return link_.write(ddcAddress, message); });
-    quietUntil_ = time_->now() + pacing;
+    quietUntil_ = time_->now() + BusLink::pauseAfterWrite;
     if (error != 0) {
         // A newer one takes its place.
         if (!pendingSet_)
@@ -249,7 +248,7 @@ void BusWorker::prove(Lock& lock, const VcpReply& reply)
             return;
         error = transact(lock, write);
     }
-    quietUntil_ = time_->now() + pacing;
+    quietUntil_ = time_->now() + BusLink::pauseAfterWrite;
     if (generation != generation_)
         return;
     if (isHopeless(error))

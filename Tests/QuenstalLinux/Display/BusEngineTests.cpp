@@ -291,6 +291,21 @@ TEST_F(DisplayBusEngineTest, aReplyLostNowAndThenDoesNotChangeTheVolumeShown)
     }
 }
 
+TEST_F(DisplayBusEngineTest, aMonitorHasItsPauseAlsoWhenAnotherEngineServesItByThen)
+{
+    const auto gate = std::make_shared<CardGate>(time);
+    const BusNews silent{[] {}, [] {}, [] {}};
+    BusEngine before(device, devices, time, gate, silent);
+    time->advance(200ms);
+    const VcpMessage message{0x51, 0x84, 0x03, 0x62, 0x00, 0x28, 0xF2};
+    EXPECT_EQ(before.set(message), 0);
+    before.beginStop();
+    BusEngine after(device, devices, time, gate, silent);
+    time->advance(200ms);
+    EXPECT_EQ(valuesSet(*monitor), std::vector<std::uint16_t>{40});
+    EXPECT_EQ(getsAsked(*monitor), 2);
+}
+
 TEST_F(DisplayBusEngineTest, twoBusesOfACardAreNeverUsedAtOnce)
 {
     const auto gate = std::make_shared<CardGate>(time);
