@@ -14,8 +14,8 @@
 namespace quenstal {
 
 /// Lets one transaction at a time through to a graphics card: probing two of its buses at once has taken whole cards
-/// off the bus. A device that was written has its pause, also when somebody else serves it by then: a monitor may be gone
-/// and back within the pause. Any thread.
+/// off the bus. A device that was written has its pause, also when somebody else serves it by then: a monitor may be
+/// gone and back within the pause. Any thread.
 class CardGate {
 public:
     using Duration = WorkerTime::Duration;
