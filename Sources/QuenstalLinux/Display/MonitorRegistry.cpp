@@ -144,6 +144,9 @@ void MonitorRegistry::devicesChanged()
 
 void MonitorRegistry::scheduleScan(RunLoop::Duration delay)
 {
+    // The device manager may still have news for whoever has stopped.
+    if (!scanner_)
+        return;
     scheduledScan_ = loop_.after(delay, [this] {
         scheduledScan_.reset();
         scanner_->start();
@@ -311,8 +314,7 @@ void MonitorRegistry::machineWillSleep()
 void MonitorRegistry::machineDidWake()
 {
     isAsleep_ = false;
-    if (scanner_)
-        scheduleScan(afterWake);
+    scheduleScan(afterWake);
 }
 
 void MonitorRegistry::stop()

@@ -237,6 +237,20 @@ TEST_F(DisplayRegistryTest, stoppingIsQuickWhateverTheDriverDoes)
     registry->stop();
 }
 
+TEST_F(DisplayRegistryTest, whatComesAfterTheEndIsNotLookedAt)
+{
+    startWithTwo();
+    registry->stop();
+    const auto opened = devices->opens();
+    registry->devicesChanged();
+    pass(1s);
+    registry->machineWillSleep();
+    registry->machineDidWake();
+    pass(1s);
+    EXPECT_TRUE(candidates().empty());
+    EXPECT_EQ(devices->opens(), opened);
+}
+
 TEST_F(DisplayRegistryTest, newsThatIsUnderWayAtTheEndReachesNobody)
 {
     startWithTwo();
