@@ -32,7 +32,7 @@ void BusConnection::watch()
         return;
     watch_ = runLoop_.watchReadable(sd_bus_get_fd(bus_.get()), [this] { process(); });
     // What arrived during the greeting is in memory, where the descriptor does not tell of it.
-    firstTurn_ = runLoop_.after(RunLoop::Duration::zero(), [this] { process(); });
+    nextTurn_ = runLoop_.after(RunLoop::Duration::zero(), [this] { process(); });
 }
 
 void BusConnection::addSignal(
@@ -45,8 +45,10 @@ void BusConnection::addSignal(
 void BusConnection::process()
 {
     int status = 1;
-    while (bus_ && status > 0)
+    for (int messages = 0; bus_ && status > 0 && messages < mostMessages; ++messages)
         status = sd_bus_process(bus_.get(), nullptr);
+    if (status > 0)
+        nextTurn_ = runLoop_.after(RunLoop::Duration::zero(), [this] { process(); });
     if (status >= 0)
         return;
     // The bus went away: a descriptor that stays readable must not keep the loop busy.

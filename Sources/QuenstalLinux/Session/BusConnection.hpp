@@ -17,6 +17,8 @@ struct ReleaseBus {
 class BusConnection {
 public:
     enum class Which { system, session };
+    /// Handled in one turn of the run loop. Whoever floods the bus must not keep everything else waiting.
+    static constexpr int mostMessages = 32;
 
     /// Without a bus, or with one that goes away, nothing ever arrives. The run loop outlives this.
     BusConnection(RunLoop& runLoop, Which which);
@@ -29,7 +31,7 @@ public:
 
     /// Calls the handler for every signal of that name from anyone, for as long as the connection lives.
     void addSignal(const char* interface, const char* member, sd_bus_message_handler_t handler, void* userData);
-    /// Handles what has arrived, and sends what waits to be sent.
+    /// Handles what has arrived, `mostMessages` now and the rest on later turns, and sends what waits to be sent.
     void process();
 
 private:
@@ -38,7 +40,7 @@ private:
     RunLoop& runLoop_;
     std::unique_ptr<sd_bus, ReleaseBus> bus_;
     Cancellation watch_;
-    Cancellation firstTurn_;
+    Cancellation nextTurn_;
 };
 
 } // namespace quenstal

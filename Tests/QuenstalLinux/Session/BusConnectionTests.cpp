@@ -1,0 +1,53 @@
+#include "QuenstalLinux/Session/BusConnection.hpp"
+#include "QuenstalLinux/Session/BusHandles.hpp"
+#include "Support/Eventually.hpp"
+#include "Support/PrivateBus.hpp"
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace quenstal {
+namespace {
+
+struct BusConnectionTest : testing::Test {
+    void SetUp() override
+    {
+        if (bus.address().empty())
+            GTEST_SKIP() << "dbus-daemon is not installed";
+    }
+
+    /// Everything sent on the connection before this has reached the bus, and what the bus sent before is in memory.
+    static void roundTrip(BusConnection& connection)
+    {
+        sd_bus_call_method(connection.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+            "GetId", nullptr, nullptr, "");
+    }
+
+    PrivateBus bus;
+    SimulatedRunLoop loop;
+};
+
+TEST_F(BusConnectionTest, aFloodOfMessagesLeavesTurnsToEverythingElse)
+{
+    BusConnection ours(loop, bus.address());
+    BusConnection sender(loop, bus.address());
+    int handled = 0;
+    const auto count = [](sd_bus_message*, void* counter, sd_bus_error*) { return ++*static_cast<int*>(counter); };
+    sd_bus_add_object(ours.get(), nullptr, "/flooded", count, &handled);
+    const char* name = nullptr;
+    sd_bus_get_unique_name(ours.get(), &name);
+    constexpr int sent = 10 * BusConnection::mostMessages;
+    for (int call = 0; call < sent; ++call)
+        sd_bus_call_method_async(
+            sender.get(), nullptr, name, "/flooded", "app.quenstal.Test", "Call", nullptr, nullptr, "");
+    roundTrip(sender);
+    roundTrip(ours);
+    while (handled == 0)
+        ASSERT_TRUE(loop.runOneTurn());
+    EXPECT_LE(handled, BusConnection::mostMessages);
+    EXPECT_TRUE(eventually(loop, [&] { return handled == sent; })) << handled;
+}
+
+} // namespace
+} // namespace quenstal
