@@ -1,10 +1,10 @@
 #pragma once
 
-#include "QuenstalApp/OwnedTasks.hpp"
 #include "QuenstalCore/MenuPresenter.hpp"
 #include "QuenstalCore/QuenstalController.hpp"
 #include "QuenstalPlatform/DisplayBuses.hpp"
 #include "QuenstalPlatform/EventTaps.hpp"
+#include "QuenstalPlatform/OwnedTasks.hpp"
 
 #include <memory>
 

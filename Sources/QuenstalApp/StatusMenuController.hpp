@@ -1,6 +1,5 @@
 #pragma once
 
-#include "QuenstalApp/OwnedTasks.hpp"
 #include "QuenstalApp/StatusMenuController/GlassDialViewState.hpp"
 #include "QuenstalApp/StatusMenuController/PanelGeometry.hpp"
 #include "QuenstalApp/StatusMenuController/PanelViewHosting.hpp"
@@ -9,6 +8,7 @@
 #include "QuenstalCore/QuenstalController.hpp"
 #include "QuenstalPlatform/Desktop.hpp"
 #include "QuenstalPlatform/DisplayBuses.hpp"
+#include "QuenstalPlatform/OwnedTasks.hpp"
 #include "QuenstalPlatform/Preferences.hpp"
 #include "QuenstalPlatform/RunLoop.hpp"
 #include "QuenstalPlatform/Trust.hpp"

@@ -1,5 +1,7 @@
 #include "QuenstalSimulation/PendingTasks.hpp"
 
+#include "QuenstalPlatform/Undo.hpp"
+
 #include <algorithm>
 #include <utility>
 
@@ -14,20 +16,6 @@ auto earliest(auto& timers)
 
 } // namespace
 
-class PendingTasks::Registration final : public Interface {
-public:
-    Registration(Timers& timers, std::uint64_t key)
-        : timers_(timers)
-        , key_(key)
-    {
-    }
-    ~Registration() override { timers_.erase(key_); }
-
-private:
-    Timers& timers_;
-    std::uint64_t key_;
-};
-
 void PendingTasks::post(Task task)
 {
     const std::lock_guard lock(mutex_);
@@ -37,7 +25,7 @@ void PendingTasks::post(Task task)
 Cancellation PendingTasks::addTimer(SteadyTime due, Duration interval, Task task)
 {
     timers_.emplace(++lastKey_, Timer{due, interval, std::move(task)});
-    return std::make_unique<Registration>(timers_, lastKey_);
+    return std::make_unique<Undo>([this, key = lastKey_] { timers_.erase(key); });
 }
 
 bool PendingTasks::runPosted()

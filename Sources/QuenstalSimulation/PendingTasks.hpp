@@ -32,7 +32,6 @@ public:
     std::size_t timers() const { return timers_.size(); }
 
 private:
-    class Registration;
     struct Timer {
         SteadyTime due;
         Duration interval;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "QuenstalPlatform/Desktop.hpp"
-#include "QuenstalSimulation/Registry.hpp"
+#include "QuenstalPlatform/Handlers.hpp"
 
 #include <functional>
 #include <optional>
@@ -76,8 +76,8 @@ private:
     Rect panelFrame_;
     bool isPanelVisible_ = false;
     bool panelHasKeyboard_ = false;
-    Registry<std::function<bool(const KeyEvent&)>> keyMonitors_;
-    Registry<std::function<void()>> mouseMonitors_;
+    Handlers<std::function<bool(const KeyEvent&)>> keyMonitors_;
+    Handlers<std::function<void()>> mouseMonitors_;
     std::uint32_t mouseMask_ = 0;
     std::vector<DesktopScreen> screens_;
     std::optional<Point> pointer_;
@@ -105,9 +105,9 @@ public:
     void screensDidWake() const { screensDidWake_.call(); }
 
 private:
-    Registry<RunLoop::Task> willSleep_;
-    Registry<RunLoop::Task> didWake_;
-    Registry<RunLoop::Task> screensDidWake_;
+    Handlers<RunLoop::Task> willSleep_;
+    Handlers<RunLoop::Task> didWake_;
+    Handlers<RunLoop::Task> screensDidWake_;
 };
 
 } // namespace quenstal

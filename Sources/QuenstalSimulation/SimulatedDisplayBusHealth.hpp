@@ -1,7 +1,7 @@
 #pragma once
 
 #include "QuenstalPlatform/DisplayBuses.hpp"
-#include "QuenstalSimulation/Registry.hpp"
+#include "QuenstalPlatform/Handlers.hpp"
 
 #include <string>
 #include <utility>
@@ -52,7 +52,7 @@ private:
             task();
     }
 
-    Registry<RunLoop::Task> observers_;
+    Handlers<RunLoop::Task> observers_;
     std::vector<DisplayBusProblem> problems_;
     bool hasLostWrite_ = false;
     bool isBeingAsked_ = false;

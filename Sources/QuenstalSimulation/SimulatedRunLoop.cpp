@@ -1,26 +1,13 @@
 #include "QuenstalSimulation/SimulatedRunLoop.hpp"
 
+#include "QuenstalPlatform/Undo.hpp"
+
 #include <algorithm>
 #include <utility>
 
 #include <poll.h>
 
 namespace quenstal {
-
-/// Takes its watch out of the loop when it goes. The loop outlives it.
-class SimulatedRunLoop::Registration final : public Interface {
-public:
-    Registration(SimulatedRunLoop& loop, Key key)
-        : loop_(loop)
-        , key_(key)
-    {
-    }
-    ~Registration() override { loop_.watches_.erase(key_); }
-
-private:
-    SimulatedRunLoop& loop_;
-    Key key_;
-};
 
 SimulatedRunLoop::SimulatedRunLoop()
     : mainThread_(std::this_thread::get_id())
@@ -40,7 +27,7 @@ Cancellation SimulatedRunLoop::repeat(Duration interval, Task task)
 Cancellation SimulatedRunLoop::watchReadable(int descriptor, Task task)
 {
     watches_.emplace(++lastKey_, Watch{descriptor, std::move(task)});
-    return std::make_unique<Registration>(*this, lastKey_);
+    return std::make_unique<Undo>([this, key = lastKey_] { watches_.erase(key); });
 }
 
 RunLoop::SteadyTime SimulatedRunLoop::steadyNow() const

@@ -39,7 +39,6 @@ public:
     std::size_t pendingTimers() const { return pending_.timers(); }
 
 private:
-    class Registration;
     struct Watch {
         int descriptor;
         Task task;

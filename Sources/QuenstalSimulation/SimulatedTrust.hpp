@@ -1,7 +1,7 @@
 #pragma once
 
+#include "QuenstalPlatform/Handlers.hpp"
 #include "QuenstalPlatform/Trust.hpp"
-#include "QuenstalSimulation/Registry.hpp"
 
 #include <string>
 #include <utility>
@@ -31,7 +31,7 @@ private:
     bool isTrusted_ = false;
     std::string advice_ = "Allow Quenstal to capture the volume keys.";
     int prompts_ = 0;
-    Registry<RunLoop::Task> handlers_;
+    Handlers<RunLoop::Task> handlers_;
 };
 
 } // namespace quenstal

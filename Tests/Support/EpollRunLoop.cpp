@@ -1,5 +1,7 @@
 #include "Support/EpollRunLoop.hpp"
 
+#include "QuenstalPlatform/Undo.hpp"
+
 #include <algorithm>
 #include <cerrno>
 #include <utility>
@@ -10,25 +12,6 @@
 #include <unistd.h>
 
 namespace quenstal {
-
-class EpollRunLoop::Registration final : public Interface {
-public:
-    Registration(EpollRunLoop& loop, Key key)
-        : loop_(loop)
-        , key_(key)
-    {
-    }
-    ~Registration() override
-    {
-        const auto watch = loop_.watches_.extract(key_);
-        if (!watch.empty())
-            epoll_ctl(loop_.epoll_, EPOLL_CTL_DEL, watch.mapped().descriptor, nullptr);
-    }
-
-private:
-    EpollRunLoop& loop_;
-    Key key_;
-};
 
 EpollRunLoop::EpollRunLoop()
     : epoll_(epoll_create1(EPOLL_CLOEXEC))
@@ -70,7 +53,11 @@ Cancellation EpollRunLoop::watchReadable(int descriptor, Task task)
     event.data.u64 = lastKey_;
     if (epoll_ctl(epoll_, EPOLL_CTL_ADD, descriptor, &event) != 0)
         throw std::system_error(errno, std::generic_category(), "epoll_ctl");
-    return std::make_unique<Registration>(*this, lastKey_);
+    return std::make_unique<Undo>([this, key = lastKey_] {
+        const auto watch = watches_.extract(key);
+        if (!watch.empty())
+            epoll_ctl(epoll_, EPOLL_CTL_DEL, watch.mapped().descriptor, nullptr);
+    });
 }
 
 bool EpollRunLoop::runUntil(const std::function<bool()>& condition, Duration limit, Duration longestWait)

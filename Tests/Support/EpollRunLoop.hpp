@@ -36,7 +36,6 @@ public:
     std::uint64_t wakeUps() const { return wakeUps_; }
 
 private:
-    class Registration;
     struct Watch {
         int descriptor;
         Task task;

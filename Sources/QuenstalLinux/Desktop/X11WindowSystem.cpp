@@ -3,6 +3,7 @@
 #include "QuenstalLinux/Desktop/X11TrayIcon.hpp"
 #include "QuenstalLinux/Xcb.hpp"
 #include "QuenstalPlatform/Desktop.hpp"
+#include "QuenstalPlatform/Undo.hpp"
 
 #include <string>
 #include <utility>
@@ -82,7 +83,7 @@ public:
         auto monitor = std::make_shared<Monitor>(Monitor{mask, std::move(handler)});
         monitors_.push_back(monitor);
         selectPresses(true);
-        return std::make_unique<Registration>(*this, std::move(monitor));
+        return std::make_unique<Undo>([this, monitor] { removeMonitor(monitor); });
     }
 
     std::unique_ptr<TrayIcon> createTrayIcon(TrayIconUser user, int pixels) override
@@ -100,26 +101,14 @@ private:
         std::function<void(const MousePress&)> handler;
     };
 
-    class Registration final : public Interface {
-    public:
-        Registration(X11WindowSystem& owner, std::shared_ptr<Monitor> monitor)
-            : owner_(owner)
-            , monitor_(std::move(monitor))
-        {
-        }
-        ~Registration() override
-        {
-            // The dispatch in progress may still hold the monitor.
-            monitor_->handler = nullptr;
-            std::erase(owner_.monitors_, monitor_);
-            if (owner_.monitors_.empty())
-                owner_.selectPresses(false);
-        }
-
-    private:
-        X11WindowSystem& owner_;
-        std::shared_ptr<Monitor> monitor_;
-    };
+    void removeMonitor(const std::shared_ptr<Monitor>& monitor)
+    {
+        // The dispatch in progress may still hold the monitor.
+        monitor->handler = nullptr;
+        std::erase(monitors_, monitor);
+        if (monitors_.empty())
+            selectPresses(false);
+    }
 
     /// Raw events reach whoever asks, whichever program has grabbed the pointer.
     void selectPresses(bool wanted)

@@ -1,27 +1,12 @@
 #include "QuenstalLinux/Keys/LinuxTrust.hpp"
 
 #include "QuenstalLinux/Keys/KeyAdvice.hpp"
+#include "QuenstalPlatform/Undo.hpp"
 
 #include <algorithm>
 #include <utility>
 
 namespace quenstal {
-
-namespace {
-
-/// Several things to wait for as one.
-class Cancellations final : public Interface {
-public:
-    explicit Cancellations(std::vector<Cancellation> parts)
-        : parts_(std::move(parts))
-    {
-    }
-
-private:
-    std::vector<Cancellation> parts_;
-};
-
-} // namespace
 
 LinuxTrust::LinuxTrust(Desktop& desktop, std::vector<KeyCapture*> ways)
     : desktop_(desktop)
@@ -62,10 +47,10 @@ std::string LinuxTrust::wayOfCapture()
 
 Cancellation LinuxTrust::onMayHaveChanged(RunLoop::Task task)
 {
-    std::vector<Cancellation> parts;
+    const auto ways = std::make_shared<std::vector<Cancellation>>();
     for (KeyCapture* way : ways_)
-        parts.push_back(way->onMayHaveChanged(task));
-    return std::make_unique<Cancellations>(std::move(parts));
+        ways->push_back(way->onMayHaveChanged(task));
+    return std::make_unique<Undo>([ways] { ways->clear(); });
 }
 
 } // namespace quenstal

@@ -1,5 +1,6 @@
 #include "QuenstalQt/Desktop/QtDesktop.hpp"
 
+#include "QuenstalPlatform/Handlers.hpp"
 #include "QuenstalQt/Desktop/MotionPreference.hpp"
 #include "QuenstalQt/Desktop/QtPanelWindow.hpp"
 #include "QuenstalQt/Desktop/SettingsLinks.hpp"
@@ -7,7 +8,6 @@
 #include "QuenstalQt/Panel/CoreTexts.hpp"
 #include "QuenstalQt/Tray/TrayStatusItem.hpp"
 
-#include <algorithm>
 #include <utility>
 
 #include <QClipboard>
@@ -34,19 +34,6 @@ QString fromUtf8(std::string_view text)
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
-/// Ends a registration by running what undoes it.
-class Undo final : public Interface {
-public:
-    explicit Undo(std::function<void()> undo)
-        : undo_(std::move(undo))
-    {
-    }
-    ~Undo() override { undo_(); }
-
-private:
-    std::function<void()> undo_;
-};
-
 void notify(const QString& title, const QString& text)
 {
     const QString service = QStringLiteral("org.freedesktop.Notifications");
@@ -60,7 +47,6 @@ void notify(const QString& title, const QString& text)
 
 } // namespace
 
-/// Shared with the registrations, which may end after the desktop.
 struct QtDesktop::State : QObject {
     explicit State(WindowSystem* windowSystem)
         : windowSystem(windowSystem)
@@ -70,19 +56,6 @@ struct QtDesktop::State : QObject {
             if (panel)
                 panel->setMotion(motion.isWanted());
         });
-    }
-
-    bool hears(const KeyEvent& event)
-    {
-        const auto handlers = keyMonitors;
-        return std::any_of(handlers.begin(), handlers.end(), [&](const auto& handler) { return (*handler)(event); });
-    }
-
-    void clickedOutside()
-    {
-        const auto handlers = mouseMonitors;
-        for (const auto& handler : handlers)
-            (*handler)();
     }
 
     /// Presses on the panel, and on the item where it is known to be, are inside.
@@ -96,26 +69,12 @@ struct QtDesktop::State : QObject {
         return item && item->contains({static_cast<double>(pointer.x()), static_cast<double>(pointer.y())});
     }
 
-    template <typename Handler>
-    Cancellation add(std::vector<std::shared_ptr<Handler>> State::*list, Handler handler)
-    {
-        auto shared = std::make_shared<Handler>(std::move(handler));
-        (this->*list).push_back(shared);
-        return std::make_unique<Undo>([self = QPointer<State>(this), list, shared] {
-            if (State* alive = self.data())
-                std::erase(alive->*list, shared);
-        });
-    }
-
-    using KeyHandler = std::function<bool(const KeyEvent&)>;
-    using MouseHandler = std::function<void()>;
-
     WindowSystem* windowSystem;
     /// Both belong to the program; they tell when they go.
     QtPanelWindow* panel = nullptr;
     TrayStatusItem* statusItem = nullptr;
-    std::vector<std::shared_ptr<KeyHandler>> keyMonitors;
-    std::vector<std::shared_ptr<MouseHandler>> mouseMonitors;
+    Handlers<std::function<bool(const KeyEvent&)>> keyMonitors;
+    Handlers<std::function<void()>> mouseMonitors;
     KeyFeedbackPresenter feedback;
     MotionPreference motion;
 };
@@ -139,14 +98,14 @@ std::unique_ptr<StatusItem> QtDesktop::createStatusItem(StatusItemHandler& handl
 std::unique_ptr<PanelWindow> QtDesktop::createPanel(const PanelSettings& settings)
 {
     auto panel = std::make_unique<QtPanelWindow>(settings, state_->windowSystem);
-    panel->onKeyDown = [state = state_.get()](const KeyEvent& event) { return state->hears(event); };
+    panel->onKeyDown = [state = state_.get()](const KeyEvent& event) { return state->keyMonitors.anyOf(event); };
     panel->onShown = [state = state_.get()] {
         if (state->statusItem)
             state->statusItem->stopWaitingForTray();
     };
     // Where clicks elsewhere cannot be heard, the loss of the keyboard tells of them.
     if (!state_->windowSystem)
-        panel->onDeactivated = [state = state_.get()] { state->clickedOutside(); };
+        panel->onDeactivated = [state = state_.get()] { state->mouseMonitors.call(); };
     panel->onDestroyed = [state = QPointer<State>(state_.get())] {
         if (State* alive = state.data())
             alive->panel = nullptr;
@@ -164,13 +123,13 @@ std::unique_ptr<Interface> QtDesktop::host(PanelWindow&, GlassDialViewState& vie
 
 Cancellation QtDesktop::addLocalKeyDownMonitor(std::function<bool(const KeyEvent&)> handler)
 {
-    return state_->add(&State::keyMonitors, std::move(handler));
+    return state_->keyMonitors.add(std::move(handler));
 }
 
 Cancellation QtDesktop::addGlobalMouseMonitor(std::uint32_t mask, std::function<void()> handler)
 {
     if (!state_->windowSystem)
-        return state_->add(&State::mouseMonitors, std::move(handler));
+        return state_->mouseMonitors.add(std::move(handler));
     return state_->windowSystem->onMouseDown(
         mask, [state = state_.get(), handler = std::move(handler)](const WindowSystem::MousePress& press) {
             if (!state->isInside(press))

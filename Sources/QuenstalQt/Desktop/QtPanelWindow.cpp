@@ -1,5 +1,6 @@
 #include "QuenstalQt/Desktop/QtPanelWindow.hpp"
 
+#include "QuenstalPlatform/Undo.hpp"
 #include "QuenstalQt/Desktop/KeyEvents.hpp"
 #include "QuenstalQt/Panel/CoreTexts.hpp"
 
@@ -65,19 +66,6 @@ private:
     QtPanelWindow& owner_;
 };
 
-/// Takes the views out of the window when the program lets go of them.
-class QtPanelWindow::Hosting final : public Interface {
-public:
-    explicit Hosting(QtPanelWindow& owner)
-        : owner_(owner)
-    {
-    }
-    ~Hosting() override { owner_.content_.reset(); }
-
-private:
-    QtPanelWindow& owner_;
-};
-
 QtPanelWindow::QtPanelWindow(const PanelSettings& settings, WindowSystem* windowSystem)
     : settings_(settings)
     , windowSystem_(windowSystem)
@@ -103,7 +91,7 @@ std::unique_ptr<Interface> QtPanelWindow::host(GlassDialViewState& viewState)
     window_->setColor(Qt::transparent);
     window_->setTitle(QStringLiteral("Quenstal"));
     content_ = std::make_unique<PanelContent>(*window_, viewState);
-    return std::make_unique<Hosting>(*this);
+    return std::make_unique<Undo>([this] { content_.reset(); });
 }
 
 void QtPanelWindow::setMotion(bool motion)

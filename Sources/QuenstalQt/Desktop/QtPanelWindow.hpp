@@ -51,7 +51,6 @@ public:
 
 private:
     class Window;
-    class Hosting;
 
     void keyDown(QKeyEvent& event);
     int margin() const;
