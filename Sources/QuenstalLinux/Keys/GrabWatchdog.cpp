@@ -1,6 +1,8 @@
 #include "QuenstalLinux/Keys/GrabWatchdog.hpp"
 
 #include <array>
+#include <cerrno>
+#include <utility>
 
 #include <fcntl.h>
 #include <linux/input.h>
@@ -36,28 +38,38 @@ bool readerHasStalled(int device)
     return true;
 }
 
-void addTo(int epoll, int descriptor, std::uint32_t events, int mark)
+bool addTo(int epoll, int descriptor, std::uint32_t events, int mark)
 {
     epoll_event event{};
     event.events = events;
     event.data.fd = mark;
-    epoll_ctl(epoll, EPOLL_CTL_ADD, descriptor, &event);
+    return epoll_ctl(epoll, EPOLL_CTL_ADD, descriptor, &event) == 0;
+}
+
+/// What the guard sleeps on. Empty when the system has no such thing to give.
+FileDescriptor waitingPlace(const std::vector<int>& devices, int lifeline)
+{
+    FileDescriptor epoll(epoll_create1(EPOLL_CLOEXEC));
+    bool isWhole = epoll && addTo(epoll.get(), lifeline, EPOLLIN, lifelineMark);
+    for (const int device : devices)
+        isWhole = isWhole && addTo(epoll.get(), device, EPOLLIN | EPOLLET, device);
+    return isWhole ? std::move(epoll) : FileDescriptor();
 }
 
 /// Runs in the child of a process with threads: system calls only.
-[[noreturn]] void watch(const std::vector<int>& devices, int lifeline, int released)
+[[noreturn]] void watch(int epoll, const std::vector<int>& devices, int released)
 {
     prctl(PR_SET_NAME, "quenstal-guard");
     // Out of reach of a terminal that stops its foreground group.
     setsid();
-    const int epoll = epoll_create1(EPOLL_CLOEXEC);
-    addTo(epoll, lifeline, EPOLLIN, lifelineMark);
-    for (const int device : devices)
-        addTo(epoll, device, EPOLLIN | EPOLLET, device);
     for (;;) {
         epoll_event event{};
-        if (epoll_wait(epoll, &event, 1, -1) != 1)
+        const int count = epoll_wait(epoll, &event, 1, -1);
+        if (count != 1 && errno == EINTR)
             continue;
+        // The owner hears of the end, and gives the keyboards back: nobody would guard them.
+        if (count != 1)
+            _exit(1);
         if (event.data.fd == lifelineMark)
             _exit(0);
         if (!readerHasStalled(event.data.fd))
@@ -84,13 +96,17 @@ GrabWatchdog::GrabWatchdog(const std::vector<int>& devices, const GrabWatchdog* 
         return;
     const FileDescriptor lifelineEnd(lifeline[0]);
     lifeline_ = FileDescriptor(lifeline[1]);
+    // Made here: a guard without it could tell nobody.
+    const FileDescriptor epoll = waitingPlace(devices, lifelineEnd.get());
+    if (!epoll)
+        return;
     process_ = fork();
     if (process_ == 0) {
         close(lifeline[1]);
         // A copy would keep the former one alive.
         if (former)
             close(former->lifeline_.get());
-        watch(devices, lifeline[0], released[1]);
+        watch(epoll.get(), devices, released[1]);
     }
 }
 

@@ -23,7 +23,7 @@ public:
     GrabWatchdog& operator=(const GrabWatchdog&) = delete;
     ~GrabWatchdog();
 
-    /// False when the system had no process or no pipe to give.
+    /// False when the system had no process, no pipe or nothing to wait on to give.
     bool isWatching() const { return process_ > 0; }
     /// Readable once the grabs were taken away, or when the watchdog was ended by others.
     int releasedDescriptor() const { return released_.get(); }

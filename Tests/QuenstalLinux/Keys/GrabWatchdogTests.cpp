@@ -1,12 +1,18 @@
 #include "QuenstalLinux/Keys/GrabWatchdog.hpp"
 
 #include <array>
+#include <cerrno>
+#include <cstddef>
 
 #include <gtest/gtest.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -69,6 +75,33 @@ TEST_F(GrabWatchdogTest, itEndsWithItsOwnerHoweverThatEnds)
     EXPECT_TRUE(keyboard.revents & POLLHUP);
     close(ready[0]);
     close(ready[1]);
+}
+
+/// As when the kernel has no memory for it, in this process and its children.
+void refuseEpoll()
+{
+    std::array filter{
+        sock_filter BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        sock_filter BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_epoll_create1, 0, 1),
+        sock_filter BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOMEM),
+        sock_filter BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    const sock_fprog program{filter.size(), filter.data()};
+    if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0 || prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0)
+        _exit(2);
+}
+
+TEST_F(GrabWatchdogTest, withNothingToWaitOnItDoesNotWatch)
+{
+    const pid_t owner = fork();
+    if (owner == 0) {
+        refuseEpoll();
+        const GrabWatchdog watchdog({ends[0]});
+        _exit(watchdog.isWatching() ? 1 : 0);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(owner, &status, 0), owner);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << status;
 }
 
 TEST_F(GrabWatchdogTest, withoutPipesItDoesNotWatch)
