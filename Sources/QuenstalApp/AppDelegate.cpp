@@ -7,6 +7,7 @@
 #include "QuenstalApp/NativeAdapters/MacPermissionProvider.hpp"
 #include "QuenstalApp/NativeAdapters/NativeDDCVolumeController.hpp"
 #include "QuenstalApp/NativeAdapters/UserDefaultsEQProfileStore.hpp"
+#include "QuenstalApp/PreferencesAdvice.hpp"
 #include "QuenstalCore/ProgrammingError.hpp"
 
 #include <utility>
@@ -89,6 +90,15 @@ void AppDelegate::observeMachine()
     observers_.push_back(platform_.audioTaps.onTapChanged(refresh));
     observers_.push_back(platform_.displayBusHealth.observeChanges([this] { busesChanged(); }));
     observers_.push_back(platform_.trust.onMayHaveChanged(refresh));
+    observers_.push_back(platform_.userDefaults.onProblemChanged([this] { tellOfPreferences(); }));
+}
+
+void AppDelegate::tellOfPreferences()
+{
+    if (const auto problem = platform_.userDefaults.problem())
+        platform_.desktop.showNotice(PreferencesAdvice::title, PreferencesAdvice::textFor(problem->kind));
+    if (onFindingsChanged)
+        onFindingsChanged();
 }
 
 /// A command that a monitor accepted and did not carry out goes over the path that is left: no key is lost.
@@ -134,7 +144,8 @@ Findings AppDelegate::findings() const
 {
     requireMainThread();
     return {controller_->state(), statusController_->viewState().mediaKeyCaptureActive(),
-        platform_.trust.wayOfCapture(), platform_.trust.advice(), platform_.displayBusHealth.problems()};
+        platform_.trust.wayOfCapture(), platform_.trust.advice(), platform_.displayBusHealth.problems(),
+        platform_.userDefaults.problem()};
 }
 
 void AppDelegate::applicationShouldReopen()

@@ -72,6 +72,7 @@ private:
     void observeWorkspace();
     void observeMachine();
     void busesChanged();
+    void tellOfPreferences();
     void workspaceDidWake();
     void workspaceScreensDidWake();
     void wake();

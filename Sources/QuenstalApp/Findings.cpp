@@ -122,6 +122,19 @@ std::string withRemedy(const DisplayBusProblem& problem, const MendingCommands& 
     return description(problem) + (hasRemedy ? " " + problem.remedy : "");
 }
 
+std::string description(const PreferencesProblem& problem)
+{
+    switch (problem.kind) {
+    case PreferencesProblem::Kind::notValid:
+        return "Your preferences as they were: the file was not valid and is now " + problem.file + ".";
+    case PreferencesProblem::Kind::notReadable:
+        return "Your preferences: " + problem.file + " cannot be read. It is left as it is.";
+    case PreferencesProblem::Kind::notSaved:
+        return "A way to save your preferences: " + problem.file + " cannot be written.";
+    }
+    programmingError("The problem is none of its kinds.");
+}
+
 /// What is missing, and the commands that mend it: each once, after all that it mends.
 std::vector<std::string> missing(const Findings& findings, const MendingCommands& commands)
 {
@@ -143,6 +156,8 @@ std::vector<std::string> missing(const Findings& findings, const MendingCommands
         lines.push_back(findings.captureAdvice);
     if (isAccessMissing)
         offer(commands.giveAccess);
+    if (findings.preferencesProblem)
+        lines.push_back(description(*findings.preferencesProblem));
     if (lines.empty())
         lines.emplace_back("nothing.");
     return lines;

@@ -2,7 +2,9 @@
 
 #include "QuenstalCore/Models/State.hpp"
 #include "QuenstalPlatform/DisplayBuses.hpp"
+#include "QuenstalPlatform/Preferences.hpp"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,6 +19,7 @@ struct Findings {
     /// What keeps the keys from being captured and what the user can do about it; empty when nothing does.
     std::string captureAdvice;
     std::vector<DisplayBusProblem> monitorProblems;
+    std::optional<PreferencesProblem> preferencesProblem;
 };
 
 /// Commands that mend what may be missing, as this system spells them. An empty one is not offered.

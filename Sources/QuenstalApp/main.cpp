@@ -86,7 +86,7 @@ public:
         , systemBus_(runLoop, BusConnection::Which::system)
         , wake_(runLoop, systemBus_, sessionBus)
         , screens_(runLoop, [this] { wake_.screensDidWake(); })
-        , preferences_(FilePreferences::defaultPath())
+        , preferences_(runLoop, PreferencesFile::defaultPath())
         , x11Keys_(isWaylandSession() ? nullptr : std::make_unique<X11KeyCapture>(runLoop))
         , evdevKeys_(runLoop, currentSeat())
         , serviceKeys_(runLoop, systemBus_, evdevKeys_)
@@ -103,12 +103,6 @@ public:
             eventTaps_, trust_, preferences_, desktop_, wake_, desktop_};
     }
     QtDesktop& desktop() { return desktop_; }
-
-    void reportPreferences()
-    {
-        if (const auto problem = preferences_.takeProblem())
-            desktop_.showNotice("Quenstal's preferences", *problem);
-    }
 
 private:
     /// The better way first: the X server gives the keys without anyone reading the keyboard; the key service reads it
@@ -175,7 +169,6 @@ int start(int& argc, char** argv, Request request)
     instance.onActivated([&delegate] { delegate.applicationShouldReopen(); });
     const Cancellation ending = termination.onSignal(runLoop, [&machine] { machine.desktop().terminate(); });
     delegate.applicationDidFinishLaunching();
-    machine.reportPreferences();
 
     const auto findings = [&delegate] { return inPlainWords(delegate.findings(), mendingCommands()); };
     instance.onReportAsked(findings);

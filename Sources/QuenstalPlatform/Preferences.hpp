@@ -1,6 +1,7 @@
 #pragma once
 
 #include "QuenstalPlatform/Interface.hpp"
+#include "QuenstalPlatform/RunLoop.hpp"
 
 #include <optional>
 #include <string>
@@ -8,9 +9,26 @@
 
 namespace quenstal {
 
+/// What keeps the preferences from being kept.
+struct PreferencesProblem {
+    enum class Kind {
+        /// What was stored is not valid: it was put aside, and everything has its default.
+        notValid,
+        /// What is stored cannot be read at present. It is left alone.
+        notReadable,
+        /// Changes cannot be stored at present.
+        notSaved
+    };
+
+    Kind kind = Kind::notSaved;
+    /// Where the user finds it.
+    std::string file;
+
+    bool operator==(const PreferencesProblem&) const = default;
+};
+
 /// The user's preferences: one typed value a key, kept across runs. Keys are case-sensitive. A value of another type
-/// than the one asked for counts as missing. Nothing fails visibly: what cannot be read is missing, and a value that
-/// cannot be written stays in force until the program ends. Main thread.
+/// than the one asked for counts as missing, as does what cannot be read. Main thread.
 class Preferences : public Interface {
 public:
     /// Bytes, whatever they are.
@@ -22,12 +40,17 @@ public:
     /// UTF-8.
     virtual std::optional<std::string> string(std::string_view key) = 0;
 
-    // Each replaces any earlier value under the key, of whatever type. Seen by every later read, in every process of
-    // the user, once it returns.
+    // Each replaces any earlier value under the key, of whatever type, and holds at once. It is stored a moment later:
+    // nobody waits for a disk. A value that cannot be stored stays in force, and is tried again.
     virtual void setData(std::string_view key, std::string_view bytes) = 0;
     virtual void setBoolean(std::string_view key, bool value) = 0;
     virtual void setNumber(std::string_view key, double value) = 0;
     virtual void setString(std::string_view key, std::string_view text) = 0;
+
+    /// None while everything is kept.
+    virtual std::optional<PreferencesProblem> problem() const = 0;
+    /// Runs the task when there is another problem, or none any more.
+    [[nodiscard]] virtual Cancellation onProblemChanged(RunLoop::Task task) = 0;
 };
 
 } // namespace quenstal

@@ -1,10 +1,13 @@
 #pragma once
 
+#include "QuenstalPlatform/Handlers.hpp"
 #include "QuenstalPlatform/Preferences.hpp"
 
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
+#include <utility>
 #include <variant>
 
 namespace quenstal {
@@ -28,6 +31,17 @@ public:
     void setNumber(std::string_view key, double value) override;
     void setString(std::string_view key, std::string_view text) override;
 
+    std::optional<PreferencesProblem> problem() const override { return problem_; }
+    [[nodiscard]] Cancellation onProblemChanged(RunLoop::Task task) override
+    {
+        return problemObservers_.add(std::move(task));
+    }
+
+    void setProblem(std::optional<PreferencesProblem> problem)
+    {
+        problem_ = std::move(problem);
+        problemObservers_.call();
+    }
     /// Everything stored, by key.
     const Values& values() const { return values_; }
 
@@ -36,6 +50,8 @@ private:
     const T* find(std::string_view key) const;
 
     Values values_;
+    std::optional<PreferencesProblem> problem_;
+    Handlers<RunLoop::Task> problemObservers_;
 };
 
 } // namespace quenstal

@@ -74,6 +74,25 @@ TEST_F(LifeTest, theFirstRunLeadsThroughTheGuide)
     EXPECT_TRUE(machine.preferences.boolean("Quenstal.SetupGuideCompleted"));
 }
 
+// --- Preferences ---
+
+TEST_F(LifeTest, preferencesThatAreNotKeptAreToldOnceAndFoundUntilTheyAre)
+{
+    machine.plugInSpeakers();
+    machine.launch();
+    int changes = 0;
+    machine.delegate->onFindingsChanged = [&] { ++changes; };
+    const PreferencesProblem problem{PreferencesProblem::Kind::notSaved, "/a/file"};
+    machine.preferences.setProblem(problem);
+    EXPECT_THAT(machine.desktop.notices(), ElementsAre(StartsWith("Quenstal's preferences: Your preferences cannot")));
+    EXPECT_EQ(machine.delegate->findings().preferencesProblem, problem);
+    EXPECT_EQ(changes, 1);
+    machine.preferences.setProblem(std::nullopt);
+    EXPECT_EQ(machine.desktop.notices().size(), 1u);
+    EXPECT_EQ(machine.delegate->findings().preferencesProblem, std::nullopt);
+    EXPECT_EQ(changes, 2);
+}
+
 // --- The switch ---
 
 TEST_F(LifeTest, theSwitchOnThePanelStopsAndStartsTheTap)

@@ -170,6 +170,25 @@ TEST(FindingsTest, aMonitorThatIsOddComesWithItsOwnRemedyAndNoCommand)
                  "          Fourth cannot be reached over DDC/CI.\n"));
 }
 
+TEST(FindingsTest, preferencesThatAreNotKeptAreMissing)
+{
+    using Kind = PreferencesProblem::Kind;
+    struct Row {
+        Kind kind;
+        const char* words;
+    };
+    const Row rows[]{
+        {Kind::notValid, "Your preferences as they were: the file was not valid and is now /a/file."},
+        {Kind::notReadable, "Your preferences: /a/file cannot be read. It is left as it is."},
+        {Kind::notSaved, "A way to save your preferences: /a/file cannot be written."},
+    };
+    for (const Row& row : rows) {
+        Findings findings = monitorFindings();
+        findings.preferencesProblem = {row.kind, "/a/file"};
+        EXPECT_THAT(inPlainWords(findings, commands), EndsWith(std::string("Missing:  ") + row.words + "\n"));
+    }
+}
+
 struct FindingsTellerTest : testing::Test {
     SimulatedRunLoop loop;
     std::string words = "one";

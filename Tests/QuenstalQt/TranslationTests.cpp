@@ -1,5 +1,6 @@
 // The German translation: complete, in force, and no longer than its room.
 
+#include "QuenstalApp/PreferencesAdvice.hpp"
 #include "QuenstalLinux/Keys/KeyAdvice.hpp"
 #include "QuenstalQt/Panel/CoreTexts.hpp"
 #include "ViewFixture.hpp"
@@ -58,6 +59,13 @@ TEST(Texts, haveAllThatIsToldOfTheKeys)
 {
     const auto texts = coreTexts();
     for (const std::string_view advice : KeyAdvice::all)
+        EXPECT_THAT(texts, testing::Contains(advice));
+}
+
+TEST(Texts, haveAllThatIsToldOfThePreferences)
+{
+    const auto texts = coreTexts();
+    for (const std::string_view advice : PreferencesAdvice::all)
         EXPECT_THAT(texts, testing::Contains(advice));
 }
 

@@ -1,23 +1,16 @@
 #include "QuenstalLinux/Session/FilePreferences.hpp"
 
-#include "QuenstalLinux/FileDescriptor.hpp"
-
-#include <cerrno>
-#include <cstdint>
-#include <cstdlib>
-#include <cstring>
-#include <fstream>
-#include <iterator>
-#include <thread>
+#include <string_view>
 #include <utility>
 
-#include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
+#include <system_error>
 
 namespace quenstal {
 
 namespace {
+
+using Kind = PreferencesProblem::Kind;
+using State = PreferencesFile::State;
 
 constexpr const char* dataMember = "data";
 
@@ -52,85 +45,50 @@ std::optional<std::string> bytesOf(std::string_view text)
     return text.size() % 2 == 0 ? std::optional(bytes) : std::nullopt;
 }
 
-/// Waits a short while for the lock; none when it is not to be had.
-std::optional<FileDescriptor> lockFile(const std::filesystem::path& path)
-{
-    FileDescriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
-    const auto limit = std::chrono::steady_clock::now() + FilePreferences::lockPatience;
-    while (file && flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
-        if (std::chrono::steady_clock::now() >= limit)
-            return std::nullopt;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return file ? std::optional(std::move(file)) : std::nullopt;
-}
-
 } // namespace
 
-std::filesystem::path FilePreferences::defaultPath()
-{
-    const char* configuration = std::getenv("XDG_CONFIG_HOME");
-    const char* home = std::getenv("HOME");
-    std::filesystem::path folder;
-    if (configuration && configuration[0] == '/')
-        folder = configuration;
-    else
-        folder = std::filesystem::path(home ? home : "/") / ".config";
-    return folder / "quenstal" / "preferences.json";
-}
+/// What the thread works on. It alone touches `saved` until it has ended.
+struct FilePreferences::Saving {
+    nlohmann::json changes;
+    PreferencesFile::Saved saved;
+};
 
-FilePreferences::FilePreferences(std::filesystem::path path)
-    : path_(std::move(path))
+FilePreferences::FilePreferences(RunLoop& runLoop, std::filesystem::path path)
+    : runLoop_(runLoop)
+    , file_(std::move(path))
+    , problemChanged_(runLoop)
 {
 }
 
-std::optional<FilePreferences::Version> FilePreferences::versionOnDisk() const
+FilePreferences::~FilePreferences()
 {
-    struct stat status { };
-    if (stat(path_.c_str(), &status) != 0)
-        return std::nullopt;
-    const std::int64_t modifiedAt = status.st_mtim.tv_sec * 1'000'000'000 + status.st_mtim.tv_nsec;
-    return Version{status.st_ino, status.st_size, modifiedAt};
+    saveNow();
 }
 
 void FilePreferences::reload()
 {
-    const auto version = versionOnDisk();
-    if (version == version_)
+    const auto version = file_.version();
+    if (version && version == version_)
         return;
-    version_ = version;
-    values_ = nlohmann::json::object();
-    if (version)
-        readFile();
+    PreferencesFile::Contents contents = file_.read();
+    // What was read before holds until it can be read again.
+    if (contents.state == State::notReadable) {
+        tell(Kind::notReadable);
+        return;
+    }
+    const bool isPutAside = contents.state == State::notValid && file_.putAside();
+    if (contents.state == State::notValid)
+        tell(isPutAside ? Kind::notValid : Kind::notReadable);
+    else if (problem_ && problem_->kind == Kind::notReadable)
+        tellThatAllIsWell();
+    adopt(std::move(contents));
+}
+
+void FilePreferences::adopt(PreferencesFile::Contents contents)
+{
+    values_ = std::move(contents.values);
+    version_ = contents.version;
     values_.update(unsaved_);
-}
-
-void FilePreferences::readFile()
-{
-    std::ifstream file(path_, std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(file), {}};
-    nlohmann::json read = nlohmann::json::parse(text, nullptr, false);
-    if (read.is_object())
-        values_ = std::move(read);
-    else
-        keepBrokenFileAside(file ? "is not valid" : "cannot be read");
-}
-
-void FilePreferences::keepBrokenFileAside(const std::string& why)
-{
-    std::filesystem::path aside = path_;
-    aside += ".broken";
-    std::error_code failed;
-    std::filesystem::rename(path_, aside, failed);
-    version_.reset();
-    problem_ = "The file with Quenstal's preferences " + why + ". Quenstal starts with its defaults"
-        + (failed ? "." : "; the old file is kept as " + aside.string() + ".");
-}
-
-std::optional<std::string> FilePreferences::takeProblem()
-{
-    reload();
-    return std::exchange(problem_, std::nullopt);
 }
 
 const nlohmann::json* FilePreferences::find(std::string_view key)
@@ -190,51 +148,89 @@ void FilePreferences::set(std::string_view key, nlohmann::json value)
 {
     unsaved_[std::string(key)] = value;
     values_[std::string(key)] = std::move(value);
-    save();
+    saveSoon();
 }
 
-void FilePreferences::save()
+/// A moment after the first change and not after the last: a held key must not put it off.
+void FilePreferences::saveSoon()
 {
-    std::error_code ignored; // Opening the lock fails just as well.
-    std::filesystem::create_directories(path_.parent_path(), ignored);
-    std::filesystem::path lockPath = path_;
-    lockPath += ".lock";
-    const auto lock = lockFile(lockPath);
-    bool saved = false;
-    if (lock) {
-        reload();
-        saved = replaceFile();
-    }
-    if (saved) {
-        unsaved_ = nlohmann::json::object();
-        version_ = versionOnDisk();
-    } else if (!failedToSave_) {
-        problem_ = "Quenstal's preferences cannot be saved in " + path_.parent_path().string()
-            + ". Changes last until Quenstal ends.";
-    }
-    failedToSave_ = !saved;
+    if (!saving_ && !nextSave_)
+        nextSave_ = runLoop_.after(saveDelay, [this] { startSaving(); });
 }
 
-/// Not synchronised to the medium: that would hold up the main thread for every key press, and only a loss of power
-/// could tell the difference.
-bool FilePreferences::replaceFile() const
+void FilePreferences::startSaving()
 {
-    std::filesystem::path next = path_;
-    next += ".new";
-    std::string text = values_.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
-    {
-        FileDescriptor file(open(next.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
-        if (!file)
-            return false;
-        std::string_view rest = text;
-        while (!rest.empty()) {
-            const ssize_t written = write(file.get(), rest.data(), rest.size());
-            if (written < 0 && errno != EINTR)
-                return false;
-            rest.remove_prefix(written < 0 ? 0 : static_cast<std::size_t>(written));
-        }
+    nextSave_.reset();
+    retry_.reset();
+    saving_ = std::make_shared<Saving>(Saving{unsaved_, {}});
+    try {
+        saver_ = std::thread([this, saving = saving_] {
+            saving->saved = file_.save(saving->changes);
+            runLoop_.post([this, waiting = std::weak_ptr(saving)] {
+                if (!waiting.expired())
+                    endSaving();
+            });
+        });
+    } catch (const std::system_error&) {
+        endSaving(); // No thread is to be had: nothing was saved.
     }
-    return rename(next.c_str(), path_.c_str()) == 0;
+}
+
+void FilePreferences::endSaving()
+{
+    if (saver_.joinable())
+        saver_.join();
+    const auto saving = std::exchange(saving_, nullptr);
+    conclude(saving->changes, std::move(saving->saved));
+}
+
+void FilePreferences::conclude(const nlohmann::json& changes, PreferencesFile::Saved saved)
+{
+    retry_.reset();
+    if (!saved.isSaved) {
+        tell(saved.contents.state == State::notReadable ? Kind::notReadable : Kind::notSaved);
+        retry_ = runLoop_.after(retryPause, [this] { startSaving(); });
+        return;
+    }
+    for (const auto& [key, value] : changes.items()) {
+        if (unsaved_[key] == value)
+            unsaved_.erase(key);
+    }
+    if (saved.contents.state == State::notValid)
+        tell(Kind::notValid);
+    else
+        tellThatAllIsWell();
+    adopt(std::move(saved.contents));
+    if (!unsaved_.empty())
+        saveSoon();
+}
+
+void FilePreferences::saveNow()
+{
+    if (saving_)
+        endSaving();
+    nextSave_.reset();
+    if (!unsaved_.empty())
+        conclude(nlohmann::json(unsaved_), file_.save(unsaved_));
+}
+
+void FilePreferences::tell(Kind kind)
+{
+    // Nothing is saved either while the file cannot be read.
+    const bool isTold = problem_ && (problem_->kind == kind || problem_->kind == Kind::notReadable);
+    if (isTold && kind != Kind::notValid)
+        return;
+    problem_ = {kind, (kind == Kind::notValid ? file_.aside() : file_.path()).string()};
+    problemChanged_.notify();
+}
+
+/// A file that was put aside stays so, and is told of as long as the program runs.
+void FilePreferences::tellThatAllIsWell()
+{
+    if (!problem_ || problem_->kind == Kind::notValid)
+        return;
+    problem_.reset();
+    problemChanged_.notify();
 }
 
 } // namespace quenstal

@@ -1,29 +1,32 @@
 #pragma once
 
+#include "QuenstalLinux/Session/PreferencesFile.hpp"
+#include "QuenstalPlatform/Notifier.hpp"
 #include "QuenstalPlatform/Preferences.hpp"
 
 #include <chrono>
-#include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 
 #include <nlohmann/json.hpp>
-#include <sys/stat.h>
 
 namespace quenstal {
 
-/// Preferences in one JSON file. A write holds a lock beside the file, reads what other processes wrote meanwhile,
-/// and replaces the file as a whole: readers see the old or the new one, and a process killed in the middle loses
-/// nothing that was written before. Main thread.
+/// Preferences in one file. What is set holds at once and is saved on a thread of its own, together with all that is
+/// set in the same moment; whoever is killed loses that moment at most. Main thread.
 class FilePreferences final : public Preferences {
 public:
-    /// How long a write waits for another process to finish its own. Then the value goes out with the next write.
-    static constexpr auto lockPatience = std::chrono::milliseconds(20);
+    /// How long changes are collected before they are saved.
+    static constexpr auto saveDelay = std::chrono::milliseconds(500);
+    /// How long until what could not be saved is tried again.
+    static constexpr auto retryPause = std::chrono::seconds(10);
 
-    /// `quenstal/preferences.json` in the user's configuration folder.
-    static std::filesystem::path defaultPath();
-
-    explicit FilePreferences(std::filesystem::path path);
+    /// The run loop outlives it.
+    FilePreferences(RunLoop& runLoop, std::filesystem::path path);
+    /// Saves what is not saved yet.
+    ~FilePreferences() override;
 
     std::optional<std::string> data(std::string_view key) override;
     bool boolean(std::string_view key) override;
@@ -34,35 +37,42 @@ public:
     void setNumber(std::string_view key, double value) override;
     void setString(std::string_view key, std::string_view text) override;
 
-    /// What went wrong since the last time, in a sentence for the user: once for each file that could not be read and
-    /// once until a write succeeds again.
-    std::optional<std::string> takeProblem();
+    std::optional<PreferencesProblem> problem() const override { return problem_; }
+    [[nodiscard]] Cancellation onProblemChanged(RunLoop::Task task) override
+    {
+        return problemChanged_.add(std::move(task));
+    }
+
+    /// Returns when everything set before has been saved, or could not be.
+    void saveNow();
 
 private:
-    /// Tells one version of the file from the next.
-    struct Version {
-        ino_t inode = 0;
-        off_t size = 0;
-        std::int64_t modifiedAt = 0;
-        bool operator==(const Version&) const = default;
-    };
+    struct Saving;
 
-    std::optional<Version> versionOnDisk() const;
     void reload();
-    void readFile();
-    void keepBrokenFileAside(const std::string& why);
     const nlohmann::json* find(std::string_view key);
     void set(std::string_view key, nlohmann::json value);
-    void save();
-    bool replaceFile() const;
+    void adopt(PreferencesFile::Contents contents);
+    void saveSoon();
+    void startSaving();
+    void endSaving();
+    void conclude(const nlohmann::json& changes, PreferencesFile::Saved saved);
+    void tell(PreferencesProblem::Kind kind);
+    void tellThatAllIsWell();
 
-    std::filesystem::path path_;
-    std::optional<Version> version_;
+    RunLoop& runLoop_;
+    const PreferencesFile file_;
+    /// Of the file that the values are from.
+    std::optional<PreferencesFile::Version> version_;
     nlohmann::json values_ = nlohmann::json::object();
-    /// Set here and not yet in the file.
+    /// Set here and not known to be in the file.
     nlohmann::json unsaved_ = nlohmann::json::object();
-    std::optional<std::string> problem_;
-    bool failedToSave_ = false;
+    std::optional<PreferencesProblem> problem_;
+    Notifier<> problemChanged_;
+    Cancellation nextSave_;
+    Cancellation retry_;
+    std::shared_ptr<Saving> saving_;
+    std::thread saver_;
 };
 
 } // namespace quenstal

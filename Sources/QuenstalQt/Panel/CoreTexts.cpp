@@ -104,6 +104,15 @@ constexpr std::array texts{
         "Quenstal's key service may not use the keyboard. Install Quenstal's package again, or restart the computer "
         "if you have just installed it."),
     QT_TRANSLATE_NOOP("Core", "Quenstal's key service is busy. Quenstal tries again in half a minute."),
+    QT_TRANSLATE_NOOP("Core", "Quenstal's preferences"),
+    QT_TRANSLATE_NOOP("Core",
+        "The file with your preferences is not valid. Quenstal starts with its defaults and keeps the old file as "
+        "preferences.json.broken."),
+    QT_TRANSLATE_NOOP("Core",
+        "The file with your preferences cannot be read. Quenstal leaves it as it is and tries again; until then, "
+        "changes last only until Quenstal quits."),
+    QT_TRANSLATE_NOOP("Core",
+        "Your preferences cannot be saved. Quenstal tries again; until then, changes last only until Quenstal quits."),
     QT_TRANSLATE_NOOP("Core", "%1: no access to %2."),
     QT_TRANSLATE_NOOP("Core", "%1 tells no volume over %2."),
     QT_TRANSLATE_NOOP("Core", "%1 takes no volume over %2."),

@@ -375,6 +375,22 @@
         <translation>Quenstals Tastendienst ist beschäftigt. Quenstal versucht es in einer halben Minute wieder.</translation>
     </message>
     <message>
+        <source>Quenstal&apos;s preferences</source>
+        <translation>Quenstals Einstellungen</translation>
+    </message>
+    <message>
+        <source>The file with your preferences is not valid. Quenstal starts with its defaults and keeps the old file as preferences.json.broken.</source>
+        <translation>Die Datei mit Ihren Einstellungen ist ungültig. Quenstal beginnt mit seinen Voreinstellungen und bewahrt die alte Datei als preferences.json.broken auf.</translation>
+    </message>
+    <message>
+        <source>The file with your preferences cannot be read. Quenstal leaves it as it is and tries again; until then, changes last only until Quenstal quits.</source>
+        <translation>Die Datei mit Ihren Einstellungen lässt sich nicht lesen. Quenstal lässt sie, wie sie ist, und versucht es wieder; bis dahin gelten Änderungen nur, bis Quenstal beendet wird.</translation>
+    </message>
+    <message>
+        <source>Your preferences cannot be saved. Quenstal tries again; until then, changes last only until Quenstal quits.</source>
+        <translation>Ihre Einstellungen lassen sich nicht speichern. Quenstal versucht es wieder; bis dahin gelten Änderungen nur, bis Quenstal beendet wird.</translation>
+    </message>
+    <message>
         <source>Unknown Output</source>
         <translation>Unbekannter Ausgang</translation>
     </message>
