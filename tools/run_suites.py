@@ -11,6 +11,7 @@ is 0 when nothing failed, 1 when something did; the sum is the last line in both
 import argparse
 import dataclasses
 import json
+import math
 import os
 import pathlib
 import re
@@ -44,6 +45,8 @@ class Suite:
     name: str
     succeeded: bool
     output: str
+    # Seconds after which CTest ended it; none when it ended by itself.
+    limit_met: float | None = None
 
 
 def closing_counts(output):
@@ -56,6 +59,9 @@ def closing_counts(output):
 def judged(suite):
     """The counts of a suite, and what is wrong with it beyond the failures that it names itself."""
     counts = closing_counts(suite.output)
+    if suite.limit_met:
+        fault = f"met its limit of {suite.limit_met:g} s, the TIMEOUT of the suite, and was ended"
+        return (counts or Counts()) + Counts(failed=1), fault
     if counts is None:
         return Counts(failed=1), "ended without a closing line"
     if not suite.succeeded and counts.failed == 0:
@@ -84,8 +90,8 @@ def listed_suites(tree, arguments):
     return json.loads(listing.stdout)["tests"]
 
 
-def labels_of(test):
-    return next((entry["value"] for entry in test.get("properties", []) if entry["name"] == "LABELS"), [])
+def property_of(test, name, otherwise):
+    return next((entry["value"] for entry in test.get("properties", []) if entry["name"] == name), otherwise)
 
 
 def show(stream, tells_beginnings):
@@ -101,7 +107,7 @@ def show(stream, tells_beginnings):
     stream.read()
 
 
-def run(tree, arguments):
+def run(tree, tests, arguments):
     """Runs the tree's suites, showing progress, and returns what CTest says of each."""
     with tempfile.TemporaryDirectory() as scratch:
         report = pathlib.Path(scratch) / "junit.xml"
@@ -114,14 +120,21 @@ def run(tree, arguments):
                               text=True, errors="replace") as ctest:
             # Of those that take a minute one wants to know what is being waited for.
             show(ctest.stdout, "vm" in arguments.label)
-        return reported_suites(report)
+        limits = {test["name"]: property_of(test, "TIMEOUT", math.inf) for test in tests}
+        return reported_suites(report, limits)
 
 
-def reported_suites(report):
+def reported_suites(report, limits):
     if not report.exists():
         return []
-    return [Suite(case.get("name"), case.get("status") == "run", case.findtext("system-out") or "")
-            for case in xml.etree.ElementTree.parse(report).getroot().iter("testcase")]
+    return [reported_suite(case, limits) for case in xml.etree.ElementTree.parse(report).getroot().iter("testcase")]
+
+
+def reported_suite(case, limits):
+    name, succeeded, limit = case.get("name"), case.get("status") == "run", limits[case.get("name")]
+    # The report does not tell a suite that was ended from one that failed.
+    was_ended = not succeeded and float(case.get("time")) >= limit
+    return Suite(name, succeeded, case.findtext("system-out") or "", limit if was_ended else None)
 
 
 def tell(suite, counts, fault):
@@ -165,9 +178,9 @@ def main():
     labels_seen = set()
     for tree in arguments.trees:
         tests = listed_suites(tree, arguments)
-        labels_seen.update(*(labels_of(test) for test in tests))
+        labels_seen.update(*(property_of(test, "LABELS", []) for test in tests))
         if tests:
-            total += sum_of(run(tree, arguments), {test["name"] for test in tests})
+            total += sum_of(run(tree, tests, arguments), {test["name"] for test in tests})
     for label in arguments.label:
         if label not in labels_seen and not arguments.skipped:
             print(f"No suite has the label {label}.")

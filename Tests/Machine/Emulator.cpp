@@ -1,5 +1,7 @@
 #include "Machine/Emulator.hpp"
 
+#include "Machine/MachineLoop.hpp"
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -124,8 +126,12 @@ std::string Emulator::readLine()
 
 void loadModules(const std::string& names)
 {
-    if (std::system(("modprobe -a " + names + " && udevadm settle --timeout=60").c_str()) != 0)
+    if (std::system(("modprobe -a " + names).c_str()) != 0)
         throw std::runtime_error("cannot load " + names);
+    constexpr auto usualLimit = std::chrono::seconds(60);
+    const std::string limit = std::to_string(slowed(usualLimit).count());
+    if (std::system(("udevadm settle --timeout=" + limit).c_str()) != 0)
+        throw std::runtime_error("the devices of " + names + ": " + gaveUpAfter(usualLimit));
 }
 
 } // namespace quenstal

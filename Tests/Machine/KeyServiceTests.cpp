@@ -4,6 +4,7 @@
 #include "Machine/Emulator.hpp"
 #include "Machine/Keyboards.hpp"
 #include "Machine/Login.hpp"
+#include "Machine/MachineLoop.hpp"
 #include "QuenstalLinux/Keys/EvdevKeyCapture.hpp"
 #include "QuenstalLinux/Keys/ServiceKeyCapture.hpp"
 #include "QuenstalPlatform/EventTaps.hpp"
@@ -59,7 +60,7 @@ private:
     }
 
     const int reports_;
-    EpollRunLoop loop_;
+    MachineLoop loop_;
     BusConnection systemBus_{loop_, BusConnection::Which::system};
     EvdevKeyCapture keyboards_{loop_};
     ServiceKeyCapture capture_{loop_, systemBus_, keyboards_};
@@ -101,14 +102,6 @@ private:
     Login login_;
 };
 
-/// Whatever it does: it has no say in it. Until it is gone, the bus would send new calls to it.
-void killService()
-{
-    EXPECT_EQ(std::system("systemctl kill --signal=KILL quenstal-keyd.service"
-                          " && timeout 20 sh -c 'while systemctl is-active -q quenstal-keyd; do sleep 0.1; done'"),
-        0);
-}
-
 struct MachineKeyServiceTest : testing::Test {
     void SetUp() override
     {
@@ -139,13 +132,21 @@ struct MachineKeyServiceTest : testing::Test {
         throw std::runtime_error("the key service gives no keys");
     }
 
-    bool reports(ClientLogin& client, const std::string& expected)
+    testing::AssertionResult reports(ClientLogin& client, const std::string& expected)
     {
         return loop.runUntil([&] { return client.reports() == expected; }, 30s);
     }
 
+    /// Whatever it does: it has no say in it. Until it is gone, the bus would send new calls to it.
+    void killService()
+    {
+        EXPECT_EQ(std::system("systemctl kill --signal=KILL quenstal-keyd.service"), 0);
+        const auto isGone = [] { return std::system("systemctl is-active -q quenstal-keyd.service") != 0; };
+        EXPECT_TRUE(loop.runUntil(isGone, 20s));
+    }
+
     std::unique_ptr<UsbKeyboard> keyboard;
-    EpollRunLoop loop;
+    MachineLoop loop;
 };
 
 TEST_F(MachineKeyServiceTest, theUserAtTheScreenGetsTheVolumeKeysAndTheKeyboardStaysClosed)
@@ -156,8 +157,8 @@ TEST_F(MachineKeyServiceTest, theUserAtTheScreenGetsTheVolumeKeysAndTheKeyboardS
         machine().press(key);
     EXPECT_TRUE(reports(*client, "+_0")) << client->reports();
     EXPECT_THAT(clone->keys(4), ElementsAre(Key(KEY_A, 1), Key(KEY_A, 0), Key(KEY_B, 1), Key(KEY_B, 0)));
-    EXPECT_EQ(errorOfOpening(keyboardNode(UsbKeyboard::name).value(), alice), EACCES);
-    EXPECT_EQ(errorOfOpening(keyboardNode(UsbKeyboard::cloneName).value(), alice), EACCES);
+    EXPECT_EQ(errorOfOpening(keyboardNode(UsbKeyboard::name), alice), EACCES);
+    EXPECT_EQ(errorOfOpening(keyboardNode(UsbKeyboard::cloneName), alice), EACCES);
     EXPECT_EQ(errorOfOpening("/dev/uinput", alice), EACCES);
 }
 

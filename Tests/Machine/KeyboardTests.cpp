@@ -3,9 +3,9 @@
 
 #include "Machine/Emulator.hpp"
 #include "Machine/Keyboards.hpp"
+#include "Machine/MachineLoop.hpp"
 #include "QuenstalLinux/Keys/EvdevKeyCapture.hpp"
 #include "QuenstalPlatform/EventTaps.hpp"
-#include "Support/EpollRunLoop.hpp"
 
 #include <csignal>
 #include <memory>
@@ -42,7 +42,7 @@ public:
         : process_(fork())
     {
         if (process_ == 0) {
-            EpollRunLoop loop;
+            MachineLoop loop;
             PressLog log;
             EvdevKeyCapture capture(loop);
             if (!capture.start(log))
@@ -96,7 +96,7 @@ struct MachineKeyboardTest : testing::Test {
     }
 
     std::unique_ptr<UsbKeyboard> keyboard;
-    EpollRunLoop loop;
+    MachineLoop loop;
     PressLog log;
 };
 
@@ -233,7 +233,7 @@ TEST_F(MachineKeyboardTest, aKeyboardPulledOutWithAKeyDownLeavesNoKeyStuck)
     // The kernel lets go of what a vanishing device held down.
     EXPECT_TRUE(keyboardGoes(UsbKeyboard::cloneName));
     machine().plugInKeyboard("keyboard");
-    EXPECT_TRUE(keyboardNode(UsbKeyboard::name));
+    EXPECT_NE(keyboardNode(UsbKeyboard::name), "");
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "Machine/Keyboards.hpp"
 
+#include "Machine/MachineLoop.hpp"
+
 #include <algorithm>
 #include <array>
 #include <filesystem>
@@ -20,18 +22,24 @@ using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 namespace fs = std::filesystem;
 
-/// An emulated machine is slow, and slower still when its host is busy.
-constexpr auto patience = 30s;
+constexpr auto usualLimit = 30s;
 
-bool comesAbout(const std::function<bool()>& holds)
+/// What is said of a limit that was met begins with what was waited for.
+testing::AssertionResult comesAbout(const std::string& what, const std::function<bool()>& holds)
 {
-    const auto end = Clock::now() + patience;
+    const auto end = Clock::now() + slowed(usualLimit);
     while (!holds()) {
         if (Clock::now() > end)
-            return false;
+            return testing::AssertionFailure() << what << ": " << gaveUpAfter(usualLimit);
         poll(nullptr, 0, 10);
     }
-    return true;
+    return testing::AssertionSuccess();
+}
+
+void require(const testing::AssertionResult& result)
+{
+    if (!result)
+        throw std::runtime_error(result.message());
 }
 
 } // namespace
@@ -44,7 +52,7 @@ KeyboardReader::KeyboardReader(const std::string& node)
 std::vector<KeyboardReader::Key> KeyboardReader::keys(std::size_t atLeast, std::chrono::milliseconds limit)
 {
     std::vector<Key> keys;
-    const auto end = Clock::now() + limit;
+    const auto end = Clock::now() + slowed(limit);
     for (;;) {
         input_event event{};
         if (read(file_.get(), &event, sizeof event) == sizeof event) {
@@ -90,41 +98,40 @@ std::vector<std::string> keyboardNodes(const std::string& name)
     return nodes;
 }
 
-std::optional<std::string> keyboardNode(const std::string& name)
+std::string keyboardNode(const std::string& name)
 {
     std::vector<std::string> nodes;
-    comesAbout([&] { return !(nodes = keyboardNodes(name)).empty(); });
-    return nodes.empty() ? std::nullopt : std::optional(nodes.front());
+    require(comesAbout("a keyboard named " + name, [&] { return !(nodes = keyboardNodes(name)).empty(); }));
+    return nodes.front();
 }
 
-bool keyboardGoes(const std::string& name)
+testing::AssertionResult keyboardGoes(const std::string& name)
 {
-    return comesAbout([&] { return keyboardNodes(name).empty(); });
+    return comesAbout("the end of the keyboard named " + name, [&] { return keyboardNodes(name).empty(); });
 }
 
 UsbKeyboard::UsbKeyboard(Emulator& emulator)
     : emulator_(emulator)
-    , itself_(keyboardNode(name).value())
+    , itself_(keyboardNode(name))
 {
 }
 
 std::unique_ptr<KeyboardReader> UsbKeyboard::openCloneOnceGrabbed()
 {
-    auto clone = std::make_unique<KeyboardReader>(keyboardNode(cloneName).value());
+    auto clone = std::make_unique<KeyboardReader>(keyboardNode(cloneName));
     // The keyboard is grabbed a moment after its clone is made.
-    if (!comesAbout([&] {
-            emulator_.press("f12");
-            return itself_.keys(2, 200ms).empty() && clone->keys(2).size() == 2;
-        }))
-        throw std::runtime_error("the keyboard is not grabbed");
+    require(comesAbout("a grabbed keyboard whose keys reach its clone", [&] {
+        emulator_.press("f12");
+        return itself_.keys(2, 200ms).empty() && clone->keys(2).size() == 2;
+    }));
     return clone;
 }
 
-bool UsbKeyboard::becomesFree()
+testing::AssertionResult UsbKeyboard::becomesFree()
 {
     const std::vector<KeyboardReader::Key> whole{{KEY_B, 1}, {KEY_B, 0}};
     // The last process that shares the grab may still be ending, or its patience lasts.
-    return comesAbout([&] {
+    return comesAbout("a free keyboard, whose keys reach everyone", [&] {
         emulator_.press("b");
         return itself_.keys(2, 200ms) == whole;
     });

@@ -6,10 +6,11 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 namespace quenstal {
 
@@ -20,7 +21,8 @@ public:
 
     explicit KeyboardReader(const std::string& node);
 
-    /// Codes and values of the keys since the last call, waiting until there are as many as that, or for the limit.
+    /// Codes and values of the keys since the last call, waiting until there are as many as that, or for the limit,
+    /// which is longer on a slower machine.
     std::vector<Key> keys(std::size_t atLeast = 0, std::chrono::milliseconds limit = std::chrono::milliseconds(5000));
     bool isLit(std::uint16_t light) const;
     /// What a desktop does when a lock key is pressed.
@@ -32,10 +34,10 @@ private:
 
 /// The nodes of the keyboards with this name that may be opened.
 std::vector<std::string> keyboardNodes(const std::string& name);
-/// The first of them, once there is one; none within half a minute.
-std::optional<std::string> keyboardNode(const std::string& name);
-/// Whether there is none any more, within half a minute.
-bool keyboardGoes(const std::string& name);
+/// The first of them, once there is one. Throws when none comes.
+std::string keyboardNode(const std::string& name);
+/// Whether there comes to be none any more.
+testing::AssertionResult keyboardGoes(const std::string& name);
 
 /// The machine's USB keyboard, which the emulator knows as "keyboard", and who hears it. One thread.
 class UsbKeyboard {
@@ -51,7 +53,7 @@ public:
     /// The clone, once it hears what the keyboard itself no longer tells. Throws when that does not come about.
     std::unique_ptr<KeyboardReader> openCloneOnceGrabbed();
     /// Whether a key pressed now, or in a moment, reaches everyone whole.
-    bool becomesFree();
+    testing::AssertionResult becomesFree();
 
 private:
     Emulator& emulator_;

@@ -65,8 +65,9 @@ Login::Login(const MachineUser& user, unsigned terminal, const Program& program)
         _exit(EXIT_SUCCESS);
     }
     // What is left of the user's session before may still be ending.
-    if (!loop_.runUntil([&] { return openSession(user, terminal); }, std::chrono::seconds(30)))
-        throw std::runtime_error("logind opens no session");
+    if (const auto opened = loop_.runUntil([&] { return openSession(user, terminal); }, std::chrono::seconds(30));
+        !opened)
+        throw std::runtime_error("logind opens no session for " + user.name + ": " + opened.message());
     if (write(key.get(), "!", 1) != 1)
         throw std::runtime_error("the session's program has gone");
 }

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "Machine/MachineLoop.hpp"
 #include "QuenstalLinux/FileDescriptor.hpp"
 #include "QuenstalLinux/Session/BusConnection.hpp"
-#include "Support/EpollRunLoop.hpp"
 
 #include <functional>
 #include <string>
@@ -39,7 +39,7 @@ private:
     /// False when logind refuses it.
     bool openSession(const MachineUser& user, unsigned terminal);
 
-    EpollRunLoop loop_;
+    MachineLoop loop_;
     BusConnection bus_;
     pid_t process_;
     std::string session_;

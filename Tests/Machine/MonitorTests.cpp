@@ -3,11 +3,11 @@
 
 #include "EmulatedMonitor/MachineFixture.hpp"
 #include "Machine/Emulator.hpp"
+#include "Machine/MachineLoop.hpp"
 #include "Machine/UsbMonitor.hpp"
 #include "QuenstalDDC/DDC.hpp"
 #include "QuenstalLinux/Display/LinuxMonitors.hpp"
 #include "Support/BusRules.hpp"
-#include "Support/EpollRunLoop.hpp"
 
 #include <array>
 #include <chrono>
@@ -76,7 +76,7 @@ struct MachineMonitorTest : testing::Test {
     void plugIn()
     {
         adapter = std::make_unique<UsbMonitor>(monitor);
-        bus = adapter->bus().value();
+        bus = adapter->bus();
     }
 
     void start()
@@ -106,7 +106,7 @@ struct MachineMonitorTest : testing::Test {
 
     const std::shared_ptr<SimulatedMonitor> monitor = std::make_shared<SimulatedMonitor>();
     TemporaryDirectory sysfs;
-    EpollRunLoop loop;
+    MachineLoop loop;
     std::unique_ptr<UsbMonitor> adapter;
     int bus = -1;
     std::unique_ptr<LinuxMonitors> monitors;

@@ -3,6 +3,7 @@
 
 #include "Machine/Emulator.hpp"
 #include "Machine/Login.hpp"
+#include "Machine/MachineLoop.hpp"
 #include "QuenstalLinux/Session/LogindWake.hpp"
 
 #include <cerrno>
@@ -51,7 +52,7 @@ struct MachineSessionTest : testing::Test {
     }
 
     /// Access is given and taken a moment after the session changed.
-    bool comesToHave(const MachineUser& user, bool access)
+    testing::AssertionResult comesToHave(const MachineUser& user, bool access)
     {
         return loop.runUntil([&] { return (errorOfOpening(monitorBuses.front(), user) == 0) == access; }, 15s);
     }
@@ -60,7 +61,7 @@ struct MachineSessionTest : testing::Test {
         = Emulator::isPresent() ? busesNamed("radeonfb") : std::vector<std::string>();
     const std::vector<std::string> mainboardBuses
         = Emulator::isPresent() ? busesNamed("SMBus") : std::vector<std::string>();
-    EpollRunLoop loop;
+    MachineLoop loop;
 };
 
 TEST_F(MachineSessionTest, theUserAtTheScreenMayUseTheGraphicsCardsBusesAndNoOthers)

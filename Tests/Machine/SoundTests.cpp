@@ -2,6 +2,7 @@
 // and an HDMI socket into which monitors are plugged while a program plays.
 
 #include "Machine/HdmiSocket.hpp"
+#include "Machine/MachineLoop.hpp"
 #include "Machine/Recording.hpp"
 #include "QuenstalLinux/Audio/AudioSessionTest.hpp"
 
@@ -65,7 +66,7 @@ struct MachineSoundTest : testing::Test {
     {
         return CoreAudioDeviceProvider(parts->objects).defaultOutputDevice();
     }
-    bool becomesDefault(AudioTransport transport)
+    testing::AssertionResult becomesDefault(AudioTransport transport)
     {
         return loop.runUntil([this, transport] {
             const auto output = defaultOutput();
@@ -81,7 +82,7 @@ struct MachineSoundTest : testing::Test {
         return defaultOutput().value_or(AudioOutputDevice{});
     }
 
-    EpollRunLoop loop;
+    MachineLoop loop;
     std::unique_ptr<AudioSessionTest::Parts> parts;
 };
 

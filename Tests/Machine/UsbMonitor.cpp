@@ -1,5 +1,7 @@
 #include "Machine/UsbMonitor.hpp"
 
+#include "Machine/MachineLoop.hpp"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -180,9 +182,10 @@ void UsbMonitor::hang(bool hangs)
     changed_.notify_all();
 }
 
-std::optional<int> UsbMonitor::bus() const
+int UsbMonitor::bus() const
 {
-    const auto end = Clock::now() + std::chrono::seconds(10);
+    constexpr auto usualLimit = std::chrono::seconds(10);
+    const auto end = Clock::now() + slowed(usualLimit);
     while (Clock::now() < end) {
         std::error_code none;
         for (const auto& device : fs::directory_iterator("/sys/class/i2c-dev", none)) {
@@ -192,7 +195,7 @@ std::optional<int> UsbMonitor::bus() const
         }
         poll(nullptr, 0, 10);
     }
-    return std::nullopt;
+    throw std::runtime_error("the bus of the USB adapter: " + gaveUpAfter(usualLimit));
 }
 
 void UsbMonitor::serve()

@@ -24,8 +24,8 @@ public:
     UsbMonitor(const UsbMonitor&) = delete;
     UsbMonitor& operator=(const UsbMonitor&) = delete;
 
-    /// The number of its bus, once the device node is there; none within ten seconds.
-    std::optional<int> bus() const;
+    /// The number of its bus, once the device node is there. Throws when it does not come.
+    int bus() const;
     void pullOut();
     /// From the next message on the adapter does not answer, or answers again.
     void hang(bool hangs);

@@ -15,5 +15,6 @@ bluez_monitor.properties["with-logind"] = false
 LUA
 "$1"
 shift
-export QUENSTAL_PATIENCE=6
+# An emulated machine of the usual speed is as many times slower than one that is not emulated.
+export QUENSTAL_PATIENCE=$((6 * QUENSTAL_MACHINE_SLOWNESS))
 exec "$root/tools/audio_session.sh" run /bin/false "$@"

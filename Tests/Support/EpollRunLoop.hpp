@@ -12,7 +12,7 @@ namespace quenstal {
 
 /// A run loop in real time, for tests of what talks to real servers and devices. The thread that makes it is the main
 /// thread.
-class EpollRunLoop final : public RunLoop {
+class EpollRunLoop : public RunLoop {
 public:
     EpollRunLoop();
     ~EpollRunLoop() override;

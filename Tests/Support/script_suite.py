@@ -4,9 +4,9 @@ import sys
 import unittest
 
 
-def run(module="__main__"):
+def run(module="__main__", verbosity=0):
     cases = unittest.defaultTestLoader.loadTestsFromModule(sys.modules[module])
-    result = unittest.TextTestRunner(stream=sys.stdout, verbosity=0).run(cases)
+    result = unittest.TextTestRunner(stream=sys.stdout, verbosity=verbosity).run(cases)
     # A case with several failing subtests is one failed case.
     broken = [case for case, _ in result.failures + result.errors] + result.unexpectedSuccesses
     failed = len({getattr(case, "test_case", case).id() for case in broken})

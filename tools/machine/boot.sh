@@ -10,8 +10,9 @@ set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 kernel=$root/build/machine/kernel
-# Slow, but the same everywhere: emulated machines are seldom let near the processor's own help.
-limit_seconds=${QUENSTAL_MACHINE_SECONDS:-300}
+# For a machine that does not boot, or does not turn itself off. The command has a limit of its own there, which follows
+# the machine's speed.
+limit_seconds=2400
 
 name=$1
 shift
@@ -45,6 +46,7 @@ printf '%q ' "$@" >>"$out/command"
 socket=$(mktemp -u /tmp/quenstal-machine-XXXXXX)
 trap 'rm -f "$socket"' EXIT
 status=0
+# Slow, but the same everywhere: emulated machines are seldom let near the processor's own help.
 timeout "$limit_seconds" qemu-system-x86_64 -accel tcg,thread=multi,tb-size=512 -cpu max -M q35,usb=off,vmport=off,i8042=off \
     -m 1024 -nodefaults -no-user-config -no-reboot -display none \
     -kernel "$kernel/boot/vmlinuz-$version" -initrd "$kernel/initrd.img" \
@@ -57,7 +59,12 @@ timeout "$limit_seconds" qemu-system-x86_64 -accel tcg,thread=multi,tb-size=512 
     -chardev "socket,id=port,path=$socket" -device virtserialport,chardev=port,name=emulator \
     "${devices[@]}" </dev/null || status=$?
 if [ ! -f "$out/status" ]; then
-    echo "The machine did not get to its end (the emulator's status is $status). Its console:"
+    [ "$status" != 124 ] || echo "The emulated machine met its limit of $limit_seconds s."
+    if [ -f "$out/booted" ]; then
+        echo "It booted, and did not end its command (the emulator's status is $status). Its console:"
+    else
+        echo "It did not boot (the emulator's status is $status). Its console:"
+    fi
     tail -n 20 "$out/console.log"
     exit 1
 fi

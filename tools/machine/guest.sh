@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # The second program on the emulated machine: mounts what every program expects, starts the device manager, runs the
-# command in /out/command and turns the machine off.
+# command and turns the machine off.
 set -u
 export PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LANG=C.UTF-8
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
@@ -20,6 +20,5 @@ stty -F /dev/hvc0 raw
 udevadm trigger --action=add
 udevadm settle --timeout=60
 cd "$root" || exit
-bash /out/command
-echo "$?" >/out/status
+tools/machine/run_command.sh /out 7 180
 exec busybox poweroff -f

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # The second program on the emulated machine when it is to have logins: gives way to systemd, which starts the bus, the
-# device manager and logind, and then runs the command in /out/command and turns the machine off.
+# device manager and logind, and then runs the command and turns the machine off.
 set -eu
 export PATH=/usr/sbin:/usr/bin:/sbin:/bin
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
@@ -36,6 +36,6 @@ Type=oneshot
 WorkingDirectory=$root
 Environment=HOME=/root LANG=C.UTF-8 PATH=$PATH
 ExecStartPre=udevadm settle --timeout=60
-ExecStart=/bin/bash -c 'stty -F /dev/hvc0 raw; /bin/bash /out/command >/dev/hvc0 2>&1; echo \$? >/out/status'
+ExecStart=/bin/bash -c 'stty -F /dev/hvc0 raw; tools/machine/run_command.sh /out 10 180 >/dev/hvc0 2>&1'
 UNIT
 exec /lib/systemd/systemd --unit=machine.service --log-target=kmsg --show-status=no
