@@ -78,6 +78,7 @@ void AppDelegate::observeWorkspace()
 {
     observers_.push_back(platform_.workspace.onDidWake([this] { workspaceDidWake(); }));
     observers_.push_back(platform_.workspace.onScreensDidWake([this] { workspaceScreensDidWake(); }));
+    mediaKeyTap_->onKeyDown = [this] { platform_.workspace.keyPressed(); };
     observers_.push_back(platform_.workspace.onWillSleep([this] { platform_.displayBusHealth.machineWillSleep(); }));
 }
 

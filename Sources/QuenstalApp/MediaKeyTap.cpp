@@ -111,6 +111,8 @@ const TapEvent* MediaKeyTap::quenstalMediaKeyCallback(EventType type, const TapE
 
 void MediaKeyTap::handleWithRecentVolume(MediaKeyRouter::Key mediaKey)
 {
+    if (onKeyDown)
+        onKeyDown();
     withRecentVolume(*controller_, displayBusHealth_, tasks_.whileOwned([this, mediaKey] { handle(mediaKey); }));
 }
 

@@ -6,6 +6,7 @@
 #include "QuenstalPlatform/EventTaps.hpp"
 #include "QuenstalPlatform/OwnedTasks.hpp"
 
+#include <functional>
 #include <memory>
 
 namespace quenstal {
@@ -27,6 +28,9 @@ public:
     /// Gives the keys back to the system.
     void stop();
     void restart();
+
+    /// Called for each key that is taken out, before anything is done with it.
+    std::function<void()> onKeyDown;
 
 private:
     static const TapEvent* quenstalMediaKeyCallback(EventType type, const TapEvent* event, void* userInfo);

@@ -220,6 +220,8 @@ public:
     [[nodiscard]] virtual Cancellation onWillSleep(RunLoop::Task task) = 0;
     [[nodiscard]] virtual Cancellation onDidWake(RunLoop::Task task) = 0;
     [[nodiscard]] virtual Cancellation onScreensDidWake(RunLoop::Task task) = 0;
+    /// Somebody is at the keys: a sleep that began a while ago, and whose end nobody told, is over.
+    virtual void keyPressed() = 0;
 };
 
 } // namespace quenstal

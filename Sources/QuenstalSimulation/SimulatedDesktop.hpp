@@ -100,14 +100,29 @@ public:
         return screensDidWake_.add(std::move(task));
     }
 
-    void willSleep() const { willSleep_.call(); }
-    void didWake() const { didWake_.call(); }
+    void keyPressed() override
+    {
+        if (isAsleep_)
+            didWake();
+    }
+
+    void willSleep()
+    {
+        isAsleep_ = true;
+        willSleep_.call();
+    }
+    void didWake()
+    {
+        isAsleep_ = false;
+        didWake_.call();
+    }
     void screensDidWake() const { screensDidWake_.call(); }
 
 private:
     Handlers<RunLoop::Task> willSleep_;
     Handlers<RunLoop::Task> didWake_;
     Handlers<RunLoop::Task> screensDidWake_;
+    bool isAsleep_ = false;
 };
 
 } // namespace quenstal

@@ -174,6 +174,17 @@ TEST_F(LifeTest, theBusesAreToldOfSleepWakeAndTheEnd)
     EXPECT_THAT(machine.busHealth.calls(), ElementsAre("will sleep", "did wake", "stop"));
 }
 
+TEST_F(LifeTest, aSleepThatNobodyEndsIsOverForTheBusesWhenAKeyIsPressed)
+{
+    machine.plugInSpeakers();
+    machine.launch();
+    machine.workspace.willSleep();
+    machine.press(up);
+    EXPECT_THAT(machine.busHealth.calls(), ElementsAre("will sleep", "did wake"));
+    machine.press(up);
+    EXPECT_EQ(machine.busHealth.calls().size(), 2u);
+}
+
 // --- The end ---
 
 TEST_F(LifeTest, terminationStopsTheTapAndTheSoftwareSession)

@@ -35,13 +35,6 @@ void BusConnection::watch()
     nextTurn_ = runLoop_.after(RunLoop::Duration::zero(), [this] { process(); });
 }
 
-void BusConnection::addSignal(
-    const char* interface, const char* member, sd_bus_message_handler_t handler, void* userData)
-{
-    if (bus_)
-        sd_bus_match_signal_async(bus_.get(), nullptr, nullptr, nullptr, interface, member, handler, nullptr, userData);
-}
-
 void BusConnection::process()
 {
     int status = 1;

@@ -29,8 +29,6 @@ public:
     sd_bus* get() const { return bus_.get(); }
     explicit operator bool() const { return bus_ != nullptr; }
 
-    /// Calls the handler for every signal of that name from anyone, for as long as the connection lives.
-    void addSignal(const char* interface, const char* member, sd_bus_message_handler_t handler, void* userData);
     /// Handles what has arrived, `mostMessages` now and the rest on later turns, and sends what waits to be sent.
     void process();
 

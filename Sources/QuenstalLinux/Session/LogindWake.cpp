@@ -1,5 +1,7 @@
 #include "QuenstalLinux/Session/LogindWake.hpp"
 
+#include <memory>
+
 #include <fcntl.h>
 
 namespace quenstal {
@@ -10,18 +12,19 @@ constexpr const char* logind = "org.freedesktop.login1";
 constexpr const char* logindPath = "/org/freedesktop/login1";
 constexpr const char* logindManager = "org.freedesktop.login1.Manager";
 
-/// Each desktop tells of its screens by a name of its own.
-constexpr std::array screenSavers{
-    "org.freedesktop.ScreenSaver", "org.gnome.ScreenSaver", "org.cinnamon.ScreenSaver", "org.mate.ScreenSaver"};
+/// Of whichever object: desktops differ in it.
+constexpr ServiceSignal::Source activeChangedOf(const char* screenSaver)
+{
+    return {screenSaver, nullptr, screenSaver, "ActiveChanged"};
+}
 
-/// False when the message does not carry what its name promises.
-bool readFlag(sd_bus_message* message, bool& flag)
+/// None when the message does not carry what its name promises.
+std::optional<bool> flagIn(sd_bus_message* message)
 {
     int value = 0;
     if (sd_bus_message_read_basic(message, SD_BUS_TYPE_BOOLEAN, &value) <= 0)
-        return false;
-    flag = value != 0;
-    return true;
+        return std::nullopt;
+    return value != 0;
 }
 
 } // namespace
@@ -32,18 +35,28 @@ LogindWake::LogindWake(RunLoop& runLoop, BusConnection& systemBus, BusConnection
     , willSleep_(runLoop)
     , didWake_(runLoop)
     , screensDidWake_(runLoop)
+    , sleep_(systemBus, {logind, logindPath, logindManager, "PrepareForSleep"},
+          [this](sd_bus_message* signal) { prepareForSleep(signal); })
+    , screenSavers_{{
+          {sessionBus, activeChangedOf("org.freedesktop.ScreenSaver"),
+              [this](auto* signal) { screenSaverChanged(signal); }},
+          {sessionBus, activeChangedOf("org.gnome.ScreenSaver"), [this](auto* signal) { screenSaverChanged(signal); }},
+          {sessionBus, activeChangedOf("org.cinnamon.ScreenSaver"),
+              [this](auto* signal) { screenSaverChanged(signal); }},
+          {sessionBus, activeChangedOf("org.mate.ScreenSaver"), [this](auto* signal) { screenSaverChanged(signal); }},
+      }}
 {
-    systemBus.addSignal(logindManager, "PrepareForSleep", prepareForSleep, this);
-    for (const char* screenSaver : screenSavers)
-        sessionBus.addSignal(screenSaver, "ActiveChanged", screenSaverChanged, this);
     requestInhibitor();
 }
 
 void LogindWake::requestInhibitor()
 {
-    if (systemBus_)
-        sd_bus_call_method_async(systemBus_.get(), nullptr, logind, logindPath, logindManager, "Inhibit",
-            inhibitorGranted, this, "ssss", "sleep", "Quenstal", "Finishes what the monitor was told", "delay");
+    if (!systemBus_)
+        return;
+    sd_bus_slot* slot = nullptr;
+    sd_bus_call_method_async(systemBus_.get(), &slot, logind, logindPath, logindManager, "Inhibit", inhibitorGranted,
+        this, "ssss", "sleep", "Quenstal", "Finishes what the monitor was told", "delay");
+    inhibitorCall_.reset(slot);
 }
 
 int LogindWake::inhibitorGranted(sd_bus_message* message, void* userData, sd_bus_error*)
@@ -56,29 +69,40 @@ int LogindWake::inhibitorGranted(sd_bus_message* message, void* userData, sd_bus
     return 0;
 }
 
-int LogindWake::prepareForSleep(sd_bus_message* message, void* userData, sd_bus_error*)
+void LogindWake::prepareForSleep(sd_bus_message* signal)
 {
-    auto* wake = static_cast<LogindWake*>(userData);
-    bool isGoingToSleep = false;
-    if (!readFlag(message, isGoingToSleep))
-        return 0;
-    if (!isGoingToSleep) {
-        wake->didWake_.notify();
-        wake->requestInhibitor();
-        return 0;
-    }
-    wake->willSleep_.notify();
-    // After everyone has been told: notices are delivered in the order in which they are posted.
-    wake->runLoop_.post([inhibitor = std::make_shared<FileDescriptor>(std::move(wake->inhibitor_))] {});
-    return 0;
+    const auto isGoingToSleep = flagIn(signal);
+    if (isGoingToSleep)
+        *isGoingToSleep ? fallAsleep() : wakeUp();
 }
 
-int LogindWake::screenSaverChanged(sd_bus_message* message, void* userData, sd_bus_error*)
+void LogindWake::fallAsleep()
 {
-    bool isActive = true;
-    if (readFlag(message, isActive) && !isActive)
-        static_cast<LogindWake*>(userData)->screensDidWake_.notify();
-    return 0;
+    asleepSince_ = runLoop_.steadyNow();
+    willSleep_.notify();
+    // After everyone has been told: notices are delivered in the order in which they are posted.
+    runLoop_.post([inhibitor = std::make_shared<FileDescriptor>(std::move(inhibitor_))] {});
+}
+
+void LogindWake::wakeUp()
+{
+    asleepSince_.reset();
+    didWake_.notify();
+    requestInhibitor();
+}
+
+void LogindWake::keyPressed()
+{
+    // The clock stands still while the machine sleeps.
+    if (asleepSince_ && runLoop_.steadyNow() - *asleepSince_ >= longestFallingAsleep)
+        wakeUp();
+}
+
+void LogindWake::screenSaverChanged(sd_bus_message* signal)
+{
+    const auto isActive = flagIn(signal);
+    if (isActive && !*isActive)
+        screensDidWake_.notify();
 }
 
 } // namespace quenstal

@@ -1,11 +1,13 @@
 #pragma once
 
 #include "QuenstalLinux/FileDescriptor.hpp"
-#include "QuenstalLinux/Session/BusConnection.hpp"
+#include "QuenstalLinux/Session/ServiceSignal.hpp"
 #include "QuenstalPlatform/Desktop.hpp"
 #include "QuenstalPlatform/Notifier.hpp"
 
 #include <array>
+#include <chrono>
+#include <optional>
 #include <utility>
 
 namespace quenstal {
@@ -13,7 +15,11 @@ namespace quenstal {
 /// Sleep and wake of the machine as logind tells them, and the screens as the session's screen saver does.
 class LogindWake final : public WakeNotifications {
 public:
-    /// Both outlive this. Without a bus nothing is ever told.
+    /// Between the news of a sleep and the sleep itself, in time that the machine is up. Logind waits five seconds for
+    /// whoever delays it.
+    static constexpr auto longestFallingAsleep = std::chrono::seconds(10);
+
+    /// All outlive this. Without a bus nothing is ever told.
     LogindWake(RunLoop& runLoop, BusConnection& systemBus, BusConnection& sessionBus);
 
     [[nodiscard]] Cancellation onWillSleep(RunLoop::Task task) override { return willSleep_.add(std::move(task)); }
@@ -22,23 +28,31 @@ public:
     {
         return screensDidWake_.add(std::move(task));
     }
+    void keyPressed() override;
     /// From whoever else sees the screens.
     void screensDidWake() { screensDidWake_.notify(); }
 
 private:
-    static int prepareForSleep(sd_bus_message* message, void* userData, sd_bus_error* error);
-    static int screenSaverChanged(sd_bus_message* message, void* userData, sd_bus_error* error);
     static int inhibitorGranted(sd_bus_message* message, void* userData, sd_bus_error* error);
 
     void requestInhibitor();
+    void prepareForSleep(sd_bus_message* signal);
+    void fallAsleep();
+    void wakeUp();
+    void screenSaverChanged(sd_bus_message* signal);
 
     RunLoop& runLoop_;
     BusConnection& systemBus_;
     Notifier<> willSleep_;
     Notifier<> didWake_;
     Notifier<> screensDidWake_;
+    std::optional<RunLoop::SteadyTime> asleepSince_;
     /// While this is open the machine waits for us before it sleeps.
     FileDescriptor inhibitor_;
+    BusSlot inhibitorCall_;
+    ServiceSignal sleep_;
+    /// Each desktop tells of its screens by a name of its own.
+    std::array<ServiceSignal, 4> screenSavers_;
 };
 
 } // namespace quenstal

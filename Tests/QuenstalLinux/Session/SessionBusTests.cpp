@@ -42,10 +42,16 @@ public:
         sd_bus_request_name(bus_.get(), "org.freedesktop.login1", 0);
     }
 
-    void prepareForSleep(bool isGoingToSleep)
+    void prepareForSleep(bool isGoingToSleep, const char* path = "/org/freedesktop/login1")
     {
-        sd_bus_emit_signal(bus_.get(), "/org/freedesktop/login1", "org.freedesktop.login1.Manager", "PrepareForSleep",
-            "b", isGoingToSleep ? 1 : 0);
+        sd_bus_emit_signal(
+            bus_.get(), path, "org.freedesktop.login1.Manager", "PrepareForSleep", "b", isGoingToSleep ? 1 : 0);
+        sd_bus_flush(bus_.get());
+    }
+    void sendNoFlag()
+    {
+        sd_bus_emit_signal(
+            bus_.get(), "/org/freedesktop/login1", "org.freedesktop.login1.Manager", "PrepareForSleep", "s", "no flag");
         sd_bus_flush(bus_.get());
     }
     /// What each delay was asked for.
@@ -99,33 +105,152 @@ struct SessionBusTest : testing::Test {
     SimulatedRunLoop loop;
 };
 
-TEST_F(SessionBusTest, sleepAndWakeAreToldInTheirOrder)
-{
-    BusConnection ours(loop, bus.address());
-    LogindWake wake(loop, ours, ours);
-    std::vector<std::string> told;
-    const auto sleeping = wake.onWillSleep([&] { told.emplace_back("will sleep"); });
-    const auto waking = wake.onDidWake([&] { told.emplace_back("did wake"); });
-    const auto screens = wake.onScreensDidWake([&] { told.emplace_back("screens did wake"); });
-    roundTrip(ours);
+/// What the program is told of sleep and wake, over a bus on which others may send what they like.
+struct WakeTest : SessionBusTest {
+    WakeTest()
+        : connection(loop, bus.address())
+        , wake(loop, connection, connection)
+        , sleeping(wake.onWillSleep([this] { told.emplace_back("will sleep"); }))
+        , waking(wake.onDidWake([this] { told.emplace_back("did wake"); }))
+        , screens(wake.onScreensDidWake([this] { told.emplace_back("screens did wake"); }))
+    {
+    }
 
-    BusConnection logind(loop, bus.address());
-    const auto emit = [&](const char* interface, const char* member, int flag) {
-        sd_bus_emit_signal(logind.get(), "/some/path", interface, member, "b", flag);
-    };
-    emit("org.freedesktop.login1.Manager", "PrepareForSleep", 1);
-    emit("org.freedesktop.login1.Manager", "PrepareForSleep", 0);
-    emit("org.freedesktop.ScreenSaver", "ActiveChanged", 1);
-    emit("org.gnome.ScreenSaver", "ActiveChanged", 0);
-    sd_bus_emit_signal(logind.get(), "/some/path", "org.freedesktop.login1.Manager", "PrepareForSleep", "s", "no flag");
-    sd_bus_flush(logind.get());
+    /// Whoever has none of the names.
+    static void signal(
+        BusConnection& from, const char* to, const char* path, const char* interface, const char* member, int flag)
+    {
+        sd_bus_message* message = nullptr;
+        sd_bus_message_new_signal(from.get(), &message, path, interface, member);
+        const BusMessage owned(message);
+        sd_bus_message_append(message, "b", flag);
+        if (to)
+            sd_bus_message_set_destination(message, to);
+        sd_bus_send(from.get(), message, nullptr);
+        sd_bus_flush(from.get());
+    }
+    std::string ourName()
+    {
+        const char* name = nullptr;
+        sd_bus_get_unique_name(connection.get(), &name);
+        return name;
+    }
+    /// Everything that was sent before has been heard.
+    void hearAll()
+    {
+        roundTrip(connection);
+        loop.runUntilIdle();
+    }
+
+    BusConnection connection;
+    LogindWake wake;
+    std::vector<std::string> told;
+    Cancellation sleeping;
+    Cancellation waking;
+    Cancellation screens;
+};
+
+TEST_F(WakeTest, sleepAndWakeAreToldInTheirOrder)
+{
+    FakeLogind logind(loop, bus.address());
+    BusConnection desktop(loop, bus.address());
+    for (const char* name : {"org.freedesktop.ScreenSaver", "org.gnome.ScreenSaver"})
+        sd_bus_request_name(desktop.get(), name, 0);
+    ASSERT_TRUE(eventually([&] { return logind.isHeldUp(); }));
+    hearAll();
+    logind.prepareForSleep(true);
+    logind.prepareForSleep(false);
+    logind.sendNoFlag();
+    ASSERT_TRUE(eventually([&] { return told.size() >= 2; }));
+    signal(desktop, nullptr, "/some/path", "org.freedesktop.ScreenSaver", "ActiveChanged", 1);
+    signal(desktop, nullptr, "/some/path", "org.gnome.ScreenSaver", "ActiveChanged", 0);
     ASSERT_TRUE(eventually([&] { return told.size() >= 3; }));
-    roundTrip(ours);
-    loop.runUntilIdle();
+    hearAll();
     EXPECT_THAT(told, ElementsAre("will sleep", "did wake", "screens did wake"));
     wake.screensDidWake();
     loop.runUntilIdle();
     EXPECT_EQ(told.size(), 4u);
+}
+
+TEST_F(WakeTest, thousandsOfForgedSleepsAndWakesHaveNoEffect)
+{
+    FakeLogind logind(loop, bus.address());
+    ASSERT_TRUE(eventually([&] { return logind.isHeldUp(); }));
+    hearAll();
+    BusConnection stranger(loop, bus.address());
+    const std::string us = ourName();
+    constexpr int forgeries = 3000;
+    for (int i = 0; i < forgeries; ++i) {
+        const char* const to = i % 2 == 0 ? us.c_str() : nullptr;
+        const char* const path = i % 3 == 0 ? "/some/path" : "/org/freedesktop/login1";
+        signal(stranger, to, path, "org.freedesktop.login1.Manager", "PrepareForSleep", i % 5 == 0 ? 0 : 1);
+        signal(stranger, to, path, "org.freedesktop.ScreenSaver", "ActiveChanged", 0);
+    }
+    // The last one is the login manager's own: what came before has been heard.
+    logind.prepareForSleep(true);
+    ASSERT_TRUE(eventually([&] { return !told.empty(); }));
+    hearAll();
+    EXPECT_THAT(told, ElementsAre("will sleep"));
+}
+
+TEST_F(WakeTest, aStrangerCannotPassForTheLoginManagerByNewsOfItsName)
+{
+    FakeLogind logind(loop, bus.address());
+    ASSERT_TRUE(eventually([&] { return logind.isHeldUp(); }));
+    hearAll();
+    BusConnection stranger(loop, bus.address());
+    const char* strangersName = nullptr;
+    sd_bus_get_unique_name(stranger.get(), &strangersName);
+    sd_bus_message* news = nullptr;
+    sd_bus_message_new_signal(
+        stranger.get(), &news, "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameOwnerChanged");
+    const BusMessage owned(news);
+    sd_bus_message_append(news, "sss", "org.freedesktop.login1", "", strangersName);
+    sd_bus_message_set_destination(news, ourName().c_str());
+    sd_bus_send(stranger.get(), news, nullptr);
+    signal(
+        stranger, ourName().c_str(), "/org/freedesktop/login1", "org.freedesktop.login1.Manager", "PrepareForSleep", 1);
+    sd_bus_flush(stranger.get());
+    logind.prepareForSleep(false);
+    ASSERT_TRUE(eventually([&] { return !told.empty(); }));
+    hearAll();
+    EXPECT_THAT(told, ElementsAre("did wake"));
+}
+
+TEST_F(WakeTest, aSleepOfTheOwnersOnAnotherObjectIsNone)
+{
+    FakeLogind logind(loop, bus.address());
+    ASSERT_TRUE(eventually([&] { return logind.isHeldUp(); }));
+    hearAll();
+    logind.prepareForSleep(true, "/some/path");
+    logind.prepareForSleep(false);
+    ASSERT_TRUE(eventually([&] { return !told.empty(); }));
+    hearAll();
+    EXPECT_THAT(told, ElementsAre("did wake"));
+}
+
+TEST_F(WakeTest, aSleepThatNobodyEndsIsOverWhenKeysArePressed)
+{
+    FakeLogind logind(loop, bus.address());
+    ASSERT_TRUE(eventually([&] { return logind.isHeldUp(); }));
+    hearAll();
+    wake.keyPressed();
+    loop.runUntilIdle();
+    EXPECT_TRUE(told.empty());
+
+    logind.prepareForSleep(true);
+    ASSERT_TRUE(eventually([&] { return told.size() == 1; }));
+    // The machine may still be on its way to sleep.
+    loop.advance(LogindWake::longestFallingAsleep - 1ms);
+    wake.keyPressed();
+    loop.runUntilIdle();
+    EXPECT_THAT(told, ElementsAre("will sleep"));
+    loop.advance(1ms);
+    wake.keyPressed();
+    wake.keyPressed();
+    loop.runUntilIdle();
+    EXPECT_THAT(told, ElementsAre("will sleep", "did wake"));
+    EXPECT_TRUE(eventually([&] { return logind.requests().size() == 2 && logind.isHeldUp(); }));
 }
 
 TEST_F(SessionBusTest, sleepWaitsUntilEveryoneHasBeenToldOfIt)
