@@ -38,12 +38,13 @@ void AppDelegate::applicationDidFinishLaunching()
 {
     requireMainThread();
     controller_ = makeController();
+    desk_ = std::make_shared<VolumeDesk>(platform_.displayBusHealth, controller_);
     statusController_ = std::make_shared<StatusMenuController>(
         StatusMenuController::Platform{platform_.runLoop, platform_.desktop, platform_.userDefaults, platform_.trust,
             platform_.displayBusHealth, platform_.views},
-        controller_);
+        desk_);
     mediaKeyTap_ = std::make_shared<MediaKeyTap>(
-        platform_.eventTaps, platform_.runLoop, platform_.displayBusHealth, controller_, statusController_);
+        platform_.eventTaps, platform_.runLoop, platform_.displayBusHealth, desk_, statusController_);
     statusController_->onEnabledChanged = [this, weakTap = std::weak_ptr(mediaKeyTap_)](bool isEnabled) {
         const auto tap = weakTap.lock();
         if (!tap)
@@ -105,14 +106,7 @@ void AppDelegate::tellOfPreferences()
 /// A command that a monitor accepted and did not carry out goes over the path that is left: no key is lost.
 void AppDelegate::busesChanged()
 {
-    if (platform_.displayBusHealth.takeLostWrite()) {
-        // Nobody has read the volume since the command, so the state still shows what was wanted.
-        const VolumeSnapshot wanted = controller_->state().volume;
-        controller_->refresh();
-        controller_->handle(VolumeCommand::setLevel(wanted.level));
-        if (wanted.isMuted)
-            controller_->handle(VolumeCommand::setMuted(true));
-    }
+    desk_->makeUpForLostWrite();
     statusController_->scheduleRefresh();
 }
 

@@ -79,6 +79,7 @@ private:
 
     AppPlatform platform_;
     std::shared_ptr<QuenstalController> controller_;
+    std::shared_ptr<VolumeDesk> desk_;
     std::shared_ptr<StatusMenuController> statusController_;
     std::shared_ptr<MediaKeyTap> mediaKeyTap_;
     /// The policy's last answer.

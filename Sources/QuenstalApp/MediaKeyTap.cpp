@@ -34,11 +34,12 @@ std::optional<MediaKeyRouter::Key> mediaKeyFrom(const TapEvent& event)
 } // namespace
 
 MediaKeyTap::MediaKeyTap(EventTaps& eventTaps, RunLoop& runLoop, DisplayBusHealth& displayBusHealth,
-    std::shared_ptr<QuenstalController> controller, std::weak_ptr<StatusMenuController> statusController)
+    std::shared_ptr<VolumeDesk> desk, std::weak_ptr<StatusMenuController> statusController)
     : eventTaps_(eventTaps)
     , displayBusHealth_(displayBusHealth)
     , tasks_(runLoop)
-    , controller_(std::move(controller))
+    , desk_(std::move(desk))
+    , controller_(desk_->controller())
     , statusController_(std::move(statusController))
 {
 }
@@ -139,7 +140,7 @@ bool MediaKeyTap::carryOut(MediaKeyRouter::Key mediaKey)
     const auto command = router_.command(mediaKey, controller_->state().permissions);
     if (!command)
         return false;
-    const bool isApplied = controller_->handle(*command).is<VolumeCommandResult::Applied>();
+    const bool isApplied = desk_->handle(*command);
     if (const auto statusController = statusController_.lock())
         statusController->scheduleRefresh();
     return isApplied;

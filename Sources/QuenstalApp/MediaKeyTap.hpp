@@ -1,5 +1,6 @@
 #pragma once
 
+#include "QuenstalApp/VolumeDesk.hpp"
 #include "QuenstalCore/MenuPresenter.hpp"
 #include "QuenstalCore/QuenstalController.hpp"
 #include "QuenstalPlatform/DisplayBuses.hpp"
@@ -18,7 +19,7 @@ class StatusMenuController;
 class MediaKeyTap {
 public:
     MediaKeyTap(EventTaps& eventTaps, RunLoop& runLoop, DisplayBusHealth& displayBusHealth,
-        std::shared_ptr<QuenstalController> controller, std::weak_ptr<StatusMenuController> statusController);
+        std::shared_ptr<VolumeDesk> desk, std::weak_ptr<StatusMenuController> statusController);
     MediaKeyTap(const MediaKeyTap&) = delete;
     MediaKeyTap& operator=(const MediaKeyTap&) = delete;
 
@@ -46,6 +47,7 @@ private:
     EventTaps& eventTaps_;
     DisplayBusHealth& displayBusHealth_;
     OwnedTasks tasks_;
+    std::shared_ptr<VolumeDesk> desk_;
     std::shared_ptr<QuenstalController> controller_;
     std::weak_ptr<StatusMenuController> statusController_;
     MediaKeyRouter router_;

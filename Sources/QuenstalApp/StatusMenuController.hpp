@@ -48,7 +48,7 @@ public:
 
     /// Shows the item at once, from the controller's stored state. The set-up guide opens by itself until the user has
     /// finished it once.
-    StatusMenuController(const Platform& platform, std::shared_ptr<QuenstalController> controller);
+    StatusMenuController(const Platform& platform, std::shared_ptr<VolumeDesk> desk);
     ~StatusMenuController();
     StatusMenuController(const StatusMenuController&) = delete;
     StatusMenuController& operator=(const StatusMenuController&) = delete;
@@ -126,6 +126,7 @@ private:
     Platform platform_;
     OwnedTasks tasks_;
     std::unique_ptr<StatusItem> statusItem_;
+    std::shared_ptr<VolumeDesk> desk_;
     std::shared_ptr<QuenstalController> controller_;
     SetupGuidePreferences setupPreferences_;
     GlassDialViewState viewState_;

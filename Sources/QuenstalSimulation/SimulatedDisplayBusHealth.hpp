@@ -30,11 +30,8 @@ public:
         problems_ = std::move(problems);
         tellOfChange();
     }
-    void loseWrite()
-    {
-        hasLostWrite_ = true;
-        tellOfChange();
-    }
+    /// Observers hear of it with the next change.
+    void loseWrite() { hasLostWrite_ = true; }
     /// From now on tasks wait until the monitor has answered.
     void askMonitor() { isBeingAsked_ = true; }
     void monitorAnswers()

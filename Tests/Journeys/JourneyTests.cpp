@@ -5,6 +5,8 @@
 #include <chrono>
 #include <string>
 
+#include <span>
+
 namespace quenstal {
 namespace {
 
@@ -76,12 +78,149 @@ TEST_F(JourneyTest, aKeyThatTheMonitorLosesMovesTheSoftwareGain)
     machine.launch();
     machine.taps.play([](std::uint32_t, std::uint64_t) { return 1.0F; });
     machine.press(down);
-    const double wanted = machine.state().volume.level;
     monitor->setQuirks({.isDeaf = true});
     machine.busHealth.loseWrite();
+    machine.busHealth.tellOfChange();
     machine.loop.runUntilIdle();
     EXPECT_TRUE(machine.state().mode.is<ControlMode::SoftwareTap>());
-    EXPECT_NEAR(loudest(machine.taps.runCycles(4)), wanted, 1e-6);
+    EXPECT_EQ(loudest(machine.taps.runCycles(4)), 0.4375F);
+}
+
+/// A monitor that took a key and lost it. Nobody has heard of that yet.
+struct LostWriteTest : JourneyTest {
+    void launchOnMonitorAt(std::uint16_t volume)
+    {
+        machine.plugInMonitorOutput();
+        monitor = machine.plugInMonitor({.volume = volume, .quirks = {.busyAfterSet = 0ms}});
+        machine.launch();
+    }
+    void loseKey(std::int64_t key)
+    {
+        const std::uint16_t before = monitor->volume();
+        machine.press(key);
+        monitor->setVolume(before);
+    }
+    void tellOfLoss()
+    {
+        machine.busHealth.loseWrite();
+        machine.busHealth.tellOfChange();
+        machine.loop.runUntilIdle();
+    }
+    static std::uint16_t loudestSince(std::size_t beginning, const SimulatedMonitor& monitor)
+    {
+        const std::vector<MonitorTransaction> journal = monitor.journal();
+        std::uint16_t loudest = 0;
+        for (const MonitorTransaction& transaction : std::span(journal).subspan(beginning))
+            loudest = std::max(loudest, transaction.value);
+        return loudest;
+    }
+    void setAnswering(bool answers) { monitor->setQuirks({.busyAfterSet = 0ms, .isDeaf = !answers}); }
+
+    std::shared_ptr<SimulatedMonitor> monitor;
+};
+
+TEST_F(LostWriteTest, isNotCarriedOutOnAnOutputThatCameMeanwhile)
+{
+    launchOnMonitorAt(90);
+    const AudioObjectID speakers = machine.plugInSpeakers();
+    machine.audio.changeVolumeElsewhere(speakers, audioElementMain, 0.2F);
+    loseKey(up);
+    machine.audio.setDefaultOutput(speakers);
+    tellOfLoss();
+    EXPECT_FLOAT_EQ(machine.audio.output(speakers)->volumes.at(0).value, 0.2F);
+    EXPECT_EQ(monitor->volume(), 90);
+}
+
+TEST_F(LostWriteTest, isCarriedOutAsItWasMeantWhenTheStateIsAnotherByThen)
+{
+    launchOnMonitorAt(30);
+    loseKey(down);
+    setAnswering(false);
+    machine.view().refreshOutput();
+    EXPECT_EQ(machine.state().volume.level, 1) << "the software path has a volume of its own";
+    setAnswering(true);
+    tellOfLoss();
+    EXPECT_EQ(monitor->volume(), 24);
+    EXPECT_EQ(machine.desktop.statusButton()->title, " 24%");
+}
+
+TEST_F(LostWriteTest, isNotCarriedOutOnAnotherMonitor)
+{
+    launchOnMonitorAt(50);
+    loseKey(up);
+    monitor->setVolume(10);
+    machine.displays.displays = {{2, false}};
+    tellOfLoss();
+    EXPECT_EQ(monitor->volume(), 10);
+}
+
+TEST_F(LostWriteTest, makesNothingLouderThanWasAskedFor)
+{
+    struct Row {
+        const char* what;
+        std::uint16_t volume;
+        std::int64_t key;
+        std::uint16_t knob;
+        std::uint16_t after;
+    };
+    // clang-format off
+    const std::vector<Row> rows{
+        {"up, and the knob was not touched",      50, up,   50, 56},
+        {"up, and the knob was turned up",        50, up,   80, 56},
+        {"down, and the knob was turned up",      50, down, 80, 44},
+        {"down, and the knob was turned down",    50, down, 20, 20},
+        {"mute, and the knob was turned down",    50, mute, 20, 0},
+        {"mute off, and the knob was not touched", 0, mute, 0,  50},
+    };
+    // clang-format on
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        SimulatedMachine one;
+        one.plugInMonitorOutput();
+        const auto only = one.plugInMonitor({.volume = row.volume, .quirks = {.busyAfterSet = 0ms}});
+        one.launch();
+        one.press(row.key);
+        only->setVolume(row.knob);
+        const std::size_t before = only->journal().size();
+        one.busHealth.loseWrite();
+        one.busHealth.tellOfChange();
+        one.loop.runUntilIdle();
+        EXPECT_EQ(only->volume(), row.after);
+        EXPECT_LE(loudestSince(before, *only), std::max(row.knob, row.after)) << "not even for a moment";
+    }
+}
+
+TEST_F(LostWriteTest, aMuteThatIsCarriedOutInSoftwareLeadsBackToTheLevelBefore)
+{
+    launchOnMonitorAt(80);
+    loseKey(mute);
+    setAnswering(false);
+    tellOfLoss();
+    EXPECT_EQ(machine.desktop.statusButton()->title, " Muted");
+    machine.press(mute);
+    EXPECT_EQ(machine.desktop.statusButton()->title, " 80%");
+}
+
+TEST_F(LostWriteTest, theNextKeyStartsFromItEvenBeforeItIsTold)
+{
+    launchOnMonitorAt(50);
+    loseKey(down);
+    setAnswering(false);
+    machine.busHealth.loseWrite();
+    machine.press(down);
+    EXPECT_EQ(machine.desktop.statusButton()->title, " 38%");
+}
+
+TEST_F(LostWriteTest, isCarriedOutOnce)
+{
+    launchOnMonitorAt(50);
+    loseKey(down);
+    tellOfLoss();
+    EXPECT_EQ(monitor->volume(), 44);
+    monitor->setVolume(90);
+    machine.busHealth.tellOfChange();
+    machine.loop.runUntilIdle();
+    EXPECT_EQ(monitor->volume(), 90);
 }
 
 TEST_F(JourneyTest, onAMonitorWithoutDDCTheKeysMoveTheSoftwareGain)

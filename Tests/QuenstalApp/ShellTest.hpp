@@ -60,9 +60,10 @@ struct ShellTest : ControllerTest {
     void launch()
     {
         controller = ports.makeController();
+        desk = std::make_shared<VolumeDesk>(busHealth, controller);
         status = std::make_shared<StatusMenuController>(
-            StatusMenuController::Platform{loop, desktop, preferences, trust, busHealth, views}, controller);
-        tap = std::make_unique<MediaKeyTap>(taps, loop, busHealth, controller, status);
+            StatusMenuController::Platform{loop, desktop, preferences, trust, busHealth, views}, desk);
+        tap = std::make_unique<MediaKeyTap>(taps, loop, busHealth, desk, status);
         ports.takeCalls();
     }
 
@@ -91,6 +92,7 @@ struct ShellTest : ControllerTest {
     SimulatedEventTaps taps;
     NoViews views;
     std::shared_ptr<QuenstalController> controller;
+    std::shared_ptr<VolumeDesk> desk;
     std::shared_ptr<StatusMenuController> status;
     std::unique_ptr<MediaKeyTap> tap;
 };

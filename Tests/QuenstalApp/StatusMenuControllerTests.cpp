@@ -21,7 +21,8 @@ TEST_F(StatusMenuControllerTest, theStatusButtonShowsSymbolAndTitleFromConstruct
     controller = ports.makeController();
     ports.takeCalls();
     status = std::make_shared<StatusMenuController>(
-        StatusMenuController::Platform{loop, desktop, preferences, trust, busHealth, views}, controller);
+        StatusMenuController::Platform{loop, desktop, preferences, trust, busHealth, views},
+        std::make_shared<VolumeDesk>(busHealth, controller));
     EXPECT_THAT(ports.takeCalls(), IsEmpty());
     EXPECT_EQ(desktop.statusButton(),
         (StatusButtonAppearance{

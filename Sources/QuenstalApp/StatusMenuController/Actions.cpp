@@ -71,13 +71,13 @@ void StatusMenuController::configureEQActions()
 
 void StatusMenuController::setVolume(std::int64_t percent)
 {
-    controller_->handle(GlassDialInteraction::command(percent));
+    desk_->handle(GlassDialInteraction::command(percent));
     sync(controller_->state());
 }
 
 void StatusMenuController::toggleMute()
 {
-    controller_->handle(GlassDialInteraction::muteCommand());
+    desk_->handle(GlassDialInteraction::muteCommand());
     sync(controller_->state());
 }
 

@@ -44,9 +44,9 @@ bool SoftwareStay::carryOver(const Stay& stay)
 {
     if (!stay.isChosen || audibleLevel(controller_->state().volume) <= audibleLevel(stay.volume))
         return false;
-    controller_->handle(VolumeCommand::setLevel(stay.volume.level));
+    desk_->handle(VolumeCommand::setLevel(stay.volume.level));
     if (stay.volume.isMuted)
-        controller_->handle(VolumeCommand::setMuted(true));
+        desk_->handle(VolumeCommand::setMuted(true));
     return true;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "QuenstalCore/QuenstalController.hpp"
+#include "QuenstalApp/VolumeDesk.hpp"
 
 #include <memory>
 #include <optional>
@@ -13,8 +13,9 @@ namespace quenstal {
 /// volume that the user chose meanwhile. Main thread.
 class SoftwareStay {
 public:
-    explicit SoftwareStay(std::shared_ptr<QuenstalController> controller)
-        : controller_(std::move(controller))
+    explicit SoftwareStay(std::shared_ptr<VolumeDesk> desk)
+        : desk_(std::move(desk))
+        , controller_(desk_->controller())
     {
     }
 
@@ -32,6 +33,7 @@ private:
     void remain(const QuenstalState& state);
     bool carryOver(const Stay& stay);
 
+    std::shared_ptr<VolumeDesk> desk_;
     std::shared_ptr<QuenstalController> controller_;
     std::optional<Stay> stay_;
 };

@@ -13,15 +13,16 @@ constexpr double symbolPointSize = 13;
 
 } // namespace
 
-StatusMenuController::StatusMenuController(const Platform& platform, std::shared_ptr<QuenstalController> controller)
+StatusMenuController::StatusMenuController(const Platform& platform, std::shared_ptr<VolumeDesk> desk)
     : platform_(platform)
     , tasks_(platform.runLoop)
     , statusItem_(platform.desktop.createStatusItem(*this))
-    , controller_(std::move(controller))
+    , desk_(std::move(desk))
+    , controller_(desk_->controller())
     , setupPreferences_(platform.userDefaults)
     , viewState_(GlassDialSnapshot(controller_->state()), SetupGuideSnapshot(controller_->state()))
     , panel_(platform.desktop.createPanel(QuenstalPanel::settings(currentWindowSize())))
-    , softwareStay_(controller_)
+    , softwareStay_(desk_)
 {
     refreshStatusButton(viewState_.snapshot());
     viewState_.setPermissionNeeds(permissionNeeds(controller_->state()));
@@ -108,7 +109,7 @@ void StatusMenuController::statusItemScrolled(int notches)
     const VolumeCommand step = notches > 0 ? VolumeCommand::stepUp() : VolumeCommand::stepDown();
     const auto scroll = [this, step, notches] {
         for (int remaining = std::abs(notches); remaining > 0; --remaining)
-            controller_->handle(step);
+            desk_->handle(step);
         sync(controller_->state());
     };
     withRecentVolume(*controller_, platform_.displayBusHealth, tasks_.whileOwned(scroll));
