@@ -92,8 +92,8 @@ public:
     /// went away: time to refresh. Several reasons that come together are told once.
     [[nodiscard]] virtual Cancellation observeChanges(RunLoop::Task task) = 0;
     virtual std::vector<DisplayBusProblem> problems() const = 0;
-    /// Whether the last write that was accepted has failed since, which is asked for once. Such a failure is among the
-    /// reasons that observers run for.
+    /// Whether the last write that any bus accepted has failed since, which is asked for once. Such a failure is among
+    /// the reasons that observers run for.
     virtual bool takeLostWrite() = 0;
     /// Runs the task when the volume that the current output's monitors answer was read a moment ago: at once, or when
     /// they have been asked again, or after 200 ms. Tasks run in the order in which they came.

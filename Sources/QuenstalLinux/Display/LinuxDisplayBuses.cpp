@@ -71,16 +71,19 @@ PlatformStatus LinuxDisplayBuses::openI2CInterface(
 PlatformStatus LinuxDisplayBuses::sendI2CRequest(
     I2CConnection connection, std::uint32_t /*options*/, I2CRequest& request)
 {
-    BusEngine* engine = engineOf(connection);
+    const std::shared_ptr<BusEngine> engine = engineOf(connection);
     if (!engine)
         return ENXIO;
     if (request.sendAddress != writeAddress)
         return EINVAL;
     const std::span sent(request.sendBuffer, request.sendBytes);
     const std::span reply(request.replyBuffer, request.replyBytes);
-    request.result = request.replyTransactionType == I2CTransactionType::none
+    const bool isSet = request.replyTransactionType == I2CTransactionType::none;
+    request.result = isSet
         ? engine->set(sent)
         : engine->get(sent, std::chrono::nanoseconds(request.minReplyDelay), reply, registry_.coldBudget());
+    if (isSet && request.result == 0)
+        registry_.noteWrite(engine);
     return 0;
 }
 
@@ -101,10 +104,10 @@ DisplayBusObject LinuxDisplayBuses::add(Engines engines)
     return lastObject_;
 }
 
-BusEngine* LinuxDisplayBuses::engineOf(std::uint32_t object) const
+std::shared_ptr<BusEngine> LinuxDisplayBuses::engineOf(std::uint32_t object) const
 {
     const auto entry = objects_.find(object);
-    return entry == objects_.end() || entry->second.empty() ? nullptr : entry->second.front().get();
+    return entry == objects_.end() || entry->second.empty() ? nullptr : entry->second.front();
 }
 
 std::vector<DisplayID> LinuxDisplays::onlineDisplays() const

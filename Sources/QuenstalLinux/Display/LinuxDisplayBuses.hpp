@@ -33,7 +33,7 @@ private:
     using Engines = std::vector<std::shared_ptr<BusEngine>>;
 
     DisplayBusObject add(Engines engines);
-    BusEngine* engineOf(std::uint32_t object) const;
+    std::shared_ptr<BusEngine> engineOf(std::uint32_t object) const;
 
     MonitorRegistry& registry_;
     std::unordered_map<std::uint32_t, Engines> objects_;

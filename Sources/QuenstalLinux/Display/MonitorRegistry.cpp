@@ -211,7 +211,6 @@ void MonitorRegistry::retire(std::vector<Monitor> monitors)
         if (monitor.engine->belief() == Belief::onWriting)
             doubted_.insert(monitor.connector.edid);
         monitor.engine->beginStop();
-        hasLostWrite_ |= monitor.engine->takeLostSet();
         retired_.push_back(std::move(monitor.engine));
     }
     std::erase_if(retired_, [](const auto& engine) { return engine->hasStopped(); });
@@ -251,10 +250,7 @@ std::vector<DisplayBusProblem> MonitorRegistry::problems() const
 
 bool MonitorRegistry::takeLostWrite()
 {
-    bool isLost = std::exchange(hasLostWrite_, false);
-    for (const Monitor& monitor : externalMonitors())
-        isLost |= monitor.engine && monitor.engine->takeLostSet();
-    return isLost;
+    return lastWritten_ && lastWritten_->takeLostSet();
 }
 
 void MonitorRegistry::whenRecent(RunLoop::Task task)
@@ -324,6 +320,7 @@ void MonitorRegistry::stop()
     endOfWait_.reset();
     waiting_.clear();
     retire(std::exchange(monitors_, {}));
+    lastWritten_.reset();
     // Each waits for its own end, all of them together no longer than one.
     retired_.clear();
     scanner_.reset();

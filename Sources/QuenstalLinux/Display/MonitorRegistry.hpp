@@ -49,6 +49,8 @@ public:
     /// All connectors: the candidates first, then the other external ones, then panels inside the machine.
     std::vector<Connector> connectors();
     ColdBudget& coldBudget() { return coldBudget_; }
+    /// The engine accepted a Set: what another one loses from now on is out of date.
+    void noteWrite(std::shared_ptr<BusEngine> engine) { lastWritten_ = std::move(engine); }
 
     /// Connectors or I2C devices came, went or changed. Looks again once, a little later, however often it is said.
     void devicesChanged();
@@ -99,8 +101,8 @@ private:
     std::vector<RunLoop::Task> waiting_;
     Cancellation endOfWait_;
     bool isAsleep_ = false;
-    /// By an engine that is retired since.
-    bool hasLostWrite_ = false;
+    /// Perhaps retired since.
+    std::shared_ptr<BusEngine> lastWritten_;
     bool willTellObservers_ = false;
     std::uint64_t lastObserver_ = 0;
     std::shared_ptr<Observers> observers_ = std::make_shared<Observers>();
