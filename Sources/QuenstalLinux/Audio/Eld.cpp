@@ -120,4 +120,9 @@ std::optional<Eld> readEld(const SoundCardRoots& roots, int card, int device)
     return texts.size() == 1 ? std::optional(std::move(texts.front())) : std::nullopt;
 }
 
+EldReader systemEldReader()
+{
+    return [](int card, int device) { return readEld(SoundCardRoots{}, card, device); };
+}
+
 } // namespace quenstal

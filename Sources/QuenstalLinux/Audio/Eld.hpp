@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -37,5 +38,10 @@ std::optional<Eld> parseEldText(std::string_view text);
 /// What the card's playback device plays on: by the card's control, else by the card's text files when they leave no
 /// doubt. None when that cannot be told.
 std::optional<Eld> readEld(const SoundCardRoots& roots, int card, int device);
+
+/// The same, by whatever way the machine has.
+using EldReader = std::function<std::optional<Eld>(int card, int device)>;
+/// Asks the kernel.
+EldReader systemEldReader();
 
 } // namespace quenstal

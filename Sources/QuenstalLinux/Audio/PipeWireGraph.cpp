@@ -93,7 +93,7 @@ struct PipeWireGraph::Events {
         SinkNode& sink = bound.owner.graph_.sinks.at(bound.id);
         sink.properties = copied(info->props);
         sink.isComplete = true;
-        bound.owner.updateEld(sink);
+        sink.eld = bound.owner.eldOf(sink);
         bound.owner.changed(GraphChange::outputs);
     }
     static void nodeParam(void* data, int, std::uint32_t id, std::uint32_t, std::uint32_t, const spa_pod* param)
@@ -114,12 +114,15 @@ struct PipeWireGraph::Events {
         // Subscribing would tell of the routes once, but not of their changes.
         if ((info->change_mask & PW_DEVICE_CHANGE_MASK_PARAMS) != 0)
             bound.owner.askForRoutes();
-        if ((info->change_mask & PW_DEVICE_CHANGE_MASK_PROPS) == 0)
-            return;
-        CardDevice& card = bound.owner.graph_.devices[bound.id];
-        card.properties = copied(info->props);
-        card.isComplete = true;
-        bound.owner.changed(GraphChange::outputs);
+        const bool hasProperties = (info->change_mask & PW_DEVICE_CHANGE_MASK_PROPS) != 0;
+        if (hasProperties) {
+            CardDevice& card = bound.owner.graph_.devices[bound.id];
+            card.properties = copied(info->props);
+            card.isComplete = true;
+        }
+        bound.owner.updateEldsOf(bound.id);
+        if (hasProperties)
+            bound.owner.changed(GraphChange::outputs);
     }
     static void deviceParam(void* data, int, std::uint32_t, std::uint32_t index, std::uint32_t, const spa_pod* param)
     {
@@ -130,8 +133,6 @@ struct PipeWireGraph::Events {
             card.outputRoutes.clear();
         if (auto route = parseOutputRoute(param))
             card.outputRoutes.insert_or_assign(route->first, std::move(route->second));
-        for (auto& [id, sink] : bound.owner.graph_.sinks)
-            bound.owner.updateEld(sink);
         const bool wasWaitedFor = !std::exchange(card.hasToldRoutes, true);
         bound.owner.changed(wasWaitedFor ? GraphChange::outputs : GraphChange::volumes);
     }
@@ -156,10 +157,10 @@ struct PipeWireGraph::Events {
     static constexpr pw_metadata_events settings{PW_VERSION_METADATA_EVENTS, settingsProperty};
 };
 
-PipeWireGraph::PipeWireGraph(PipeWireConnection& connection, RunLoop& runLoop, SoundCardRoots soundCards)
+PipeWireGraph::PipeWireGraph(PipeWireConnection& connection, RunLoop& runLoop, EldReader readEld)
     : connection_(connection)
     , runLoop_(runLoop)
-    , soundCards_(std::move(soundCards))
+    , readEld_(std::move(readEld))
     , defaultsQuestion_(
           connection, [this](std::uint32_t subject, const char* key, const char* type, const char* value) {
               // Not about streams: what two connections tell may be told out of turn.
@@ -374,7 +375,7 @@ bool PipeWireGraph::setsTargetsThrough(std::uint32_t proxyID) const
     return defaults_ && defaults_->isProxy(proxyID);
 }
 
-void PipeWireGraph::updateEld(SinkNode& sink) const
+std::optional<Eld> PipeWireGraph::eldOf(const SinkNode& sink) const
 {
     const CardDevice* const card = graph_.cardOf(sink);
     const auto number = [&](const char* key, const char* olderKey) {
@@ -387,7 +388,21 @@ void PipeWireGraph::updateEld(SinkNode& sink) const
     };
     const int cardNumber = number("api.alsa.pcm.card", "alsa.card");
     const int device = number("api.alsa.pcm.device", "alsa.device");
-    sink.eld = cardNumber >= 0 && device >= 0 ? readEld(soundCards_, cardNumber, device) : std::nullopt;
+    return cardNumber >= 0 && device >= 0 ? readEld_(cardNumber, device) : std::nullopt;
+}
+
+void PipeWireGraph::updateEldsOf(std::uint32_t card)
+{
+    bool isNews = false;
+    for (auto& [id, sink] : graph_.sinks) {
+        if (graph_.cardNumberOf(sink) != card)
+            continue;
+        auto eld = eldOf(sink);
+        isNews = isNews || eld != sink.eld;
+        sink.eld = std::move(eld);
+    }
+    if (isNews)
+        changed(GraphChange::outputs);
 }
 
 void PipeWireGraph::changed(GraphChange change)

@@ -34,8 +34,8 @@ public:
         ~Observer() = default;
     };
 
-    /// Both outlive it.
-    PipeWireGraph(PipeWireConnection& connection, RunLoop& runLoop, SoundCardRoots soundCards = {});
+    /// Both outlive it. The reader is asked once for a new output, and once for each output of a card that changed.
+    PipeWireGraph(PipeWireConnection& connection, RunLoop& runLoop, EldReader readEld = systemEldReader());
     ~PipeWireGraph();
     PipeWireGraph(const PipeWireGraph&) = delete;
     PipeWireGraph& operator=(const PipeWireGraph&) = delete;
@@ -72,12 +72,15 @@ private:
     void defaultMetadataSet(std::uint32_t subject, const char* key, const char* type, const char* value);
     void askForRoutes();
     void askForDefaultsLater();
-    void updateEld(SinkNode& sink) const;
+    /// What the sound card knows of the monitor behind the sink. Asks the card.
+    std::optional<Eld> eldOf(const SinkNode& sink) const;
+    /// The card may have learned of another monitor.
+    void updateEldsOf(std::uint32_t card);
     void changed(GraphChange change);
 
     PipeWireConnection& connection_;
     RunLoop& runLoop_;
-    const SoundCardRoots soundCards_;
+    const EldReader readEld_;
     AudioGraph graph_;
     std::vector<Observer*> observers_;
     PipeWireHook registryHook_;

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace quenstal {
 namespace {
@@ -112,6 +113,37 @@ TEST_F(OutputTest, aVolumeChangedElsewhereIsReportedAndReadOurOwnIsNot)
     EXPECT_TRUE(waitForLevel(device, [](double level) { return std::abs(level - 0.7) < 0.001; }));
     changeElsewhere("mute: true");
     EXPECT_TRUE(loop.runUntil([&] { return parts->system.readVolume(device).isMuted; }));
+}
+
+TEST_F(OutputTest, aCardThatChangesIsAskedOnceForItsMonitorHoweverOftenItTellsItsRoutes)
+{
+    struct RouteAnswers final : PipeWireGraph::Observer {
+        void graphChanged(GraphChange change) override { count += change == GraphChange::volumes ? 1 : 0; }
+        int count = 0;
+    };
+    plugInUsb();
+    std::vector<std::pair<int, int>> asked;
+    PipeWireGraph graph(parts->connection, loop, [&](int card, int device) {
+        asked.emplace_back(card, device);
+        return std::optional<Eld>();
+    });
+    RouteAnswers answers;
+    graph.addObserver(answers);
+    const auto route = [&]() -> const OutputRoute* {
+        const auto sink = graph.graph().sinkNamed(usbUID);
+        return sink ? graph.graph().routeOf(graph.graph().sinks.at(*sink)) : nullptr;
+    };
+    // The routes are asked for three times, and are told again each time.
+    const auto change = [&](bool muted) {
+        answers.count = 0;
+        changeElsewhere(muted ? "mute: true" : "mute: false");
+        return loop.runUntil([&] { return route() && route()->volume->muted == muted && answers.count >= 3; });
+    };
+    ASSERT_TRUE(change(true));
+    asked.clear();
+    ASSERT_TRUE(change(false));
+    EXPECT_EQ(asked, (std::vector{std::pair(9, 0)}));
+    graph.removeObserver(answers);
 }
 
 TEST_F(OutputTest, theServerIsWaitedForAndFoundAgain)
