@@ -5,6 +5,7 @@
 //   audio_session_card surround  one with six speakers
 //   audio_session_card usb       a USB card with a volume of its own, carried out by its hardware
 //   audio_session_card builtin   built-in loudspeakers
+//   audio_session_card theatre   a USB amplifier with six speakers, whose volume the server carries out
 //
 // Prints "ready" when the server shows it, and the card's own volume whenever it is set, as sliders show it: "volume
 // 0.40", "volume 0.40 muted".
@@ -109,6 +110,17 @@ const std::map<std::string_view, Output> outputs{
             {"device.profile.name", "analog-stereo"},
             {"priority.session", "300"},
             {"priority.driver", "300"},
+        }}},
+    {"theatre",
+        {{
+            {"node.name", "alsa_output.usb-Simulated_Theatre-00.analog-surround-51"},
+            {"node.description", "Simulated Theatre"},
+            {"audio.position", "FL,FR,FC,LFE,RL,RR"},
+            {"device.api", "alsa"},
+            {"device.bus", "usb"},
+            {"device.profile.name", "analog-surround-51"},
+            {"priority.session", "200"},
+            {"priority.driver", "200"},
         }}},
 };
 
@@ -318,7 +330,7 @@ int main(int argc, char** argv)
 {
     const auto output = outputs.find(argc == 2 ? argv[1] : "");
     if (output == outputs.end()) {
-        std::fputs("usage: audio_session_card monitor|monitor2|surround|usb|builtin\n", stderr);
+        std::fputs("usage: audio_session_card monitor|monitor2|surround|usb|builtin|theatre\n", stderr);
         return 2;
     }
     pw_init(nullptr, nullptr);

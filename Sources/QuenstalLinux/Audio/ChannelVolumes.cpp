@@ -9,6 +9,8 @@ namespace {
 
 /// Far below one step of any slider.
 constexpr float scalarTolerance = 1e-4F;
+/// One per cent of a slider. What is left of a balance below it is rounding.
+constexpr float quietestFront = 1e-6F;
 
 float loudest(const AudioVolume& volume)
 {
@@ -28,13 +30,23 @@ float factorOf(float scalar)
     return scalar * scalar * scalar;
 }
 
-AudioVolume withScalar(AudioVolume volume, std::size_t channel, float scalar)
+std::vector<float> balanceOf(const AudioVolume& volume)
 {
-    const float before = loudest(volume);
+    const float front = loudest(volume);
+    std::vector<float> balance;
+    for (std::size_t i = volumeElementCount; front >= quietestFront && i < volume.channels.size(); ++i)
+        balance.push_back(volume.channels[i] / front);
+    return balance;
+}
+
+AudioVolume withScalar(AudioVolume volume, std::size_t channel, float scalar, const std::vector<float>& balance)
+{
     volume.channels[channel] = factorOf(scalar);
-    const float after = loudest(volume);
-    for (std::size_t i = volumeElementCount; i < volume.channels.size(); ++i)
-        volume.channels[i] = before > 0 ? volume.channels[i] * (after / before) : after;
+    const float front = loudest(volume);
+    for (std::size_t i = volumeElementCount; i < volume.channels.size(); ++i) {
+        const std::size_t follower = i - volumeElementCount;
+        volume.channels[i] = std::min(follower < balance.size() ? front * balance[follower] : front, 1.0F);
+    }
     return volume;
 }
 

@@ -11,9 +11,13 @@ inline constexpr std::size_t volumeElementCount = 2;
 float scalarOf(float factor);
 float factorOf(float scalar);
 
-/// The volume with that scalar on one of the first two channels. The channels that have no element of their own follow
-/// the louder of the two, so that a centre loudspeaker keeps its place.
-AudioVolume withScalar(AudioVolume volume, std::size_t channel, float scalar);
+/// How loud the channels that have no element of their own are beside the louder of the first two. Empty while those are
+/// all but silent, which says nothing about the others.
+std::vector<float> balanceOf(const AudioVolume& volume);
+
+/// The volume with that scalar on one of the first two channels. The others follow the louder of the two in that
+/// balance, each as loud where it has none, so that a centre loudspeaker keeps its place. None of them is amplified.
+AudioVolume withScalar(AudioVolume volume, std::size_t channel, float scalar, const std::vector<float>& balance);
 
 /// Equal as far as a server's rounding goes.
 bool isSameVolume(const AudioVolume& left, const AudioVolume& right);

@@ -129,7 +129,7 @@ PlatformStatus PipeWireAudioObjects::setFloat32(AudioObjectID object, const Audi
         return -ENODEV;
     if (address.selector != AudioPropertySelector::volumeScalar || !hasProperty(object, address))
         return -ENOENT;
-    return write(object, withScalar(*volumeNow(object), address.element - 1, value));
+    return write(object, withScalar(*volumeNow(object), address.element - 1, value, outputs_.at(object).balance));
 }
 
 Cancellation PipeWireAudioObjects::onOutputsChanged(std::function<void()> handler)
@@ -203,6 +203,12 @@ void PipeWireAudioObjects::graphChanged(GraphChange change)
         takeOverVolumes();
 }
 
+void PipeWireAudioObjects::Output::learnBalance()
+{
+    if (auto told = known ? balanceOf(*known) : std::vector<float>(); !told.empty())
+        balance = std::move(told);
+}
+
 void PipeWireAudioObjects::takeOverOutputs()
 {
     for (const auto& [id, sink] : graph_.graph().sinks) {
@@ -223,6 +229,8 @@ void PipeWireAudioObjects::takeOverVolumes()
         const bool appeared = output.known.has_value() != volume.has_value();
         const bool confirmed = output.wanted && volume && isSameVolume(output.wanted->volume, *volume);
         output.known = std::move(volume);
+        if (!output.wanted)
+            output.learnBalance();
         if (appeared)
             pendingAnnouncement_ = runLoop_.after({}, [this] { outputsChanged_.notify(); });
         if (confirmed)

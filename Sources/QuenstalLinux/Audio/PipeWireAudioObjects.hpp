@@ -7,6 +7,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace quenstal {
 
@@ -53,8 +54,12 @@ private:
         /// What is known to everyone: the server's last word.
         std::optional<AudioVolume> known;
         std::optional<Wanted> wanted;
+        /// As others chose it last. It is kept while the volume is 0 and has none.
+        std::vector<float> balance;
         /// Why the last write was refused, told to the next one.
         PlatformStatus lateStatus = 0;
+
+        void learnBalance();
     };
 
     void graphChanged(GraphChange change) override;

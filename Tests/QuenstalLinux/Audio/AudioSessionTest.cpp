@@ -11,7 +11,7 @@ namespace quenstal {
 
 namespace {
 
-constexpr const char* outputs[] = {"monitor", "monitor2", "surround", "usb", "builtin"};
+constexpr const char* outputs[] = {"monitor", "monitor2", "surround", "usb", "builtin", "theatre"};
 
 } // namespace
 

@@ -100,6 +100,21 @@ TEST_F(OutputTest, theVolumeIsTheOneThatTheDesktopShows)
     EXPECT_TRUE(parts->system.readVolume(device).isMuted);
 }
 
+TEST_F(OutputTest, loudspeakersKeepTheirBalanceThroughAVolumeOfZero)
+{
+    const AudioOutputDevice device = plugInDefault("theatre", theatreUID);
+    const auto sink = [&] { return parts->graph.graph().sinkNamed(theatreUID).value(); };
+    const auto factors = [&] { return parts->graph.graph().sinks.at(sink()).volume->channels; };
+    const std::vector<float> chosen{0.125F, 0.125F, 0.0625F, 0, 0.25F, 0.125F};
+    outputOf("pw-cli set-param " + std::to_string(sink())
+        + " Props '{ channelVolumes: [ 0.125, 0.125, 0.0625, 0.0, 0.25, 0.125 ] }'");
+    ASSERT_TRUE(loop.runUntil([&] { return factors() == chosen; }));
+    parts->system.setVolume({0, false}, device);
+    ASSERT_TRUE(loop.runUntil([&] { return factors() == std::vector<float>(6, 0); }));
+    parts->system.setVolume({0.5, false}, device);
+    EXPECT_TRUE(loop.runUntil([&] { return factors() == chosen; })) << testing::PrintToString(factors());
+}
+
 TEST_F(OutputTest, aVolumeChangedElsewhereIsReportedAndReadOurOwnIsNot)
 {
     const AudioOutputDevice device = plugInUsb();

@@ -88,16 +88,42 @@ TEST(ChannelVolumes, theScalarIsTheCubeRoot)
     }
 }
 
+AudioVolume withBothScalars(const AudioVolume& volume, float scalar, const std::vector<float>& balance)
+{
+    return withScalar(withScalar(volume, 0, scalar, balance), 1, scalar, balance);
+}
+
 TEST(ChannelVolumes, otherLoudspeakersFollowTheFrontPair)
 {
-    const AudioVolume six{{0.125F, 0.125F, 0.0625F, 0.125F, 0.25F, 0.25F}, {}, false, false};
-    const AudioVolume both = withScalar(withScalar(six, 0, 1.0F), 1, 1.0F);
-    EXPECT_EQ(both.channels, (std::vector<float>{1, 1, 0.5F, 1, 2, 2}));
-    const AudioVolume silent = withScalar(withScalar(six, 0, 0), 1, 0);
-    EXPECT_EQ(silent.channels, std::vector<float>(6, 0));
-    EXPECT_EQ(withScalar(withScalar(silent, 0, 0.5F), 1, 0.5F).channels, std::vector<float>(6, 0.125F));
+    const AudioVolume six{{0.125F, 0.125F, 0.0625F, 0.125F, 0.25F, 0}, {}, false, false};
+    const auto balance = balanceOf(six);
+    EXPECT_EQ(balance, (std::vector<float>{0.5F, 1, 2, 0}));
+    const AudioVolume louder = withBothScalars(six, 0.75F, balance);
+    const float front = 0.421875F;
+    EXPECT_EQ(louder.channels, (std::vector<float>{front, front, front / 2, front, front * 2, 0}));
     const AudioVolume mono{{0.125F}, {}, false, false};
-    EXPECT_EQ(withScalar(mono, 0, 1.0F).channels, std::vector<float>{1});
+    EXPECT_EQ(withScalar(mono, 0, 1, balanceOf(mono)).channels, std::vector<float>{1});
+}
+
+TEST(ChannelVolumes, theirBalanceOutlivesAVolumeOfZero)
+{
+    const AudioVolume six{{0.125F, 0.125F, 0.0625F, 0.125F, 0.25F, 0}, {}, false, false};
+    const auto balance = balanceOf(six);
+    const AudioVolume silent = withBothScalars(six, 0, balance);
+    EXPECT_EQ(silent.channels, std::vector<float>(6, 0));
+    EXPECT_EQ(balanceOf(silent), std::vector<float>()) << "unknown";
+    EXPECT_EQ(withBothScalars(silent, 0.5F, balance).channels, six.channels);
+    EXPECT_EQ(withBothScalars(silent, 0.5F, {}).channels, std::vector<float>(6, 0.125F)) << "was silent from the start";
+}
+
+TEST(ChannelVolumes, aLoudspeakerThatIsFarLouderThanTheFrontIsNotAmplifiedWithIt)
+{
+    const AudioVolume uneven{{1e-5F, 1e-5F, 1, 0.5F}, {}, false, false};
+    const auto balance = balanceOf(uneven);
+    EXPECT_EQ(withBothScalars(uneven, 1, balance).channels, (std::vector<float>{1, 1, 1, 1}));
+    EXPECT_FLOAT_EQ(withBothScalars(withBothScalars(uneven, 1, balance), 0.01F, balance).channels[2], 0.1F);
+    const AudioVolume tiny{{1e-45F, 0, 1}, {}, false, false};
+    EXPECT_EQ(withBothScalars(tiny, 0, balanceOf(tiny)).channels, std::vector<float>(3, 0)) << "no number runs over";
 }
 
 TEST(ChannelVolumes, aServersRoundingIsNoChange)
