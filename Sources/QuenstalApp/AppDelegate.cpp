@@ -68,10 +68,12 @@ void AppDelegate::applyTapPolicy()
     tapShouldRun_ ? mediaKeyTap_->start() : mediaKeyTap_->stop();
 }
 
-/// Keys work the moment access is given, and are the system's again the moment it is withdrawn.
+/// Keys work the moment access is given, and are the system's again the moment it is withdrawn. A tap that was refused
+/// is asked for again: what refused it may have gone without a word.
 void AppDelegate::tapPolicyMayHaveChanged(const QuenstalState& state)
 {
-    if (MediaKeyTapActivationPolicy::shouldEnableTap(state) != tapShouldRun_)
+    const bool shouldRun = MediaKeyTapActivationPolicy::shouldEnableTap(state);
+    if (shouldRun != tapShouldRun_ || (shouldRun && !mediaKeyTap_->isRunning()))
         applyTapPolicy();
 }
 

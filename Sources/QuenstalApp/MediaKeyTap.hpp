@@ -29,6 +29,7 @@ public:
     /// Gives the keys back to the system.
     void stop();
     void restart();
+    bool isRunning() const { return eventTap_ != nullptr; }
 
     /// Called for each key that is taken out, before anything is done with it.
     std::function<void()> onKeyDown;

@@ -52,6 +52,26 @@ TEST_F(LifeTest, keysWorkTheMomentAccessIsGivenAndGoBackTheMomentItIsWithdrawn)
     EXPECT_FALSE(machine.view().mediaKeyCaptureActive());
 }
 
+TEST_F(LifeTest, aTapThatWasRefusedAtLaunchIsMadeWithTheNextRefreshThatFindsItPossible)
+{
+    machine.plugInSpeakers();
+    machine.keys.refuseTaps(true);
+    machine.launch();
+    EXPECT_FALSE(machine.view().mediaKeyCaptureActive());
+    machine.trust.tellOfChange();
+    machine.loop.runUntilIdle();
+    EXPECT_FALSE(machine.view().mediaKeyCaptureActive()) << "still refused";
+    machine.keys.refuseTaps(false);
+    machine.trust.tellOfChange();
+    machine.loop.runUntilIdle();
+    EXPECT_EQ(machine.keys.listeningCount(), 1);
+    EXPECT_TRUE(machine.view().mediaKeyCaptureActive());
+    const auto creations = tapCreations();
+    machine.trust.tellOfChange();
+    machine.loop.runUntilIdle();
+    EXPECT_EQ(tapCreations(), creations) << "one is enough";
+}
+
 TEST_F(LifeTest, theFirstRunLeadsThroughTheGuide)
 {
     machine.preferences.setBoolean(SetupGuidePreferences::key, false);
