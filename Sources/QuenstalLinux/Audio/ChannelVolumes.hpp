@@ -11,8 +11,8 @@ inline constexpr std::size_t volumeElementCount = 2;
 float scalarOf(float factor);
 float factorOf(float scalar);
 
-/// How loud the channels that have no element of their own are beside the louder of the first two. Empty while those are
-/// all but silent, which says nothing about the others.
+/// How loud the channels that have no element of their own are beside the louder of the first two. Empty while those
+/// are all but silent, which says nothing about the others.
 std::vector<float> balanceOf(const AudioVolume& volume);
 
 /// The volume with that scalar on one of the first two channels. The others follow the louder of the two in that

@@ -8,6 +8,7 @@
 
 #include <pipewire/stream.h>
 #include <spa/node/io.h>
+#include <span>
 
 namespace quenstal {
 
@@ -35,12 +36,12 @@ void SoftwareCycle::setStreams(pw_stream* capture, pw_stream* playback)
 {
     capture_ = capture;
     playback_ = playback;
+    repairSpace_.clear();
 }
 
 void SoftwareCycle::reserve(std::size_t frames, std::size_t channels)
 {
-    repairedStride_ = frames;
-    repaired_.assign(frames * channels, 0);
+    repairSpace_.reserve(std::min(frames, longestCycle), std::min(channels, maximumStreamChannels));
 }
 
 void SoftwareCycle::onRateChanged(void (*notify)(void*), void* data)
@@ -55,14 +56,7 @@ void SoftwareCycle::run()
     pw_buffer* const input = newestInput();
     pw_buffer* const output = pw_stream_dequeue_buffer(playback_);
     if (output) {
-        const std::uint32_t frames = framesToRun(input, *output);
-        const std::uint32_t outputs = clearOutput(*output, frames);
-        if (input) {
-            const std::uint32_t both = std::min(outputs, input->buffer->n_datas);
-            fillInput(*input, both, frames);
-            callProcedure(both);
-        }
-        sampleTime_ += frames;
+        runBuffers(input, *output);
         pw_stream_queue_buffer(playback_, output);
     }
     if (input)
@@ -81,51 +75,52 @@ pw_buffer* SoftwareCycle::newestInput()
     return newest;
 }
 
-std::uint32_t SoftwareCycle::framesToRun(const pw_buffer* input, const pw_buffer& output) const
+void SoftwareCycle::runBuffers(const pw_buffer* input, const pw_buffer& output)
 {
-    std::size_t frames = repairedStride_;
-    for (std::uint32_t i = 0; i < output.buffer->n_datas; ++i)
-        frames = std::min<std::size_t>(frames, output.buffer->datas[i].maxsize / bytesPerSample);
+    const RepairSpace::View space = repairSpace_.view();
+    const std::uint32_t outputs = outputChannels(*output.buffer, output_);
+    const std::uint32_t inputs = input ? inputChannels(*input->buffer, input_) : 0;
+    std::size_t frames = space.frames;
+    for (const auto& channels : {std::span(output_).first(outputs), std::span(input_).first(inputs)}) {
+        for (const AudioBuffer& channel : channels)
+            frames = std::min<std::size_t>(frames, channel.dataByteSize / bytesPerSample);
+    }
     if (!input) {
         // Nothing came in: one cycle of silence.
         const spa_io_position* const position = position_.load(std::memory_order_relaxed);
-        return static_cast<std::uint32_t>(
-            std::min<std::uint64_t>(frames, position ? position->clock.duration : output.requested));
+        frames = std::min<std::uint64_t>(frames, position ? position->clock.duration : output.requested);
     }
-    for (std::uint32_t i = 0; i < input->buffer->n_datas; ++i) {
-        const spa_data& data = input->buffer->datas[i];
-        const std::uint32_t offset = std::min(data.chunk->offset, data.maxsize);
-        frames = std::min<std::size_t>(frames, std::min(data.chunk->size, data.maxsize - offset) / bytesPerSample);
+    clearOutput(output, outputs, static_cast<std::uint32_t>(frames));
+    if (input && frames > 0) {
+        const auto both = static_cast<std::uint32_t>(std::min<std::size_t>({outputs, inputs, space.channels}));
+        fillInput(space, both, static_cast<std::uint32_t>(frames));
+        callProcedure(both);
     }
-    return static_cast<std::uint32_t>(frames);
+    sampleTime_ += static_cast<double>(frames);
 }
 
-std::uint32_t SoftwareCycle::clearOutput(const pw_buffer& output, std::uint32_t frames)
+void SoftwareCycle::clearOutput(const pw_buffer& output, std::uint32_t count, std::uint32_t frames)
 {
-    const std::uint32_t count = std::min<std::uint32_t>(output.buffer->n_datas, maximumChannels);
     for (std::uint32_t i = 0; i < count; ++i) {
-        spa_data& data = output.buffer->datas[i];
-        std::memset(data.data, 0, std::size_t{frames} * bytesPerSample);
-        data.chunk->offset = 0;
-        data.chunk->size = frames * bytesPerSample;
-        data.chunk->stride = bytesPerSample;
-        output_[i] = {1, frames * bytesPerSample, data.data};
+        output_[i].dataByteSize = frames * bytesPerSample;
+        if (output_[i].data)
+            std::memset(output_[i].data, 0, output_[i].dataByteSize);
+        spa_chunk& chunk = *output.buffer->datas[i].chunk;
+        chunk.offset = 0;
+        chunk.size = frames * bytesPerSample;
+        chunk.stride = bytesPerSample;
     }
-    return count;
 }
 
-void SoftwareCycle::fillInput(const pw_buffer& input, std::uint32_t count, std::uint32_t frames)
+void SoftwareCycle::fillInput(const RepairSpace::View& space, std::uint32_t count, std::uint32_t frames)
 {
     for (std::uint32_t i = 0; i < count; ++i) {
-        const spa_data& data = input.buffer->datas[i];
-        auto* samples
-            = reinterpret_cast<float*>(static_cast<std::byte*>(data.data) + std::min(data.chunk->offset, data.maxsize));
-        if (needsRepair(samples, frames)) {
-            float* const repaired = &repaired_[i * repairedStride_];
-            repairedSamples_.fetch_add(copyRepaired(samples, frames, repaired), std::memory_order_relaxed);
-            samples = repaired;
-        }
-        input_[i] = {1, frames * bytesPerSample, samples};
+        const auto* const samples = static_cast<const float*>(input_[i].data);
+        input_[i].dataByteSize = frames * bytesPerSample;
+        if (!needsRepair(samples, frames))
+            continue;
+        repairedSamples_.fetch_add(copyRepaired(samples, frames, space.channel(i)), std::memory_order_relaxed);
+        input_[i].data = space.channel(i);
     }
 }
 

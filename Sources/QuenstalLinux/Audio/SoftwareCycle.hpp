@@ -1,11 +1,11 @@
 #pragma once
 
+#include "QuenstalLinux/Audio/RepairSpace.hpp"
+#include "QuenstalLinux/Audio/StreamBuffers.hpp"
 #include "QuenstalPlatform/AudioBuffers.hpp"
 
-#include <array>
 #include <atomic>
 #include <cstdint>
-#include <vector>
 
 struct pw_buffer;
 struct pw_stream;
@@ -16,10 +16,12 @@ namespace quenstal {
 /// One cycle of the software path: what the capture stream got is run through the procedure into the playback stream.
 ///
 /// `run` belongs to the audio thread: no allocation, no lock, no log. Everything else belongs to the main thread, and
-/// only `setProcedure`, `clearProcedure`, `rate` and `repairedSamples` may be used while the streams run.
+/// only `setProcedure`, `clearProcedure`, `reserve`, `setPosition`, `rate`, `repairedSamples` and `cycles` may be used
+/// while the streams run.
 class SoftwareCycle {
 public:
-    static constexpr std::size_t maximumChannels = 64;
+    /// Eight times what a server allows unless it is told otherwise.
+    static constexpr std::size_t longestCycle = 65536;
 
     /// The procedure is called from the next cycle on.
     void setProcedure(AudioObjectID device, AudioIOProc procedure, void* clientData);
@@ -28,7 +30,7 @@ public:
     void clearProcedure();
 
     void setStreams(pw_stream* capture, pw_stream* playback);
-    /// The longest cycle there will be, in frames.
+    /// Room for cycles of that many frames, up to `longestCycle`. Longer ones are cut.
     void reserve(std::size_t frames, std::size_t channels);
     /// The server's clock; null when there is none.
     void setPosition(const spa_io_position* position) { position_.store(position, std::memory_order_relaxed); }
@@ -46,10 +48,9 @@ public:
 
 private:
     pw_buffer* newestInput();
-    std::uint32_t framesToRun(const pw_buffer* input, const pw_buffer& output) const;
-    /// How many channels there are to fill.
-    std::uint32_t clearOutput(const pw_buffer& output, std::uint32_t frames);
-    void fillInput(const pw_buffer& input, std::uint32_t count, std::uint32_t frames);
+    void runBuffers(const pw_buffer* input, const pw_buffer& output);
+    void clearOutput(const pw_buffer& output, std::uint32_t count, std::uint32_t frames);
+    void fillInput(const RepairSpace::View& space, std::uint32_t count, std::uint32_t frames);
     void callProcedure(std::uint32_t buffers);
     void watchRate();
 
@@ -73,12 +74,11 @@ private:
     std::atomic<std::uint64_t> repairedSamples_ = 0;
     std::atomic<std::uint64_t> cycles_ = 0;
 
+    RepairSpace repairSpace_;
+
     // Audio thread.
-    std::array<AudioBuffer, maximumChannels> input_{};
-    std::array<AudioBuffer, maximumChannels> output_{};
-    /// A place for repaired samples of each channel: the server's own buffers may be shared with other programs.
-    std::vector<float> repaired_;
-    std::size_t repairedStride_ = 0;
+    StreamChannels input_{};
+    StreamChannels output_{};
     double sampleTime_ = 0;
 };
 
