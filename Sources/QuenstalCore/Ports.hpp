@@ -6,6 +6,7 @@
 // fail. Ports promise nothing about threads: the controller calls them from the main thread only.
 
 #include "QuenstalCore/Models.hpp"
+#include "QuenstalPlatform/Interface.hpp"
 
 #include <functional>
 #include <map>
@@ -15,36 +16,25 @@
 
 namespace quenstal {
 
-/// Base of the ports: interfaces are held by pointer and never copied through it.
-class Port {
-public:
-    virtual ~Port() = default;
-
-protected:
-    Port() = default;
-    Port(const Port&) = default;
-    Port& operator=(const Port&) = default;
-};
-
-class AudioDeviceProviding : public Port {
+class AudioDeviceProviding : public Interface {
 public:
     /// The system's current default output; none when there is none.
     virtual std::optional<AudioOutputDevice> defaultOutputDevice() = 0;
 };
 
-class DisplayTargetProviding : public Port {
+class DisplayTargetProviding : public Interface {
 public:
     /// The display that belongs to the output; none when none can be matched.
     virtual std::optional<DisplayControlTarget> displayTarget(const AudioOutputDevice& device) = 0;
 };
 
-class PermissionProviding : public Port {
+class PermissionProviding : public Interface {
 public:
     virtual PermissionState currentPermissionState() = 0;
 };
 
 /// The output's own system volume.
-class SystemVolumeControlling : public Port {
+class SystemVolumeControlling : public Interface {
 public:
     /// Throws.
     virtual VolumeSnapshot readVolume(const AudioOutputDevice& device) = 0;
@@ -53,7 +43,7 @@ public:
 };
 
 /// The monitor's speaker volume over DDC/CI.
-class DDCVolumeControlling : public Port {
+class DDCVolumeControlling : public Interface {
 public:
     /// Throws.
     virtual VolumeSnapshot readVolume(const DisplayControlTarget& display) = 0;
@@ -63,7 +53,7 @@ public:
 
 /// The software path: gain, equaliser and meters. An adapter that can only change volume leaves the equaliser
 /// and the meters as they are here.
-class SoftwareVolumeControlling : public Port {
+class SoftwareVolumeControlling : public Interface {
 public:
     /// Whether this path can serve the output at all.
     virtual bool isAvailable(const AudioOutputDevice& device) = 0;
@@ -80,7 +70,7 @@ public:
 };
 
 /// Equaliser settings per output. The key is a text that the controller derives from the output.
-class EQProfileStoring : public Port {
+class EQProfileStoring : public Interface {
 public:
     /// The saved profile; none when none was saved.
     virtual std::optional<EQProfile> profile(std::string_view key) = 0;

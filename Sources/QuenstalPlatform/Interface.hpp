@@ -2,7 +2,7 @@
 
 namespace quenstal {
 
-/// Base of the seam's interfaces: held by reference or pointer, never copied.
+/// Base of the core's ports and of the seam's interfaces: held by reference or pointer, never copied.
 class Interface {
 public:
     virtual ~Interface() = default;

@@ -38,7 +38,7 @@ TEST(PortTest, anInterfaceIsDestroyedThroughItsPointer)
 {
     static_assert(std::has_virtual_destructor_v<EQProfileStoring>);
     static_assert(std::has_virtual_destructor_v<SoftwareVolumeControlling>);
-    static_assert(!std::is_copy_constructible_v<Port>);
+    static_assert(!std::is_copy_constructible_v<Interface>);
 }
 
 TEST(InMemoryEQProfileStoreTest, aFreshStoreHasNoProfilesAndNoPreferences)

@@ -1,5 +1,5 @@
+#include "QuenstalDDC/SoftwareVolumeTap/RelaxedAccess.hpp"
 #include "QuenstalDDC/SoftwareVolumeTap/SessionRecord.hpp"
-#include "QuenstalDDC/SoftwareVolumeTap/Shared.hpp"
 
 namespace quenstal {
 

@@ -2,8 +2,8 @@
 
 #include "QuenstalDDC/SoftwareVolumeTap/FloatingPointMode.hpp"
 #include "QuenstalDDC/SoftwareVolumeTap/Kernels.hpp"
+#include "QuenstalDDC/SoftwareVolumeTap/RelaxedAccess.hpp"
 #include "QuenstalDDC/SoftwareVolumeTap/Samples.hpp"
-#include "QuenstalDDC/SoftwareVolumeTap/Shared.hpp"
 #include "QuenstalDDC/SoftwareVolumeTap/SignalProcessing.hpp"
 
 #include <algorithm>

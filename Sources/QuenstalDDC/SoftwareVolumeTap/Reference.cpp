@@ -1,7 +1,7 @@
 #include "QuenstalDDC/SoftwareVolumeTap/Reference.hpp"
 
+#include "QuenstalDDC/SoftwareVolumeTap/RelaxedAccess.hpp"
 #include "QuenstalDDC/SoftwareVolumeTap/Samples.hpp"
-#include "QuenstalDDC/SoftwareVolumeTap/Shared.hpp"
 
 #include <algorithm>
 #include <cmath>

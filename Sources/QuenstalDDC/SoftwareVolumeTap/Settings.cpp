@@ -1,7 +1,7 @@
 // The main thread's side: settings in, meters out.
 
 #include "QuenstalDDC/SoftwareVolumeTap/Kernels.hpp"
-#include "QuenstalDDC/SoftwareVolumeTap/Shared.hpp"
+#include "QuenstalDDC/SoftwareVolumeTap/RelaxedAccess.hpp"
 #include "QuenstalDDC/SoftwareVolumeTap/SignalProcessing.hpp"
 
 #include <algorithm>

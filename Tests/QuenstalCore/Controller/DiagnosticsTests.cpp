@@ -55,7 +55,7 @@ TEST_F(ControllerDiagnosticsTest, theFirstMatchingRowClassifiesTheOutput)
         ports.display = row.display;
         ports.permissions.systemAudioCapture = row.capture;
         ports.softwareAvailable = row.softwareAvailable;
-        ports.store.setSoftwareProcessingPreferred(row.prefersSoftware, "monitor-uid");
+        ports.store->setSoftwareProcessingPreferred(row.prefersSoftware, "monitor-uid");
         const AudioProcessingState processing = start().setEnabled(row.isEnabled).audioProcessing;
         EXPECT_EQ(processing.diagnostic, row.diagnostic) << row.name;
         EXPECT_EQ(processing.canSwitchToSoftware, row.canSwitch) << row.name;
@@ -126,7 +126,7 @@ TEST_F(ControllerDiagnosticsTest, theSummaryNamesThePresetAndWhetherTheEqualiser
     };
     playOnSilentMonitor();
     for (const Row& row : rows) {
-        ports.store.saveProfile(EQProfile(row.enabled, row.preset, 0), "monitor-uid");
+        ports.store->saveProfile(EQProfile(row.enabled, row.preset, 0), "monitor-uid");
         const std::string report = start().exportedDiagnostics();
         EXPECT_EQ(report.substr(report.rfind('\n') + 1), row.line);
     }

@@ -156,7 +156,7 @@ TEST_F(EnablementTest, whileDisabledWithoutAnOutputThePreviousProfileStaysVisibl
 {
     playOnSilentMonitor();
     const EQProfile stored(true, EQPresetName::movie, -4);
-    ports.store.saveProfile(stored, "monitor-uid");
+    ports.store->saveProfile(stored, "monitor-uid");
     auto& controller = start();
     controller.setEnabled(false);
     ports.device.reset();
@@ -167,7 +167,7 @@ TEST_F(EnablementTest, whileDisabledWithoutAnOutputThePreviousProfileStaysVisibl
 TEST_F(EnablementTest, whileDisabledAnOutputWithoutAStoredProfileHasTheDefaultOne)
 {
     playOnSilentMonitor();
-    ports.store.saveProfile(EQProfile(true, EQPresetName::movie, -4), "monitor-uid");
+    ports.store->saveProfile(EQProfile(true, EQPresetName::movie, -4), "monitor-uid");
     auto& controller = start();
     controller.setEnabled(false);
     playOnSpeakers();

@@ -42,7 +42,7 @@ TEST_F(EqualiserTest, everyEditIsSavedAndPushedToTheRunningSession)
     for (const auto& [name, edit, result] : everyEdit()) {
         playOnSilentMonitor();
         ports.levels = {0.1, 0.2, 0.3, 0.4, true};
-        ports.store.saveProfile(EQProfile(true, EQPresetName::voice, -3), "monitor-uid");
+        ports.store->saveProfile(EQProfile(true, EQPresetName::voice, -3), "monitor-uid");
         auto& controller = start();
         QuenstalState expected = controller.state();
         expected.audioProcessing.profile = result;
@@ -54,7 +54,7 @@ TEST_F(EqualiserTest, everyEditIsSavedAndPushedToTheRunningSession)
                 + Calls({"saveProfile(" + described(result) + ", monitor-uid)", "readLevels(monitor)",
                     "setEQProfile(" + described(result) + ", monitor)"}))
             << name;
-        EXPECT_EQ(ports.store.profile("monitor-uid"), result) << name;
+        EXPECT_EQ(ports.store->profile("monitor-uid"), result) << name;
         EXPECT_EQ(controller.refresh().audioProcessing.profile, result) << name;
     }
 }
@@ -78,7 +78,7 @@ TEST_F(EqualiserTest, everyEditIsSavedButNotPushedWhereNoSessionRuns)
     for (const Row& row : rows) {
         for (const auto& [name, edit, result] : everyEdit()) {
             (this->*row.play)();
-            ports.store.saveProfile(EQProfile(true, EQPresetName::voice, -3), row.key);
+            ports.store->saveProfile(EQProfile(true, EQPresetName::voice, -3), row.key);
             auto& controller = start();
             controller.setEnabled(row.isEnabled);
             ports.takeCalls();
@@ -87,7 +87,7 @@ TEST_F(EqualiserTest, everyEditIsSavedButNotPushedWhereNoSessionRuns)
             EXPECT_EQ(ports.takeCalls(),
                 row.refreshed + Calls({"saveProfile(" + described(result) + ", " + row.key + ")"}) + row.explained)
                 << row.name << ' ' << name;
-            EXPECT_EQ(ports.store.profile(row.key), result) << row.name << ' ' << name;
+            EXPECT_EQ(ports.store->profile(row.key), result) << row.name << ' ' << name;
         }
     }
 }
@@ -143,7 +143,7 @@ TEST_F(EqualiserTest, aPreampIsSnappedAndClamped)
     auto& controller = start();
     for (const Row& row : rows) {
         EXPECT_EQ(controller.updateEQPreamp(row.given).audioProcessing.profile.preampDB, row.stored) << row.given;
-        EXPECT_EQ(ports.store.profile("monitor-uid")->preampDB, row.stored) << row.given;
+        EXPECT_EQ(ports.store->profile("monitor-uid")->preampDB, row.stored) << row.given;
     }
 }
 
@@ -156,7 +156,7 @@ TEST_F(EqualiserTest, everyEditNormalisesABadlyStoredProfile)
     bad.preampDB = -40;
     playOnSpeakers();
     for (const auto& [name, edit, unused] : everyEdit()) {
-        ports.store.saveProfile(bad, "speakers-uid");
+        ports.store->saveProfile(bad, "speakers-uid");
         const EQProfile edited = edit(start()).audioProcessing.profile;
         EXPECT_EQ(edited.bands.size(), 5U) << name;
         EXPECT_EQ(edited, EQProfile(edited.enabled, edited.preset, edited.bands, edited.preampDB)) << name;
@@ -167,7 +167,7 @@ TEST_F(EqualiserTest, resettingASwitchedOffEqualiserLeavesItOff)
 {
     for (const bool enabled : {false, true}) {
         playOnSilentMonitor();
-        ports.store.saveProfile(EQProfile(enabled, EQPresetName::movie, 4), "monitor-uid");
+        ports.store->saveProfile(EQProfile(enabled, EQPresetName::movie, 4), "monitor-uid");
         EXPECT_EQ(start().resetEQProfile().audioProcessing.profile, EQProfile(enabled, EQPresetName::flat, 0));
     }
 }
@@ -181,7 +181,7 @@ TEST_F(EqualiserTest, theFirstBoostLowersAnUntouchedPreampAndShowsTheHint)
     EXPECT_EQ(first.audioProcessing.profile.preampDB, -2);
     EXPECT_EQ(first.audioProcessing.profile.bands[0].gainDB, 3);
     EXPECT_EQ(first.audioProcessing.profile.preset, EQPresetName::custom);
-    EXPECT_EQ(ports.store.profile("monitor-uid"), first.audioProcessing.profile);
+    EXPECT_EQ(ports.store->profile("monitor-uid"), first.audioProcessing.profile);
 
     const QuenstalState second = controller.updateEQBand(0, 4);
     EXPECT_FALSE(second.audioProcessing.boostHintVisible);
@@ -221,7 +221,7 @@ TEST_F(EqualiserTest, theBoostRuleLooksAtTheGainAsGivenAndAtThePreampAsStored)
     for (const Row& row : rows) {
         EQProfile stored;
         stored.preampDB = row.storedPreampDB;
-        ports.store.saveProfile(stored, "monitor-uid");
+        ports.store->saveProfile(stored, "monitor-uid");
         const AudioProcessingState processing = start().updateEQBand(2, row.gainDB).audioProcessing;
         EXPECT_EQ(processing.boostHintVisible, row.applies) << row.gainDB << " at " << row.storedPreampDB;
         EXPECT_EQ(processing.profile.preampDB, row.preampDB) << row.gainDB << " at " << row.storedPreampDB;
@@ -276,7 +276,7 @@ TEST_F(EqualiserTest, theHintStaysAcrossRefreshesAndEveryLaterEditHidesIt)
     };
     playOnSilentMonitor();
     for (const auto& [name, hide] : hiding) {
-        ports.store = {};
+        ports.store.emplace();
         auto& controller = start();
         controller.updateEQBand(0, 3);
         EXPECT_TRUE(controller.refresh().audioProcessing.boostHintVisible) << name;
@@ -294,7 +294,7 @@ TEST_F(EqualiserTest, aSessionThatRefusesTheProfileKeepsNothingFromBeingStored)
     const QuenstalState state = controller.selectEQPreset(EQPresetName::music);
     EXPECT_EQ(state.diagnostics.size(), 2U);
     EXPECT_EQ(state.audioProcessing.profile.preset, EQPresetName::music);
-    EXPECT_EQ(ports.store.profile("monitor-uid")->preset, EQPresetName::music);
+    EXPECT_EQ(ports.store->profile("monitor-uid")->preset, EQPresetName::music);
 
     ports.behave();
     ports.takeCalls();

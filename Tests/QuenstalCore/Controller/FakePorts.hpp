@@ -86,7 +86,7 @@ public:
     VolumeSnapshot ddcVolume = VolumeSnapshot::defaultAudible();
     VolumeSnapshot softwareVolume = VolumeSnapshot::defaultAudible();
     SoundLevelSnapshot levels;
-    InMemoryEQProfileStore store;
+    std::optional<InMemoryEQProfileStore> store{std::in_place};
 
     /// The call does this from now on before it does its own work. An action that throws is a port that throws.
     void on(Call call, std::function<void()> action) { actions_[call] = std::move(action); }
@@ -224,24 +224,24 @@ struct FakePorts::Store final : Of<EQProfileStoring> {
     std::optional<EQProfile> profile(std::string_view key) override
     {
         machine.asked(Call::profile, "profile(" + std::string(key) + ")");
-        return machine.store.profile(key);
+        return machine.store->profile(key);
     }
     void saveProfile(const EQProfile& profile, std::string_view key) override
     {
         machine.asked(Call::saveProfile, "saveProfile(" + described(profile) + ", " + std::string(key) + ")");
-        machine.store.saveProfile(profile, key);
+        machine.store->saveProfile(profile, key);
     }
     bool softwareProcessingPreferred(std::string_view key) override
     {
         machine.asked(Call::softwareProcessingPreferred, "softwareProcessingPreferred(" + std::string(key) + ")");
-        return machine.store.softwareProcessingPreferred(key);
+        return machine.store->softwareProcessingPreferred(key);
     }
     void setSoftwareProcessingPreferred(bool preferred, std::string_view key) override
     {
         machine.asked(Call::setSoftwareProcessingPreferred,
             std::string("setSoftwareProcessingPreferred(") + (preferred ? "true, " : "false, ") + std::string(key)
                 + ")");
-        machine.store.setSoftwareProcessingPreferred(preferred, key);
+        machine.store->setSoftwareProcessingPreferred(preferred, key);
     }
 };
 

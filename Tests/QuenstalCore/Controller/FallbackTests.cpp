@@ -42,7 +42,7 @@ TEST_F(FallbackTest, aFailedMonitorHandsTheCommandToTheSoftwarePath)
     ports.levels = {0.1, 0.2, 0.3, 0.4, true};
     ports.permissions.accessibility = PermissionStatus::denied;
     const EQProfile stored(true, EQPresetName::movie, -4);
-    ports.store.saveProfile(stored, "monitor-uid");
+    ports.store->saveProfile(stored, "monitor-uid");
     auto& controller = start();
     QuenstalState expected = controller.state();
     expected.diagnostics.push_back(fellBack);
@@ -77,7 +77,7 @@ TEST_F(FallbackTest, theFallbackIsNotRemembered)
     EXPECT_EQ(ports.takeCalls(),
         failedWrite() + Calls({"isAvailable(monitor)", "software.setVolume(0.5625, monitor)", "readLevels(monitor)"}));
     EXPECT_EQ(controller.state().diagnostics, std::vector{fellBack});
-    EXPECT_FALSE(ports.store.softwareProcessingPreferred("monitor-uid"));
+    EXPECT_FALSE(ports.store->softwareProcessingPreferred("monitor-uid"));
 
     ports.behave();
     controller.handle(VolumeCommand::stepUp());

@@ -77,7 +77,7 @@ struct RandomOperationsTest : ControllerTest, testing::WithParamInterface<std::u
         if (chance.oneIn(4))
             ports.softwareVolume = {chance.level(), chance.oneIn(3)};
         if (chance.oneIn(4))
-            ports.store.setSoftwareProcessingPreferred(chance.oneIn(2), chance.oneIn(2) ? "monitor-uid" : "dp");
+            ports.store->setSoftwareProcessingPreferred(chance.oneIn(2), chance.oneIn(2) ? "monitor-uid" : "dp");
         ports.levels = {chance.level(), chance.level(), chance.level(), chance.level(), chance.oneIn(2)};
 
         ports.behave();
@@ -112,7 +112,7 @@ struct RandomOperationsTest : ControllerTest, testing::WithParamInterface<std::u
                                                         : *device->coreAudioUID;
         return ModeSelector().selectMode(device, display, permissions,
             works(Call::isAvailable) && ports.softwareAvailable,
-            works(Call::softwareProcessingPreferred) && ports.store.softwareProcessingPreferred(key));
+            works(Call::softwareProcessingPreferred) && ports.store->softwareProcessingPreferred(key));
     }
 
     QuenstalState anyOperation(QuenstalController& controller)

@@ -123,7 +123,7 @@ TEST_F(RefreshTest, everyModeAsksItsOwnPortsInOrder)
         ports.display = row.display;
         ports.softwareAvailable = row.softwareAvailable;
         ports.permissions.systemAudioCapture = row.capture;
-        ports.store.setSoftwareProcessingPreferred(row.prefersSoftware, "monitor-uid");
+        ports.store->setSoftwareProcessingPreferred(row.prefersSoftware, "monitor-uid");
         auto& controller = start();
 
         const QuenstalState state = controller.refresh();
@@ -186,8 +186,8 @@ TEST_F(RefreshTest, theKeyIsThePersistentNameWhereThereIsOneElseTheIdentity)
     for (const Row& row : rows) {
         playOnMonitor();
         ports.device->coreAudioUID = row.persistentName;
-        ports.store = {};
-        ports.store.saveProfile(EQProfile(true, EQPresetName::night, -3), row.key);
+        ports.store.emplace();
+        ports.store->saveProfile(EQProfile(true, EQPresetName::night, -3), row.key);
         auto& controller = start();
 
         EXPECT_EQ(controller.refresh().audioProcessing.profile, EQProfile(true, EQPresetName::night, -3));
@@ -296,7 +296,7 @@ TEST_F(RefreshTest, theLevelsAreReadOnTheSoftwarePathOnly)
 TEST_F(RefreshTest, aRunningSessionCarriesTheStoredProfileAfterEveryRefresh)
 {
     playOnSilentMonitor();
-    ports.store.saveProfile(EQProfile(true, EQPresetName::movie, -4), "monitor-uid");
+    ports.store->saveProfile(EQProfile(true, EQPresetName::movie, -4), "monitor-uid");
     auto& controller = start();
     controller.refresh();
     EXPECT_EQ(ports.takeCalls(), refreshOfSilentMonitor("movie -4"));
@@ -328,7 +328,7 @@ TEST_F(RefreshTest, nothingIsRememberedOfAnOutputThatIsGone)
 {
     playOnSilentMonitor();
     ports.levels = {0.1, 0.2, 0.3, 0.4, true};
-    ports.store.saveProfile(EQProfile(true, EQPresetName::movie, -4), "monitor-uid");
+    ports.store->saveProfile(EQProfile(true, EQPresetName::movie, -4), "monitor-uid");
     auto& controller = start();
     ports.device.reset();
 

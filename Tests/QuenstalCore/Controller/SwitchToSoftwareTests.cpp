@@ -35,7 +35,7 @@ TEST_F(SwitchToSoftwareTest, anOutputThatIsNoMonitorIsLeftAlone)
         auto& controller = start();
         EXPECT_EQ(controller.switchCurrentOutputToSoftwareProcessing(), controller.state()) << row.name;
         EXPECT_EQ(ports.takeCalls(), row.calls) << row.name;
-        EXPECT_FALSE(ports.store.softwareProcessingPreferred(row.key)) << row.name;
+        EXPECT_FALSE(ports.store->softwareProcessingPreferred(row.key)) << row.name;
     }
 }
 
@@ -84,7 +84,7 @@ TEST_F(SwitchToSoftwareTest, theChoiceHoldsForTheFollowingRefreshes)
     playOnMonitor();
     auto& controller = start();
     controller.switchCurrentOutputToSoftwareProcessing();
-    EXPECT_TRUE(ports.store.softwareProcessingPreferred("monitor-uid"));
+    EXPECT_TRUE(ports.store->softwareProcessingPreferred("monitor-uid"));
     EXPECT_EQ(controller.refresh().mode, ControlMode::softwareTap("monitor"));
 }
 
@@ -98,7 +98,7 @@ TEST_F(SwitchToSoftwareTest, withoutThePermissionTheChoiceIsStoredAndNothingStar
     EXPECT_EQ(ports.takeCalls(), refreshOfMonitor() + choose + refreshOfUncontrollableMonitor());
     EXPECT_EQ(state, controller.state());
     EXPECT_EQ(state.mode, unavailable(UnavailableReason::systemAudioCapturePermissionMissing));
-    EXPECT_TRUE(ports.store.softwareProcessingPreferred("monitor-uid"));
+    EXPECT_TRUE(ports.store->softwareProcessingPreferred("monitor-uid"));
 }
 
 TEST_F(SwitchToSoftwareTest, whileDisabledTheChoiceIsStoredAndNothingStarted)
@@ -109,7 +109,7 @@ TEST_F(SwitchToSoftwareTest, whileDisabledTheChoiceIsStoredAndNothingStarted)
     ports.takeCalls();
     EXPECT_EQ(controller.switchCurrentOutputToSoftwareProcessing().mode, ControlMode::disabled());
     EXPECT_EQ(ports.takeCalls(), refreshOfMonitorWhileDisabled() + choose + refreshOfMonitorWhileDisabled());
-    EXPECT_TRUE(ports.store.softwareProcessingPreferred("monitor-uid"));
+    EXPECT_TRUE(ports.store->softwareProcessingPreferred("monitor-uid"));
 }
 
 TEST_F(SwitchToSoftwareTest, aVolumeThatCannotBeSetEndsTheStart)
@@ -124,7 +124,7 @@ TEST_F(SwitchToSoftwareTest, aVolumeThatCannotBeSetEndsTheStart)
     EXPECT_EQ(state.diagnostics.back(), notStarted("The tap is gone."));
     EXPECT_EQ(state.diagnostics.size(), 2U);
     EXPECT_EQ(state.mode, ControlMode::softwareTap("monitor"));
-    EXPECT_TRUE(ports.store.softwareProcessingPreferred("monitor-uid"));
+    EXPECT_TRUE(ports.store->softwareProcessingPreferred("monitor-uid"));
 }
 
 TEST_F(SwitchToSoftwareTest, aProfileThatCannotBeSetEndsTheStart)
@@ -144,7 +144,7 @@ TEST_F(SwitchToSoftwareTest, whenTheOutputChangesOnTheWayTheSessionIsStartedForT
 {
     playOnMonitor();
     const AudioOutputDevice other{"other", "Other", AudioTransport::displayPort, false, "other-uid"};
-    ports.store.setSoftwareProcessingPreferred(true, "other-uid");
+    ports.store->setSoftwareProcessingPreferred(true, "other-uid");
     auto& controller = start();
     ports.on(Call::setSoftwareProcessingPreferred, [&] { ports.device = other; });
     const QuenstalState state = controller.switchCurrentOutputToSoftwareProcessing();

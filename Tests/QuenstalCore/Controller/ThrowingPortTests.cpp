@@ -74,7 +74,7 @@ TEST_F(ThrowingPortTest, nothingEscapesFromAnyOperationInAnyModeWhicheverCallThr
         for (const Call call : everyCall) {
             for (const Throwable& thrown : everyThrowable()) {
                 for (const auto& [name, operation] : everyOperation()) {
-                    ports.store = {};
+                    ports.store.emplace();
                     (this->*play)();
                     auto& controller = startFailing(call, thrown);
                     EXPECT_NO_THROW(operation(controller)) << name << " with " << thrown.name;
@@ -170,7 +170,7 @@ TEST_F(ThrowingPortTest, startingTheSessionNamesWhateverItThrew)
 TEST_F(ThrowingPortTest, aCallThatPromisesNotToFailCountsAsNoAnswer)
 {
     ports.levels = {0.1, 0.2, 0.3, 0.4, true};
-    ports.store.saveProfile(EQProfile(true, EQPresetName::movie, -4), "monitor-uid");
+    ports.store->saveProfile(EQProfile(true, EQPresetName::movie, -4), "monitor-uid");
     ports.permissions.accessibility = PermissionStatus::denied;
     for (const Throwable& thrown : everyThrowable()) {
         playOnMonitor();
