@@ -4,6 +4,27 @@
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
+# answer_options ARGUMENT...: on --help prints the comment at the top of the calling script and ends it; refuses any
+# other option. To be called before anything is installed or built.
+answer_options() {
+    local argument
+    for argument in "$@"; do
+        case $argument in
+            -h | --help)
+                awk 'NR > 1 && !/^#/ { exit } NR > 1 { sub(/^# ?/, ""); print }' "$0"
+                exit 0
+                ;;
+            -*) refuse "unknown option $argument" ;;
+        esac
+    done
+}
+
+# refuse REASON: ends a script whose arguments make no sense.
+refuse() {
+    echo "$0: $1 (see \"$0 --help\")" >&2
+    exit 2
+}
+
 # packages_listed all|app|GROUP: the names in tools/packages.txt, for everything, for the application alone, or of one
 # group.
 packages_listed() {

@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
-"""What ./test and ./run do about packages, on machines made of a few programs that only take notes."""
+"""What the commands at the root do before they build, on machines made of a few programs that only take notes."""
 
+import itertools
 import os
 import pathlib
 import shutil
@@ -25,10 +26,11 @@ toolkit
 ?sanitizer
 witness
 """
+COMMANDS = ["bench", "package", "run", "soak", "test"]
 ORDINARY_PROGRAMS = ["awk", "bash", "cat", "dirname", "env", "grep", "mkdir", "touch"]
 
 
-class Packages(unittest.TestCase):
+class Machine(unittest.TestCase):
     def setUp(self):
         folder = tempfile.TemporaryDirectory(prefix="a machine ")
         self.addCleanup(folder.cleanup)
@@ -57,17 +59,22 @@ class Packages(unittest.TestCase):
                 case $name in -* | install | DPkg*) ;; {known}) ;; *) echo "no such package: $name"; exit 100 ;; esac
             done""")
 
-    def ensure(self, what="all"):
-        script = f'set -euo pipefail; source "{self.root}/tools/setup.sh"; ensure_packages {what}; echo ready'
-        finished = subprocess.run([shutil.which("bash"), "-c", script], env={"PATH": str(self.root / "bin")},
-                                  cwd=os.sep, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False)
-        self.assertEqual(finished.returncode == 0, finished.stdout.endswith("ready\n"), finished.stdout)
-        return finished.stdout
+    def started(self, *command, **streams):
+        return subprocess.run([shutil.which("bash"), *command], env={"PATH": str(self.root / "bin")}, cwd=os.sep,
+                              stdout=subprocess.PIPE, text=True, check=False, **streams)
 
     def installed_by_apt(self):
         notes = self.notes.read_text().splitlines() if self.notes.exists() else []
         calls = [note.split() for note in notes if note.startswith("apt-get install")]
         return [[word for word in call[2:] if not word.startswith(("-", "DPkg"))] for call in calls]
+
+
+class Packages(Machine):
+    def ensure(self, what="all"):
+        script = f'set -euo pipefail; source "{self.root}/tools/setup.sh"; ensure_packages {what}; echo ready'
+        finished = self.started("-c", script, stderr=subprocess.STDOUT)
+        self.assertEqual(finished.returncode == 0, finished.stdout.endswith("ready\n"), finished.stdout)
+        return finished.stdout
 
     def test_a_machine_with_everything_is_left_alone(self):
         self.machine(installed=["compiler", "toolkit", "sanitizer", "witness"])
@@ -114,6 +121,58 @@ class Packages(unittest.TestCase):
     def test_a_system_without_dpkg_is_trusted_to_have_what_is_needed(self):
         (self.root / "bin" / "dpkg-query").unlink()
         self.assertIn("No dpkg here", self.ensure())
+
+
+class Commands(Machine):
+    """Nothing is installed or built before a question is answered: apt, the first to be called, takes notes."""
+
+    def setUp(self):
+        super().setUp()
+        for name in COMMANDS:
+            shutil.copy(ROOT / name, self.root)
+
+    def answer(self, *words):
+        return self.started(self.root / words[0], *words[1:], stderr=subprocess.PIPE)
+
+    def assert_refused(self, *words):
+        answer = self.answer(*words)
+        self.assertEqual((answer.returncode, answer.stdout), (2, ""))
+        self.assertEqual(len(answer.stderr.splitlines()), 1, answer.stderr)
+        self.assertIn(words[-1], answer.stderr)
+        self.assertIn("--help", answer.stderr)
+        self.assertFalse(self.notes.exists())
+
+    def test_every_command_is_among_these(self):
+        scripts = [file.name for file in ROOT.iterdir() if file.is_file() and os.access(file, os.X_OK)]
+        self.assertEqual(sorted(scripts), COMMANDS)
+
+    def test_help_shows_the_use_and_does_nothing_else(self):
+        for name, option in itertools.product(COMMANDS, ("--help", "-h")):
+            with self.subTest(name=name, option=option):
+                answer = self.answer(name, option)
+                self.assertEqual((answer.returncode, answer.stderr), (0, ""))
+                self.assertIn(f"  ./{name} ", answer.stdout)
+                self.assertNotIn("#", answer.stdout)
+                self.assertNotIn("pipefail", answer.stdout)
+                self.assertFalse(self.notes.exists())
+
+    def test_help_is_found_after_other_words(self):
+        self.assertIn("  ./test asan", self.answer("test", "asan", "core", "--help").stdout)
+
+    def test_an_unknown_option_is_refused(self):
+        for name, option in itertools.product(COMMANDS, ("--unknown", "-x")):
+            with self.subTest(name=name, option=option):
+                self.assert_refused(name, option)
+
+    def test_unexpected_arguments_are_refused(self):
+        for words in (("test", "coverage", "core"), ("run", "galery"), ("run", "gallery more"), ("package", "remove"),
+                      ("soak", "an hour"), ("soak", "60", "seed"), ("soak", "60", "1", "more")):
+            with self.subTest(words=words):
+                self.assert_refused(*words)
+
+    def test_without_arguments_a_command_starts_with_the_packages(self):
+        self.answer("run")
+        self.assertEqual(self.installed_by_apt(), [["compiler", "toolkit"]])
 
 
 if __name__ == "__main__":
