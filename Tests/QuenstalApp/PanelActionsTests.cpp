@@ -52,7 +52,7 @@ TEST_F(PanelActionsTest, equaliserEditsReachTheProfile)
     EXPECT_EQ(profile.preset, EQPresetName::custom);
     EXPECT_EQ(profile.bands[2].gainDB, 4);
     EXPECT_EQ(profile.preampDB, -3);
-    EXPECT_EQ(ports.store.profile("monitor-uid"), profile);
+    EXPECT_EQ(ports.store->profile("monitor-uid"), profile);
 }
 
 TEST_F(PanelActionsTest, theBoostHintGrowsThePanelUntilItIsDismissed)
@@ -71,7 +71,7 @@ TEST_F(PanelActionsTest, switchingToSoftwareIsRememberedForTheOutput)
     EXPECT_EQ(view().snapshot().modeKind, GlassDialModeKind::hardware);
     view().switchToSoftwareProcessing();
     EXPECT_EQ(view().snapshot().modeKind, GlassDialModeKind::software);
-    EXPECT_TRUE(ports.store.softwareProcessingPreferred("monitor-uid"));
+    EXPECT_TRUE(ports.store->softwareProcessingPreferred("monitor-uid"));
 }
 
 TEST_F(PanelActionsTest, resetAsksWhenThereIsSomethingToLose)
@@ -111,7 +111,7 @@ TEST_F(PanelActionsTest, anAnswerAfterTheEndIsDropped)
     view().resetEQ(true);
     status.reset();
     desktop.answerAlert(1000);
-    EXPECT_EQ(ports.store.profile("monitor-uid")->preset, EQPresetName::movie);
+    EXPECT_EQ(ports.store->profile("monitor-uid")->preset, EQPresetName::movie);
 }
 
 TEST_F(PanelActionsTest, bothSettingsEntriesOpenTheSoundPage)
