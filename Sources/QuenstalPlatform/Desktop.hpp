@@ -45,7 +45,7 @@ public:
     virtual void statusItemActivated(std::optional<Point> at) = 0;
     /// A middle click.
     virtual void statusItemSecondaryActivated() = 0;
-    /// Notches of the wheel over the item, up positive.
+    /// Notches of the wheel over the item, up positive, at most `WheelNotches::most` either way.
     virtual void statusItemScrolled(int notches) = 0;
 
 protected:

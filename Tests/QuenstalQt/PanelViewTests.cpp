@@ -2,6 +2,9 @@
 
 #include "ViewFixture.hpp"
 
+#include <algorithm>
+#include <cmath>
+#include <limits>
 #include <vector>
 
 #include <QWheelEvent>
@@ -111,6 +114,38 @@ TEST_F(PanelViews, theWheelStepsTheDialByTwo)
     open("dial-software");
     turnWheel(dialOrigin + QPointF(83, 83), {0, 120});
     EXPECT_THAT(percents_, ElementsAre(44));
+}
+
+TEST_F(PanelViews, aWheelThatIsSaidToHaveTurnedFarTurnsTheDialByFourNotches)
+{
+    open("dial-software");
+    turnWheel(dialOrigin + QPointF(83, 83), {0, std::numeric_limits<int>::max()});
+    turnWheel(dialOrigin + QPointF(83, 83), {0, std::numeric_limits<int>::min()});
+    EXPECT_THAT(percents_, ElementsAre(50, 34));
+}
+
+TEST_F(PanelViews, aValueBeyondTheDialIsItsEndAndOneThatIsNoNumberIsNone)
+{
+    open("dial-software");
+    auto* dial = stage_->root().findChild<QQuickItem*>("dial");
+    for (const double value : {1e300, -1e300, 4294967396.0, std::numeric_limits<double>::quiet_NaN()})
+        dial->setProperty("value", value);
+    EXPECT_THAT(percents_, ElementsAre(100, 0, 100));
+    EXPECT_EQ(dial->property("value").toInt(), 42);
+}
+
+TEST_F(PanelViews, aGainBeyondTheSliderIsItsEndAndOneThatIsNoNumberIsNone)
+{
+    open("equalizer");
+    const auto items = shownItems(stage_->root());
+    const auto found = std::ranges::find_if(items, [](auto* item) { return item->property("hertz") == "60"; });
+    ASSERT_NE(found, items.end());
+    QQuickItem* band = *found;
+    const double gain = band->property("value").toDouble();
+    for (const double value : {1e300, -std::numeric_limits<double>::infinity(), std::nan("")})
+        band->setProperty("value", value);
+    EXPECT_THAT(gains_, ElementsAre(Pair(0, 12), Pair(0, -12)));
+    EXPECT_EQ(band->property("value").toDouble(), gain);
 }
 
 TEST_F(PanelViews, aValueWrittenByAssistiveTechnologyIsAskedForAndShownOnlyWhenItHolds)
@@ -302,6 +337,16 @@ TEST_F(PanelViews, aSmoothWheelStepsASliderOnceANotchAndASidewardsOneNever)
     for (int part = 0; part < 4; ++part)
         turnWheel(preamp, {0, 30});
     EXPECT_THAT(gains_, ElementsAre(Pair(-1, -2.5)));
+}
+
+TEST_F(PanelViews, aWheelThatIsSaidToHaveTurnedFarTurnsASliderByFourNotches)
+{
+    open("equalizer");
+    const QPointF preamp(margin + 14 + 72 + 86, margin + 378 + 23);
+    turnWheel(preamp, {0, 119});
+    turnWheel(preamp, {0, std::numeric_limits<int>::max()});
+    turnWheel(preamp, {0, std::numeric_limits<int>::min()});
+    EXPECT_THAT(gains_, ElementsAre(Pair(-1, -1), Pair(-1, -4.5)));
 }
 
 TEST_F(PanelViews, thePreampTakesArrowKeys)

@@ -3,6 +3,7 @@
 #include "QuenstalQt/Artwork/Colors.hpp"
 
 #include <algorithm>
+#include <cmath>
 
 #include <QMouseEvent>
 #include <QPainter>
@@ -187,12 +188,14 @@ VolumeDial::VolumeDial(QQuickItem* parent)
     setActiveFocusOnTab(true);
 }
 
-void VolumeDial::setValue(int value)
+void VolumeDial::setValue(qreal value)
 {
-    value = std::clamp(value, minimum_, maximum_);
-    if (value == value_)
+    if (std::isnan(value))
         return;
-    value_ = value;
+    const int percent = qRound(std::clamp<qreal>(value, minimum_, maximum_));
+    if (percent == value_)
+        return;
+    value_ = percent;
     emit valueChanged();
 }
 
@@ -236,10 +239,8 @@ void VolumeDial::mouseUngrabEvent()
 
 void VolumeDial::wheelEvent(QWheelEvent* event)
 {
-    turned_ += event->angleDelta().y();
-    const int notches = turned_ / QWheelEvent::DefaultDeltasPerStep;
-    turned_ -= notches * QWheelEvent::DefaultDeltasPerStep;
-    if (notches != 0)
+    static_assert(WheelNotches::parts == QWheelEvent::DefaultDeltasPerStep);
+    if (const int notches = wheel_.turn(event->angleDelta().y()))
         emit scrolled(notches);
 }
 

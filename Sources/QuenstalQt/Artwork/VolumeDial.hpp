@@ -1,5 +1,6 @@
 #pragma once
 
+#include "QuenstalPlatform/WheelNotches.hpp"
 #include "QuenstalQt/Artwork/PaintedItem.hpp"
 
 namespace quenstal {
@@ -10,8 +11,9 @@ namespace quenstal {
 /// It changes nothing itself: presses and drags are reported as points of that square.
 class VolumeDial : public PaintedItem {
     Q_OBJECT
-    /// Percent, with its range and step under the names that assistive technology looks for.
-    Q_PROPERTY(int value READ value WRITE setValue NOTIFY valueChanged)
+    /// Whole percent, with its range and step under the names that assistive technology looks for. It writes any
+    /// number.
+    Q_PROPERTY(qreal value READ value WRITE setValue NOTIFY valueChanged)
     Q_PROPERTY(int minimumValue MEMBER minimum_ CONSTANT)
     Q_PROPERTY(int maximumValue MEMBER maximum_ CONSTANT)
     Q_PROPERTY(int stepSize MEMBER step_ CONSTANT)
@@ -28,8 +30,8 @@ class VolumeDial : public PaintedItem {
 public:
     explicit VolumeDial(QQuickItem* parent = nullptr);
 
-    int value() const { return value_; }
-    void setValue(int value);
+    qreal value() const { return value_; }
+    void setValue(qreal value);
     bool isDragging() const { return dragging_; }
 
     void paint(QPainter& painter, const Canvas& canvas) override;
@@ -66,8 +68,7 @@ private:
     bool focused_ = false;
     bool dragging_ = false;
     qreal size_ = 166;
-    /// Parts of a notch that a smooth wheel has turned so far, in eighths of a degree.
-    int turned_ = 0;
+    WheelNotches wheel_;
 };
 
 } // namespace quenstal

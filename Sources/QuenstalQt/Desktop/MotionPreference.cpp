@@ -22,8 +22,9 @@ struct Wish {
 };
 
 constexpr std::array<Wish, MotionPreference::wishCount> wishes{{
-    {"org.freedesktop.appearance", "reduced-motion", [](const QVariant& value) { return value.toUInt() == 1; }},
-    {"org.gnome.desktop.interface", "enable-animations", [](const QVariant& value) { return !value.toBool(); }},
+    {"org.freedesktop.appearance", "reduced-motion", [](const QVariant& value) { return value.toULongLong() == 1; }},
+    {"org.gnome.desktop.interface", "enable-animations",
+        [](const QVariant& value) { return value.typeId() == QMetaType::Bool && !value.toBool(); }},
     // A factor of how long animations last, as a text.
     {"org.kde.kdeglobals.KDE", "AnimationDurationFactor",
         [](const QVariant& value) {

@@ -138,13 +138,8 @@ void StatusNotifierItem::Scroll(int delta, const QString& orientation)
 {
     if (orientation.compare(QLatin1String("vertical"), Qt::CaseInsensitive) != 0)
         return;
-    constexpr int notch = 120;
-    if (std::abs(delta) == 1)
-        delta *= notch;
-    turned_ += delta;
-    const int notches = turned_ / notch;
-    turned_ -= notches * notch;
-    if (notches != 0)
+    const bool isWholeNotch = delta == 1 || delta == -1;
+    if (const int notches = wheel_.turn(isWholeNotch ? delta * WheelNotches::parts : delta))
         emit scrolled(notches);
 }
 

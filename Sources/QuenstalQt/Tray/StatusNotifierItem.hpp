@@ -1,5 +1,7 @@
 #pragma once
 
+#include "QuenstalPlatform/WheelNotches.hpp"
+
 #include <QDBusConnection>
 #include <QDBusObjectPath>
 #include <QDBusServiceWatcher>
@@ -87,7 +89,7 @@ signals:
     // For the program.
     void activated(int x, int y);
     void secondaryActivated();
-    /// Up positive.
+    /// Up positive, at most `WheelNotches::most` either way.
     void scrolled(int notches);
     void registered();
     /// The watcher went away, or there was none.
@@ -104,7 +106,7 @@ private:
     NotifierPixmaps icon_;
     QString label_;
     QString toolTip_;
-    int turned_ = 0;
+    WheelNotches wheel_;
 };
 
 } // namespace quenstal

@@ -21,7 +21,8 @@ Item {
     function step(count) { moved(bounded(shownValue + count * stepSize)) }
     function turn(angle) {
         const notch = 120
-        turned += angle
+        const most = 4 * notch
+        turned += Math.max(-most, Math.min(most, angle))
         const notches = Math.trunc(turned / notch)
         turned -= notches * notch
         if (notches !== 0)
@@ -39,7 +40,8 @@ Item {
     onValueChanged: {
         if (value === shownValue)
             return
-        moved(value)
+        if (!isNaN(value))
+            moved(bounded(value))
         value = Qt.binding(() => shownValue)
     }
 }

@@ -105,7 +105,7 @@ class Settings(Desk):
 
     @staticmethod
     def typed(value, level):
-        kind = {bool: dbus.Boolean, int: dbus.UInt32, str: dbus.String}[type(value)]
+        kind = {bool: dbus.Boolean, int: dbus.UInt32 if value in (0, 1) else dbus.UInt64, str: dbus.String}[type(value)]
         return kind(value, variant_level=level)
 
     def set(self, area, key, value):

@@ -16,6 +16,8 @@ STAND = sys.argv.pop(1)
 HERE = pathlib.Path(__file__).parent
 # Where the arc's top is, from the glass's upper left corner, without a notice and with one.
 GLASS = (344, 383)
+# What a number of the bus can be.
+LEAST, LARGEST = -2**31, 2**31 - 1
 
 
 class DesktopTest(unittest.TestCase):
@@ -235,6 +237,27 @@ class NotifierItem(DesktopTest):
         self.properties()
         self.assertEqual(self.stand.read()["percent"], 42)
 
+    def test_however_far_a_host_says_the_wheel_turned_the_volume_moves_by_a_quarter(self):
+        for turn, percent in ((LARGEST, 67), (LEAST, 42), (LARGEST, 67), (-LARGEST, 42)):
+            self.watcher.command(f"scroll {turn} vertical")
+            self.stand.wait(percent=percent)
+
+    def test_far_turns_leave_nothing_over_for_the_next(self):
+        self.watcher.command(f"scroll {LEAST} vertical")
+        self.stand.wait(percent=17)
+        self.watcher.command("scroll 60 vertical")
+        self.watcher.command("scroll 60 vertical")
+        self.stand.wait(percent=23)
+
+    def test_a_click_from_far_outside_opens_the_panel_on_the_screen(self):
+        for x, y in ((LARGEST, LARGEST), (LEAST, LEAST), (LARGEST, LEAST)):
+            with self.subTest((x, y)):
+                self.watcher.command(f"activate {x} {y}")
+                left, top, width, height = self.session.frame(self.stand.wait_open())
+                self.assertTrue(0 <= left <= 1280 - width and 0 <= top <= 800 - height, (left, top))
+                self.watcher.command("activate 640 12")
+                self.stand.wait_closed()
+
     def test_a_watcher_that_comes_back_gets_the_item_again(self):
         self.session.stop(self.watcher.child)
         self.watcher = Watcher(self.session)
@@ -287,8 +310,8 @@ class AssistiveTechnology(DesktopTest):
         self.assertTrue({"Mute", "EQ", "More"} <= {name for _, name in names}, names)
         self.assertEqual(said["values"]["Volume"], [42, 0, 100])
         self.assertEqual(said["increased"], 44)
-        self.assertEqual(said["written"], 77)
-        self.stand.wait(percent=77)
+        self.assertEqual((said["written"], said["writtenBeyond"]), (77, 100))
+        self.stand.wait(percent=100)
 
     def test_on_the_equalizer_bands_are_sliders_in_decibels_and_the_dial_is_gone(self):
         self.start_in_tray()

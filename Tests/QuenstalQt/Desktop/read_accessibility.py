@@ -54,6 +54,8 @@ def use(slider, said):
     said["increased"] = wait_for_value(slider, 44)
     slider.queryValue().currentValue = 77
     said["written"] = wait_for_value(slider, 77)
+    slider.queryValue().currentValue = 1e300
+    said["writtenBeyond"] = wait_for_value(slider, 100)
 
 
 main()

@@ -255,6 +255,20 @@ class Motion(ServiceTest):
         settings.command(f"set {area} {key} {less}")
         wait_for(lambda: not self.moves(), "stillness")
 
+    def test_a_value_that_no_desktop_writes_is_no_wish(self):
+        settings = self.serve("settings")
+        self.open_panel()
+        for number, value in enumerate(('""', str(2**32 + 1), '"none"')):
+            area, key, _, _ = self.WISHES[number]
+            settings.command(f"set {area} {key} {value}")
+            # What is told after it has been heard after it.
+            area, key, less, more = self.WISHES[number - 1]
+            with self.subTest(self.WISHES[number][0]):
+                settings.command(f"set {area} {key} {less}")
+                wait_for(lambda: not self.moves(), "stillness")
+                settings.command(f"set {area} {key} {more}")
+                wait_for(self.moves, "motion")
+
     def test_a_settings_service_that_starts_later_is_asked(self):
         self.open_panel()
         area, key, less, _ = self.WISHES[0]
