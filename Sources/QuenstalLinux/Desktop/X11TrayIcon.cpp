@@ -44,7 +44,7 @@ X11TrayIcon::X11TrayIcon(
     , screenNumber_(screenNumber)
     , runLoop_(runLoop)
     , user_(std::move(user))
-    , leastSize_(static_cast<std::uint32_t>(pixels))
+    , leastSize_(static_cast<std::uint32_t>(std::clamp(pixels, 1, mostSize)))
     , selection_(intern("_NET_SYSTEM_TRAY_S" + std::to_string(screenNumber)))
     , manager_(intern("MANAGER"))
     , watch_(runLoop.watchReadable(xcb_get_file_descriptor(connection_.get()), [this] { dispatch(); }))
@@ -206,7 +206,8 @@ std::vector<std::uint32_t> X11TrayIcon::background(xcb_rectangle_t square)
 
 void X11TrayIcon::paint()
 {
-    const int size = std::min({width_, height_, mostSize});
+    // A tray may say any size, and none.
+    const int size = std::clamp(std::min(width_, height_), 1, mostSize);
     const auto length = static_cast<std::uint16_t>(size);
     const xcb_rectangle_t square{static_cast<std::int16_t>((width_ - size) / 2),
         static_cast<std::int16_t>((height_ - size) / 2), length, length};

@@ -2,6 +2,7 @@
 
 #include "QuenstalPlatform/Undo.hpp"
 #include "QuenstalQt/Desktop/KeyEvents.hpp"
+#include "QuenstalQt/Desktop/Screens.hpp"
 #include "QuenstalQt/Panel/CoreTexts.hpp"
 
 #include <utility>
@@ -86,16 +87,26 @@ bool QtPanelWindow::isVisible()
 
 std::unique_ptr<Interface> QtPanelWindow::host(GlassDialViewState& viewState)
 {
+    viewState_ = &viewState;
+    return std::make_unique<Undo>([this] {
+        content_.reset();
+        viewState_ = nullptr;
+    });
+}
+
+void QtPanelWindow::makeWindow()
+{
     window_ = std::make_unique<Window>(*this);
     window_->setFlags(windowFlags());
     window_->setColor(Qt::transparent);
     window_->setTitle(QStringLiteral("Quenstal"));
-    content_ = std::make_unique<PanelContent>(*window_, viewState);
-    return std::make_unique<Undo>([this] { content_.reset(); });
+    content_ = std::make_unique<PanelContent>(*window_, *viewState_);
+    content_->setMotion(motion_);
 }
 
 void QtPanelWindow::setMotion(bool motion)
 {
+    motion_ = motion;
     if (content_)
         content_->setMotion(motion);
 }
@@ -127,8 +138,10 @@ void QtPanelWindow::applyFrame()
 
 void QtPanelWindow::orderFrontRegardless()
 {
-    if (!content_)
+    if (!viewState_ || !canShowWindows())
         return;
+    if (!content_)
+        makeWindow();
     isComposited_ = !windowSystem_ || windowSystem_->isCompositing();
     content_->show(margin(), isComposited_);
     applyFrame();

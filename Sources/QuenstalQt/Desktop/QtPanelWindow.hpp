@@ -27,7 +27,8 @@ public:
     void makeKey() override;
     void orderOut() override;
 
-    /// The views live until the result is destroyed.
+    /// The views live until the result is destroyed. They and their window are made when the panel is first shown: with
+    /// no screen there can be no window.
     std::unique_ptr<Interface> host(GlassDialViewState& viewState);
     void setMotion(bool motion);
 
@@ -52,6 +53,7 @@ public:
 private:
     class Window;
 
+    void makeWindow();
     void keyDown(QKeyEvent& event);
     int margin() const;
     void applyFrame();
@@ -66,6 +68,9 @@ private:
     Rect frame_;
     WindowID focusBefore_ = 0;
     std::optional<std::uint32_t> lastPress_;
+    /// None before the views are hosted and after.
+    GlassDialViewState* viewState_ = nullptr;
+    bool motion_ = true;
     std::unique_ptr<Window> window_;
     std::unique_ptr<PanelContent> content_;
     struct Asked {

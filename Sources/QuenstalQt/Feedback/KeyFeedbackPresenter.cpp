@@ -1,5 +1,6 @@
 #include "QuenstalQt/Feedback/KeyFeedbackPresenter.hpp"
 
+#include "QuenstalQt/Desktop/Screens.hpp"
 #include "QuenstalQt/Desktop/Views.hpp"
 #include "QuenstalQt/Panel/CoreTexts.hpp"
 
@@ -93,6 +94,8 @@ void KeyFeedbackPresenter::showOtherwise(const KeyFeedback& feedback)
 
 void KeyFeedbackPresenter::showBar(const KeyFeedback& feedback)
 {
+    if (!canShowWindows())
+        return;
     if (!bar_)
         loadBar();
     bar_->setProperty("symbol", QString::fromStdString(feedback.symbolName));

@@ -7,9 +7,13 @@
 #include "Support/Eventually.hpp"
 #include "Support/PrivateXServer.hpp"
 
+#include <array>
+#include <cstring>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -88,6 +92,28 @@ public:
         }
         return asking_;
     }
+    /// Says that the icon has been given this size, which it has not.
+    void saySize(std::uint16_t width, std::uint16_t height)
+    {
+        xcb_configure_notify_event_t said{};
+        said.response_type = XCB_CONFIGURE_NOTIFY;
+        said.event = said.window = asking_;
+        said.width = width;
+        said.height = height;
+        send(said);
+        xcb_expose_event_t exposed{};
+        exposed.response_type = XCB_EXPOSE;
+        exposed.window = asking_;
+        send(exposed);
+        sync();
+    }
+    /// The width and height of the icon.
+    std::pair<int, int> size() const
+    {
+        const auto reply
+            = owned(xcb_get_geometry_reply(connection_.get(), xcb_get_geometry(connection_.get(), asking_), nullptr));
+        return reply ? std::pair<int, int>(reply->width, reply->height) : std::pair(0, 0);
+    }
     void takeIn()
     {
         xcb_reparent_window(connection_.get(), asking_, window_, 5, 4);
@@ -96,6 +122,14 @@ public:
     }
 
 private:
+    template <typename Event>
+    void send(const Event& event) const
+    {
+        std::array<char, 32> bytes{};
+        static_assert(sizeof event <= sizeof bytes);
+        std::memcpy(bytes.data(), &event, sizeof event);
+        xcb_send_event(connection_.get(), 0, asking_, XCB_EVENT_MASK_STRUCTURE_NOTIFY, bytes.data());
+    }
     xcb_window_t root() const { return rootWindow(connection_.get(), screenNumber_); }
     void sync() const
     {
@@ -124,6 +158,25 @@ TEST_F(X11WindowSystemTest, anIconIsNowhereUntilTheTrayHasTakenItIn)
     EXPECT_EQ(icon->frame()->y, 14);
     tray.reset();
     EXPECT_TRUE(eventually([&] { return !icon->frame(); }));
+}
+
+TEST_F(X11WindowSystemTest, anIconOfAnySizeThatIsSaidIsPaintedInOneThatABarCanHave)
+{
+    SlowTray tray(server->display());
+    std::vector<int> painted;
+    WindowSystem::TrayIconUser user;
+    user.paint = [&](int pixels) {
+        painted.push_back(pixels);
+        return std::vector<std::uint32_t>(static_cast<std::size_t>(pixels * pixels));
+    };
+    const auto icon = system->createTrayIcon(std::move(user), std::numeric_limits<int>::max());
+    ASSERT_TRUE(eventually([&] { return tray.asking() != XCB_NONE; }));
+    EXPECT_EQ(tray.size(), std::pair(128, 128));
+    tray.saySize(0, 0);
+    ASSERT_TRUE(eventually([&] { return painted.size() == 1; }));
+    tray.saySize(65535, 65535);
+    ASSERT_TRUE(eventually([&] { return painted.size() == 2; }));
+    EXPECT_EQ(painted, (std::vector{1, 128}));
 }
 
 } // namespace

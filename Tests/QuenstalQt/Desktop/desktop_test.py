@@ -2,7 +2,9 @@
 """The panel on a real X server: tray hosts, clicks, keys, focus, a compositor, assistive technology."""
 
 import json
+import os
 import pathlib
+import re
 import subprocess
 import sys
 import unittest
@@ -185,6 +187,48 @@ class Compositing(DesktopTest):
         x, _, width, height = self.session.frame(self.open_panel())
         self.assertEqual((width, height), (2 * GLASS[0], 2 * GLASS[1]))
         self.assertEqual(x + width, 2560 - 16)
+
+
+class Screens(DesktopTest):
+    def start_offscreen(self, screens):
+        self.session = self.open_session()
+        configuration = pathlib.Path(self.session.folder.name, "screens.json")
+        configuration.write_text(json.dumps({"screens": screens}))
+        self.session.environment["QT_QPA_PLATFORM"] = f"offscreen:configfile={configuration}"
+        self.stand = Stand(self.session, STAND)
+
+    def use(self):
+        """Everything that shows a window; the program goes on."""
+        for command in ("feedback 48", "notice", "open", "feedback muted", "notice", "motion"):
+            self.stand.command(command)
+        self.stand.command("quit")
+        self.assertEqual(self.stand.child.wait(LIMIT), 0)
+        return self.stand.child.stderr.read()
+
+    def test_without_any_screen_nothing_is_shown_and_the_program_goes_on(self):
+        self.start_offscreen([])
+        self.assertIn("Nothing can be shown: there is no screen.", self.use())
+
+    def test_a_density_that_no_screen_has_does_not_fill_the_memory(self):
+        self.session = self.open_session()
+        subprocess.run(["xrdb", "-merge"], input="Xft.dpi: 2400", text=True, check=True, env=self.session.environment)
+        self.session.start_tray()
+        self.stand = Stand(self.session, STAND)
+        icon = self.session.tray_icon()
+        for show in (lambda: self.stand.command("feedback 48"), lambda: self.session.click(*icon)):
+            show()
+            wait_for(lambda: "pixels to a point" in self.complaints(), "what keeps it from being shown")
+        status = pathlib.Path(f"/proc/{self.stand.child.pid}/status").read_text()
+        self.assertLess(int(re.search(r"VmHWM:\s+(\d+)", status).group(1)), 100_000)
+
+    def complaints(self):
+        """What came on standard error since the last look."""
+        complaints = self.stand.child.stderr.fileno()
+        os.set_blocking(complaints, False)
+        try:
+            return os.read(complaints, 65536).decode()
+        except BlockingIOError:
+            return ""
 
 
 class Watcher(Service):
