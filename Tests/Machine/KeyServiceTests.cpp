@@ -160,6 +160,7 @@ TEST_F(MachineKeyServiceTest, theUserAtTheScreenGetsTheVolumeKeysAndTheKeyboardS
     EXPECT_EQ(errorOfOpening(keyboardNode(UsbKeyboard::name), alice), EACCES);
     EXPECT_EQ(errorOfOpening(keyboardNode(UsbKeyboard::cloneName), alice), EACCES);
     EXPECT_EQ(errorOfOpening("/dev/uinput", alice), EACCES);
+    EXPECT_EQ(errorOfOpening("/dev/quenstal-uinput", alice), EACCES);
 }
 
 TEST_F(MachineKeyServiceTest, whoIsNotAtTheScreenIsRefused)

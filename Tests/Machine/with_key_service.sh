@@ -14,8 +14,7 @@ cmake --install "$1" --component keyservice >/dev/null
 shift
 systemd-sysusers quenstal-keyd.conf
 modprobe uinput
-udevadm control --reload
-udevadm trigger --settle --action=change --name-match=uinput
+systemd-tmpfiles --create quenstal-keyd.conf
 systemctl daemon-reload
 busctl call org.freedesktop.DBus /org/freedesktop/DBus org.freedesktop.DBus ReloadConfig
 exec "$@"

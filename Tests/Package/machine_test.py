@@ -1,6 +1,7 @@
 """The package on an emulated machine that is up: systemd, the device manager, logind, the bus and polkit run, and users
 with nothing but an account log in. Run there, as root; changes that machine."""
 
+import grp
 import json
 import os
 import pathlib
@@ -161,6 +162,10 @@ def volume():
 alice = bob = keyboard = None
 
 
+# As programs bring it that make up gamepads.
+RULE_OF_ANOTHER = 'KERNEL=="uinput", SUBSYSTEM=="misc", GROUP="games", MODE="0660", TAG+="uaccess"\n'
+
+
 def setUpModule():
     global alice, bob, keyboard
     for needed in (LATER, "/usr/lib/polkit-1/polkitd", "/usr/bin/wpctl", "/usr/bin/Xvfb", "/usr/bin/xdotool",
@@ -180,7 +185,10 @@ def setUpModule():
         "[Unit]\nBindsTo=graphical-session.target\nWants=xdg-desktop-autostart.target\n")
     run("systemctl", "daemon-reload")
     purge()
-    run("modprobe", "-a", "radeonfb", "i2c-dev", "snd-dummy")
+    pathlib.Path("/etc/udev/rules.d/60-gamepads.rules").write_text(RULE_OF_ANOTHER)
+    run("udevadm", "control", "--reload")
+    run("modprobe", "-a", "radeonfb", "i2c-dev", "snd-dummy", "uinput")
+    run("udevadm", "trigger", "--settle", "--action=change", "--name-match=uinput")
     alice, bob, keyboard = User("alice"), User("bob"), Keyboard()
 
 
@@ -198,6 +206,12 @@ class MachineCase(unittest.TestCase):
         self.assert_comes(lambda: volume() < before, "lower volume")
         keyboard.press("volumeup")
         self.assert_comes(lambda: volume() == before, "higher volume")
+
+    def assert_uinput_is_as_the_rules_of_others_say(self):
+        node = pathlib.Path("/dev/uinput")
+        self.assertEqual((node.owner(), node.group()), ("root", "games"))
+        self.assertTrue(alice.may_open(node))
+        self.assertFalse(bob.may_open(node))
 
     def assert_monitors_can_be_reached(self):
         self.assertTrue(buses("radeonfb") and buses("SMBus"))
@@ -246,7 +260,10 @@ class Installed(RunningCase):
 
     def test_the_keys_move_the_volume_at_once(self):
         self.assert_the_keys_move_the_volume()
-        self.assertEqual(pathlib.Path("/dev/uinput").group(), "quenstal-keyd")
+
+    def test_who_else_may_use_uinput_is_for_others(self):
+        self.assert_uinput_is_as_the_rules_of_others_say()
+        self.assertFalse(alice.may_open("/dev/quenstal-uinput"))
 
     def test_the_bus_started_it_as_a_service_that_comes_back_after_a_crash(self):
         first = alice.property("MainPID")
@@ -327,10 +344,15 @@ class Upgraded(RunningCase):
         cls.program = alice.property("MainPID")
         cls.key_service = run("systemctl", "show", "--value", "--property=MainPID", KEY_SERVICE).strip()
         run("modprobe", "--remove", "i2c-dev")
+        # As the rule of an earlier version left it.
+        os.chown("/dev/uinput", 0, grp.getgrnam("quenstal-keyd").gr_gid)
         install(LATER)
 
     def test_modules_are_loaded_and_monitors_can_be_reached(self):
         self.assert_monitors_can_be_reached()
+
+    def test_what_an_earlier_version_took_from_others_is_theirs_again(self):
+        self.assert_uinput_is_as_the_rules_of_others_say()
 
     def test_the_old_key_service_is_gone_and_the_keys_come_back_to_the_program_that_goes_on(self):
         self.assertFalse(is_alive(self.key_service))
@@ -358,8 +380,8 @@ class Withdrawn(RunningCase):
     def test_devices_are_closed_again(self):
         for bus in buses(""):
             self.assertFalse(alice.may_open(bus), run("udevadm", "info", bus))
-        node = os.stat("/dev/uinput")
-        self.assertEqual((node.st_uid, node.st_gid, node.st_mode & 0o777), (0, 0, 0o600))
+        self.assert_uinput_is_as_the_rules_of_others_say()
+        self.assertFalse(os.path.exists("/dev/quenstal-uinput"))
 
     def test_no_file_is_left(self):
         self.assertIn("/usr/bin/quenstal", self.files)

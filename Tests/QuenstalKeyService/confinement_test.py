@@ -149,7 +149,7 @@ class Unit(unittest.TestCase):
 
     def test_it_runs_as_the_account_that_the_other_files_name(self):
         self.assertIn("\nUser=quenstal-keyd\n", self.text)
-        for name in ["sysusers.conf", "udev.rules", f"{BUS_NAME}.conf", f"{BUS_NAME}.service.in", "app.quenstal.policy"]:
+        for name in ["sysusers.conf", "tmpfiles.conf", f"{BUS_NAME}.conf", f"{BUS_NAME}.service.in", "app.quenstal.policy"]:
             self.assertIn("quenstal-keyd", (FILES / name).read_text(encoding="utf-8"), name)
 
     def test_a_main_loop_that_hangs_is_ended(self):
@@ -157,7 +157,7 @@ class Unit(unittest.TestCase):
 
     def test_no_device_but_keyboards_and_uinput_is_open_to_it(self):
         self.assertIn("\nDevicePolicy=closed\n", self.text)
-        self.assertEqual(re.findall(r"\nDeviceAllow=(.*)", self.text), ["char-input rw", "/dev/uinput rw"])
+        self.assertEqual(re.findall(r"\nDeviceAllow=(.*)", self.text), ["char-input rw", "/dev/quenstal-uinput rw"])
 
 
 if __name__ == "__main__":

@@ -77,7 +77,7 @@ EvdevKeyCapture::Obstacle EvdevKeyCapture::obstacleKind() const
         return Obstacle::noKeyboard;
     if (pause_)
         return Obstacle::takenByOther;
-    if (access(uinputNode, W_OK) != 0 || accessibleNodes().empty())
+    if (!uinputNode() || accessibleNodes().empty())
         return Obstacle::noAccess;
     return Obstacle::none;
 }

@@ -17,7 +17,6 @@ namespace quenstal {
 /// nodes and to uinput.
 class EvdevKeyCapture final : public KeyCapture {
 public:
-    static constexpr const char* uinputNode = "/dev/uinput";
     /// After another program was found to hold the keyboards they are left alone for this long.
     static constexpr auto busyPause = std::chrono::seconds(30);
 

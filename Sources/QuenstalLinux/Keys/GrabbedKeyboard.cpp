@@ -50,13 +50,13 @@ bool GrabbedKeyboard::makeClone()
     libevdev_set_name(device_.get(), (cloneNamePrefix + std::string(libevdev_get_name(device_.get()))).c_str());
     // Repeats are passed on as they come; a clone that repeats by itself would double them.
     libevdev_disable_event_type(device_.get(), EV_REP);
+    const char* const node = uinputNode();
+    // Not blocking: the thread would wait for the next light as soon as it has read one.
+    uinput_ = FileDescriptor(node ? open(node, O_RDWR | O_NONBLOCK | O_CLOEXEC) : -1);
     libevdev_uinput* clone = nullptr;
-    const int status = libevdev_uinput_create_from_device(device_.get(), LIBEVDEV_UINPUT_OPEN_MANAGED, &clone);
-    clone_.reset(clone);
-    if (status != 0)
+    if (!uinput_ || libevdev_uinput_create_from_device(device_.get(), uinput_.get(), &clone) != 0)
         return false;
-    // It comes blocking: the thread would wait for the next light as soon as it has read one.
-    fcntl(cloneDescriptor(), F_SETFL, O_RDWR | O_NONBLOCK);
+    clone_.reset(clone);
     return true;
 }
 

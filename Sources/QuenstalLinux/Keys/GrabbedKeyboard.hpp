@@ -60,6 +60,7 @@ private:
     std::string node_;
     FileDescriptor file_;
     std::unique_ptr<libevdev, FreeDevice> device_;
+    FileDescriptor uinput_;
     std::unique_ptr<libevdev_uinput, DestroyClone> clone_;
     VolumeKeyFilter filter_;
     State state_ = State::gone;

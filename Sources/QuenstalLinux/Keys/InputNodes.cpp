@@ -47,6 +47,15 @@ std::string_view seatOf(udev_device& node)
 
 } // namespace
 
+const char* uinputNode()
+{
+    for (const char* node : {"/dev/quenstal-uinput", "/dev/uinput"}) {
+        if (access(node, R_OK | W_OK) == 0)
+            return node;
+    }
+    return nullptr;
+}
+
 bool hasVolumeKeys(std::string_view keyBitmap)
 {
     constexpr std::size_t bits = sizeof(long) * CHAR_BIT;

@@ -12,6 +12,10 @@ namespace quenstal {
 /// The clones of this program are called so: they are not keyboards to be captured again.
 inline constexpr const char* cloneNamePrefix = "Quenstal ";
 
+/// Where clones are made: the key service's own node where this process may write to it, else everyone's. Null when it
+/// may write to neither.
+const char* uinputNode();
+
 /// Where keyboards are that nobody has assigned to another seat.
 inline constexpr const char* firstSeat = "seat0";
 
