@@ -11,6 +11,7 @@
 #include "QuenstalLinux/Keys/EvdevKeyCapture.hpp"
 #include "QuenstalLinux/Keys/LinuxEventTaps.hpp"
 #include "QuenstalLinux/Keys/LinuxTrust.hpp"
+#include "QuenstalLinux/Keys/PatientKeyCapture.hpp"
 #include "QuenstalLinux/Keys/ServiceKeyCapture.hpp"
 #include "QuenstalLinux/Keys/X11KeyCapture.hpp"
 #include "QuenstalLinux/Session/BusConnection.hpp"
@@ -90,6 +91,9 @@ public:
         , x11Keys_(isWaylandSession() ? nullptr : std::make_unique<X11KeyCapture>(runLoop))
         , evdevKeys_(runLoop, currentSeat())
         , serviceKeys_(runLoop, systemBus_, evdevKeys_)
+        , patientX11Keys_(x11Keys_ ? std::make_unique<PatientKeyCapture>(runLoop, *x11Keys_) : nullptr)
+        , patientServiceKeys_(runLoop, serviceKeys_)
+        , patientEvdevKeys_(runLoop, evdevKeys_)
         , windowSystem_(connectToX11(runLoop))
         , desktop_(windowSystem_.get())
         , eventTaps_(runLoop, waysOfCapture())
@@ -109,9 +113,9 @@ private:
     /// in this program's place.
     std::vector<KeyCapture*> waysOfCapture()
     {
-        if (x11Keys_)
-            return {x11Keys_.get(), &serviceKeys_, &evdevKeys_};
-        return {&serviceKeys_, &evdevKeys_};
+        if (patientX11Keys_)
+            return {patientX11Keys_.get(), &patientServiceKeys_, &patientEvdevKeys_};
+        return {&patientServiceKeys_, &patientEvdevKeys_};
     }
 
     // First: it begins to look for monitors at once, and asks for the current one only on later turns.
@@ -124,6 +128,9 @@ private:
     std::unique_ptr<X11KeyCapture> x11Keys_;
     EvdevKeyCapture evdevKeys_;
     ServiceKeyCapture serviceKeys_;
+    std::unique_ptr<PatientKeyCapture> patientX11Keys_;
+    PatientKeyCapture patientServiceKeys_;
+    PatientKeyCapture patientEvdevKeys_;
     std::unique_ptr<WindowSystem> windowSystem_;
     QtDesktop desktop_;
     LinuxEventTaps eventTaps_;

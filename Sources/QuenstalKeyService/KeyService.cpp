@@ -21,6 +21,10 @@ const char* explanation(KeyServiceRefusal refusal)
         return "The session's volume keys already belong to another program.";
     case KeyServiceRefusal::takenByOther:
         return "Another program has grabbed the keyboards.";
+    case KeyServiceRefusal::notCloned:
+        return "The system makes no clones of the keyboards.";
+    case KeyServiceRefusal::unguarded:
+        return "There is no process to guard the keyboards.";
     case KeyServiceRefusal::noAccess:
         return "The service may not use the keyboards or uinput.";
     case KeyServiceRefusal::tooMany:
@@ -118,6 +122,10 @@ std::optional<KeyServiceRefusal> KeyService::obstacleIn(const ActiveSession::Ses
     switch (keyboards_.obstacleKind()) {
     case EvdevKeyCapture::Obstacle::takenByOther:
         return KeyServiceRefusal::takenByOther;
+    case EvdevKeyCapture::Obstacle::notCloned:
+        return KeyServiceRefusal::notCloned;
+    case EvdevKeyCapture::Obstacle::unguarded:
+        return KeyServiceRefusal::unguarded;
     case EvdevKeyCapture::Obstacle::noAccess:
         return KeyServiceRefusal::noAccess;
     case EvdevKeyCapture::Obstacle::noKeyboard: // One may come.
@@ -240,9 +248,8 @@ void KeyService::captureLost()
 {
     isCapturing_ = false;
     const auto kind = keyboards_.obstacleKind();
-    const bool isForOthers
-        = kind == EvdevKeyCapture::Obstacle::takenByOther || kind == EvdevKeyCapture::Obstacle::noAccess;
-    if (const auto& session = activeSession_.current(); session && isForOthers)
+    const bool mayComeBack = kind == EvdevKeyCapture::Obstacle::none || kind == EvdevKeyCapture::Obstacle::noKeyboard;
+    if (const auto& session = activeSession_.current(); session && !mayComeBack)
         drop(SessionID(session->id), "cannot have the keyboards any more");
     else
         // Unplugged, or freed by the watchdog: the client need not know.

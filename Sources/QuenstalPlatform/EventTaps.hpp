@@ -57,10 +57,11 @@ public:
     virtual void removeFromMainRunLoop() = 0;
 };
 
-/// One tap; disabled when made. Destroying it gives its events back to the system. The source goes first.
+/// One tap; disabled when made. Destroying it gives its events back to the system, by the next turn of the run loop.
+/// The source goes first.
 class EventTap : public Interface {
 public:
-    /// While disabled nothing is swallowed and the callback is not called.
+    /// While disabled the callback is not called, and by the next turn nothing is swallowed.
     virtual void enable(bool enabled) = 0;
     /// Null when it cannot be made.
     virtual std::unique_ptr<EventTapSource> createRunLoopSource() = 0;

@@ -304,7 +304,7 @@ TEST_F(KeyServiceTest, keyboardsThatAnotherProgramHasTakenAreToldToTheClientAndT
     ASSERT_TRUE(eventually([&] { return client->hasSocket() && client->isDropped(); }));
     EXPECT_EQ(errorOfNewClient(), errorName(KeyServiceRefusal::takenByOther));
     keyboard->refuseGrab(false);
-    loop.advance(EvdevKeyCapture::busyPause);
+    loop.advance(EvdevKeyCapture::pause);
     EXPECT_TRUE(capturingClient()->hasSocket());
 }
 

@@ -8,6 +8,27 @@
 
 namespace quenstal {
 
+namespace {
+
+/// None where the next try may do better at once.
+EvdevKeyCapture::Obstacle reasonToWait(KeyGrabber::Loss loss)
+{
+    switch (loss) {
+    case KeyGrabber::Loss::busy:
+        return EvdevKeyCapture::Obstacle::takenByOther;
+    case KeyGrabber::Loss::notCloned:
+        return EvdevKeyCapture::Obstacle::notCloned;
+    case KeyGrabber::Loss::unguarded:
+        return EvdevKeyCapture::Obstacle::unguarded;
+    case KeyGrabber::Loss::allGone:
+    case KeyGrabber::Loss::stalled:
+        break;
+    }
+    return EvdevKeyCapture::Obstacle::none;
+}
+
+} // namespace
+
 struct EvdevKeyCapture::Session {
     EvdevKeyCapture& capture;
 };
@@ -76,7 +97,7 @@ EvdevKeyCapture::Obstacle EvdevKeyCapture::obstacleKind() const
     if (std::ranges::none_of(nodes_, isThere))
         return Obstacle::noKeyboard;
     if (pause_)
-        return Obstacle::takenByOther;
+        return pauseReason_;
     if (!uinputNode() || accessibleNodes().empty())
         return Obstacle::noAccess;
     return Obstacle::none;
@@ -96,6 +117,10 @@ std::string EvdevKeyCapture::obstacle()
         return KeyAdvice::noKeyboard;
     case Obstacle::takenByOther:
         return KeyAdvice::keyboardTaken;
+    case Obstacle::notCloned:
+        return KeyAdvice::notCloned;
+    case Obstacle::unguarded:
+        return KeyAdvice::unguarded;
     case Obstacle::noAccess:
         break;
     }
@@ -132,8 +157,8 @@ void EvdevKeyCapture::grab()
 
 void EvdevKeyCapture::lost(KeyGrabber::Loss loss)
 {
-    if (loss == KeyGrabber::Loss::busy || loss == KeyGrabber::Loss::unguarded)
-        pause();
+    if (const Obstacle reason = reasonToWait(loss); reason != Obstacle::none)
+        leaveAloneBecauseOf(reason);
     KeyCaptureListener* const listener = listener_;
     stop();
     changes_.notify();
@@ -141,9 +166,10 @@ void EvdevKeyCapture::lost(KeyGrabber::Loss loss)
 }
 
 /// Whoever waits for the keyboards hears of the end: nothing else tells that they are free.
-void EvdevKeyCapture::pause()
+void EvdevKeyCapture::leaveAloneBecauseOf(Obstacle reason)
 {
-    pause_ = runLoop_.after(busyPause, [this] {
+    pauseReason_ = reason;
+    pause_ = runLoop_.after(pause, [this] {
         pause_.reset();
         changes_.notify();
     });

@@ -17,10 +17,19 @@ namespace quenstal {
 /// nodes and to uinput.
 class EvdevKeyCapture final : public KeyCapture {
 public:
-    /// After another program was found to hold the keyboards they are left alone for this long.
-    static constexpr auto busyPause = std::chrono::seconds(30);
+    /// Keyboards that could not be had are left alone for this long.
+    static constexpr auto pause = std::chrono::seconds(30);
 
-    enum class Obstacle { none, noKeyboard, takenByOther, noAccess };
+    enum class Obstacle {
+        none,
+        noKeyboard,
+        takenByOther,
+        /// The system makes no clones of the keyboards.
+        notCloned,
+        /// There is no process to guard them.
+        unguarded,
+        noAccess,
+    };
 
     /// The run loop outlives this. Keyboards of another seat are not looked at.
     explicit EvdevKeyCapture(RunLoop& runLoop, std::string seat = firstSeat);
@@ -44,7 +53,7 @@ private:
     void nodesMayHaveChanged();
     void grab();
     void lost(KeyGrabber::Loss loss);
-    void pause();
+    void leaveAloneBecauseOf(Obstacle reason);
 
     RunLoop& runLoop_;
     std::string seat_;
@@ -53,8 +62,9 @@ private:
     std::unique_ptr<udev_monitor, ReleaseUdev> monitor_;
     Cancellation watch_;
     std::vector<InputNode> nodes_;
-    /// While it waits the keyboards are left alone.
+    /// While it waits the keyboards are left alone, for the reason below.
     Cancellation pause_;
+    Obstacle pauseReason_ = Obstacle::none;
     KeyCaptureListener* listener_ = nullptr;
     std::shared_ptr<Session> session_;
     std::vector<std::string> grabbedNodes_;

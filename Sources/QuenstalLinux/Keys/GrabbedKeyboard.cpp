@@ -65,7 +65,7 @@ void GrabbedKeyboard::tryToGrab()
     if (state_ != State::waiting || isAnyKeyHeld())
         return;
     if (!clone_ && !makeClone()) {
-        state_ = State::gone;
+        state_ = State::notCloned;
         return;
     }
     const int status = libevdev_grab(device_.get(), LIBEVDEV_GRAB);

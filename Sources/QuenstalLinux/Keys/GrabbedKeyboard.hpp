@@ -23,6 +23,8 @@ public:
         gone,
         /// Another program has grabbed it.
         busy,
+        /// The system makes no clone of it.
+        notCloned,
     };
 
     /// Opens the node and grabs nothing yet. `gone` when it cannot be opened.

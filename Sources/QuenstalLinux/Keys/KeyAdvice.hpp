@@ -16,6 +16,16 @@ struct KeyAdvice {
     static constexpr const char* noKeyboard = "No keyboard with volume keys is connected.";
     static constexpr const char* keyboardTaken
         = "Another program has taken the keyboard over. Quenstal tries again when it has ended.";
+    static constexpr const char* notCloned
+        = "The system refuses to make a copy of the keyboard (uinput), by which all other keys would reach the "
+          "desktop. "
+          "\"journalctl --dmesg\" may say why. Quenstal tries again in half a minute.";
+    static constexpr const char* unguarded
+        = "The system is out of processes or open files, and Quenstal takes no keyboard without a process that guards "
+          "it. Close some programs; Quenstal tries again in half a minute.";
+    static constexpr const char* lostAtOnce
+        = "The volume keys are lost again as soon as they are captured. Quenstal tries again in half a minute at the "
+          "latest.";
     static constexpr const char* noAccess
         = "Quenstal may not use the keyboard. Install its package (\"./package install\"), whose service hands the "
           "volume keys, and nothing else you type, to the session at the screen. Do not join the group \"input\": "
@@ -39,8 +49,8 @@ struct KeyAdvice {
           "if you have just installed it.";
     static constexpr const char* tooMany = "Quenstal's key service is busy. Quenstal tries again in half a minute.";
 
-    static constexpr std::array all{keysTaken, noKeysInLayout, noKeyboard, keyboardTaken, noAccess, noAnswer, notActive,
-        notAuthorized, inUse, serviceWithoutAccess, tooMany};
+    static constexpr std::array all{keysTaken, noKeysInLayout, noKeyboard, keyboardTaken, notCloned, unguarded,
+        lostAtOnce, noAccess, noAnswer, notActive, notAuthorized, inUse, serviceWithoutAccess, tooMany};
 };
 
 } // namespace quenstal

@@ -14,6 +14,11 @@ namespace {
 constexpr int releasePollMilliseconds = 20;
 constexpr int forever = -1;
 
+bool isUnusable(const std::unique_ptr<GrabbedKeyboard>& keyboard)
+{
+    return keyboard->state() != GrabbedKeyboard::State::waiting && keyboard->state() != GrabbedKeyboard::State::grabbed;
+}
+
 } // namespace
 
 KeyGrabber::KeyGrabber(std::vector<std::string> nodes, Handlers handlers)
@@ -48,17 +53,25 @@ void KeyGrabber::open(const std::vector<std::string>& nodes)
         keyboards_.push_back(std::make_unique<GrabbedKeyboard>(node, handlers_.press));
 }
 
+bool KeyGrabber::isAny(GrabbedKeyboard::State state) const
+{
+    return std::ranges::any_of(keyboards_, [state](const auto& keyboard) { return keyboard->state() == state; });
+}
+
+bool KeyGrabber::isAnyUnusable() const
+{
+    return std::ranges::any_of(keyboards_, isUnusable);
+}
+
 /// False, with the reason told, when no keyboard is left.
 bool KeyGrabber::dropUnusable()
 {
     using State = GrabbedKeyboard::State;
-    const bool anyBusy
-        = std::ranges::any_of(keyboards_, [](const auto& keyboard) { return keyboard->state() == State::busy; });
-    std::erase_if(keyboards_,
-        [](const auto& keyboard) { return keyboard->state() == State::busy || keyboard->state() == State::gone; });
+    const Loss loss = isAny(State::busy) ? Loss::busy : isAny(State::notCloned) ? Loss::notCloned : Loss::allGone;
+    std::erase_if(keyboards_, isUnusable);
     if (!keyboards_.empty())
         return true;
-    handlers_.lost(anyBusy ? Loss::busy : Loss::allGone);
+    handlers_.lost(loss);
     return false;
 }
 
@@ -82,11 +95,9 @@ bool KeyGrabber::tendWatchdog()
 /// False when one of them turns out to be unusable.
 bool KeyGrabber::grabAll()
 {
-    using State = GrabbedKeyboard::State;
     for (const auto& keyboard : keyboards_)
         keyboard->tryToGrab();
-    return std::ranges::none_of(keyboards_,
-        [](const auto& keyboard) { return keyboard->state() == State::busy || keyboard->state() == State::gone; });
+    return !isAnyUnusable();
 }
 
 bool KeyGrabber::waitForEvents()

@@ -21,6 +21,8 @@ public:
         allGone,
         /// Another program has grabbed what there is.
         busy,
+        /// The system makes no clones of what there is.
+        notCloned,
         /// There is no process to guard them, without which nothing is grabbed.
         unguarded,
         /// This program did not keep up, and the keyboards were freed.
@@ -45,6 +47,8 @@ private:
     void open(const std::vector<std::string>& nodes);
     /// False when the thread is to end.
     bool waitForEvents();
+    bool isAny(GrabbedKeyboard::State state) const;
+    bool isAnyUnusable() const;
     bool dropUnusable();
     bool tendWatchdog();
     bool grabAll();

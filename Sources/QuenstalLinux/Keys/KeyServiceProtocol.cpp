@@ -18,6 +18,8 @@ constexpr std::array namedRefusals{
     NamedRefusal{KeyServiceRefusal::notAuthorized, "app.quenstal.KeyService1.Error.NotAuthorized"},
     NamedRefusal{KeyServiceRefusal::inUse, "app.quenstal.KeyService1.Error.InUse"},
     NamedRefusal{KeyServiceRefusal::takenByOther, "app.quenstal.KeyService1.Error.TakenByOther"},
+    NamedRefusal{KeyServiceRefusal::notCloned, "app.quenstal.KeyService1.Error.NotCloned"},
+    NamedRefusal{KeyServiceRefusal::unguarded, "app.quenstal.KeyService1.Error.Unguarded"},
     NamedRefusal{KeyServiceRefusal::noAccess, "app.quenstal.KeyService1.Error.NoAccess"},
     NamedRefusal{KeyServiceRefusal::tooMany, "app.quenstal.KeyService1.Error.TooMany"},
 };

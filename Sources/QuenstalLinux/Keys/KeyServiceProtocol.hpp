@@ -31,6 +31,10 @@ enum class KeyServiceRefusal {
     inUse,
     /// Another program has grabbed the keyboards.
     takenByOther,
+    /// The system makes no clones of the keyboards.
+    notCloned,
+    /// The service has no process to guard the keyboards.
+    unguarded,
     /// The service itself may not use the keyboards.
     noAccess,
     /// Too many calls wait for an answer.

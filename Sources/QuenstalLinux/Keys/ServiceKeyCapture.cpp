@@ -147,6 +147,10 @@ std::string ServiceKeyCapture::obstacle()
         return KeyAdvice::inUse;
     case KeyServiceRefusal::takenByOther:
         return KeyAdvice::keyboardTaken;
+    case KeyServiceRefusal::notCloned:
+        return KeyAdvice::notCloned;
+    case KeyServiceRefusal::unguarded:
+        return KeyAdvice::unguarded;
     case KeyServiceRefusal::noAccess:
         return KeyAdvice::serviceWithoutAccess;
     case KeyServiceRefusal::tooMany:

@@ -85,6 +85,15 @@ constexpr std::array texts{
     QT_TRANSLATE_NOOP("Core", "No keyboard with volume keys is connected."),
     QT_TRANSLATE_NOOP("Core", "Another program has taken the keyboard over. Quenstal tries again when it has ended."),
     QT_TRANSLATE_NOOP("Core",
+        "The system refuses to make a copy of the keyboard (uinput), by which all other keys would reach "
+        "the desktop. \"journalctl --dmesg\" may say why. Quenstal tries again in half a minute."),
+    QT_TRANSLATE_NOOP("Core",
+        "The system is out of processes or open files, and Quenstal takes no keyboard without a process "
+        "that guards it. Close some programs; Quenstal tries again in half a minute."),
+    QT_TRANSLATE_NOOP("Core",
+        "The volume keys are lost again as soon as they are captured. Quenstal tries again in half a "
+        "minute at the latest."),
+    QT_TRANSLATE_NOOP("Core",
         "Quenstal may not use the keyboard. Install its package (\"./package install\"), whose service hands the "
         "volume keys, and nothing else you type, to the session at the screen. Do not join the group \"input\": "
         "every program could then read all you type."),

@@ -347,6 +347,18 @@
         <translation>Ein anderes Programm hat die Tastatur übernommen. Quenstal versucht es wieder, wenn es beendet ist.</translation>
     </message>
     <message>
+        <source>The system refuses to make a copy of the keyboard (uinput), by which all other keys would reach the desktop. &quot;journalctl --dmesg&quot; may say why. Quenstal tries again in half a minute.</source>
+        <translation>Das System legt keine Kopie der Tastatur an (uinput), über die alle anderen Tasten an den Desktop gingen. „journalctl --dmesg“ nennt vielleicht den Grund. Quenstal versucht es in einer halben Minute wieder.</translation>
+    </message>
+    <message>
+        <source>The system is out of processes or open files, and Quenstal takes no keyboard without a process that guards it. Close some programs; Quenstal tries again in half a minute.</source>
+        <translation>Dem System sind Prozesse oder offene Dateien ausgegangen, und Quenstal übernimmt keine Tastatur ohne einen Prozess, der sie bewacht. Schließen Sie einige Programme; Quenstal versucht es in einer halben Minute wieder.</translation>
+    </message>
+    <message>
+        <source>The volume keys are lost again as soon as they are captured. Quenstal tries again in half a minute at the latest.</source>
+        <translation>Die Lautstärketasten gehen sofort wieder verloren. Quenstal versucht es spätestens in einer halben Minute wieder.</translation>
+    </message>
+    <message>
         <source>Quenstal may not use the keyboard. Install its package (&quot;./package install&quot;), whose service hands the volume keys, and nothing else you type, to the session at the screen. Do not join the group &quot;input&quot;: every program could then read all you type.</source>
         <translation>Quenstal darf die Tastatur nicht nutzen. Installieren Sie sein Paket („./package install“): Dessen Dienst gibt der Sitzung am Bildschirm die Lautstärketasten, sonst nichts. Treten Sie nicht der Gruppe „input“ bei: Jedes Programm könnte dann alles mitlesen.</translation>
     </message>

@@ -279,6 +279,10 @@ gboolean EmulatedKeyboard::answerUinput(UMockdevIoctlBase*, UMockdevIoctlClient*
 {
     auto& keyboard = *static_cast<EmulatedKeyboard*>(self);
     const unsigned long request = umockdev_ioctl_client_get_request(client);
+    if (request == UI_DEV_CREATE && keyboard.cloneIsRefused_) {
+        umockdev_ioctl_client_complete(client, -1, ENOMEM);
+        return TRUE;
+    }
     if (request == UI_DEV_CREATE)
         ++keyboard.clones_;
     if (request == UI_DEV_DESTROY)

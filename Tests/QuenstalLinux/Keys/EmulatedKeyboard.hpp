@@ -36,6 +36,8 @@ public:
     /// Runs on the emulation's thread, when the keyboard is open.
     void whenAskedForItsKeys(std::function<void()> task) { asked_ = std::move(task); }
     void refuseGrab(bool isRefused) { grabIsRefused_ = isRefused; }
+    /// A uinput that may be opened and makes nothing.
+    void refuseClones(bool isRefused) { cloneIsRefused_ = isRefused; }
     /// Whoever writes to the clone waits until `endStall`.
     void stallWriters() { stallsWriters_ = true; }
     void endStall();
@@ -89,6 +91,7 @@ private:
     std::function<void()> asked_ = [] {};
     std::atomic<bool> isHeld_ = false;
     std::atomic<bool> grabIsRefused_ = false;
+    std::atomic<bool> cloneIsRefused_ = false;
     std::atomic<bool> isGrabbed_ = false;
     std::atomic<int> grabs_ = 0;
     std::atomic<bool> wasAlwaysGuarded_ = true;

@@ -191,8 +191,23 @@ TEST_F(EmulatedKeyboardTest, withoutAGuardNothingIsGrabbedAndTheKeyboardsAreLeft
     EXPECT_TRUE(isLost);
     EXPECT_EQ(keyboard->grabs(), 0);
     EXPECT_FALSE(capture.isPossible());
-    loop.advance(EvdevKeyCapture::busyPause);
+    loop.advance(EvdevKeyCapture::pause);
     EXPECT_TRUE(capture.isPossible());
+}
+
+TEST_F(EmulatedKeyboardTest, aKeyboardWithoutACloneIsNotGrabbedAndLeftAloneForAWhile)
+{
+    keyboard->refuseClones(true);
+    EvdevKeyCapture capture(loop);
+    ASSERT_TRUE(capture.start(*this));
+    ASSERT_TRUE(eventually([&] { return losses == 1; }));
+    EXPECT_EQ(keyboard->grabs(), 0);
+    EXPECT_FALSE(capture.isPossible());
+    EXPECT_THAT(capture.obstacle(), testing::HasSubstr("refuses to make a copy of the keyboard (uinput)"));
+    keyboard->refuseClones(false);
+    loop.advance(EvdevKeyCapture::pause);
+    ASSERT_TRUE(capture.start(*this));
+    EXPECT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
 }
 
 TEST_F(EmulatedKeyboardTest, aSecondKeyboardIsTakenTooWhileTheKeysAreCaptured)
@@ -271,7 +286,7 @@ TEST_F(EmulatedKeyboardTest, aKeyboardThatAnotherProgramHasTakenIsALossAndLeftAl
     EXPECT_EQ(keyboard->clones(), 0);
     int changes = 0;
     const auto waiting = capture.onMayHaveChanged([&] { ++changes; });
-    loop.advance(EvdevKeyCapture::busyPause);
+    loop.advance(EvdevKeyCapture::pause);
     EXPECT_EQ(changes, 1);
     keyboard->refuseGrab(false);
     ASSERT_TRUE(capture.start(*this));

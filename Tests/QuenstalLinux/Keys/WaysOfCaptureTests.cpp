@@ -1,14 +1,11 @@
 // What is made of several ways of capture: one answer to "may it", and taps over the best that is possible.
 
+#include "QuenstalLinux/Keys/FakeWay.hpp"
 #include "QuenstalLinux/Keys/LinuxEventTaps.hpp"
 #include "QuenstalLinux/Keys/LinuxTrust.hpp"
-#include "QuenstalPlatform/Notifier.hpp"
 #include "QuenstalSimulation/SimulatedDesktop.hpp"
 #include "QuenstalSimulation/SimulatedRunLoop.hpp"
 
-#include <string>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -19,32 +16,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-struct FakeWay final : KeyCapture {
-    FakeWay(RunLoop& runLoop, std::string_view itsName)
-        : itsName(itsName)
-        , changes(runLoop)
-    {
-    }
-
-    std::string_view name() const override { return itsName; }
-    bool isPossible() override { return possible; }
-    std::string obstacle() override { return possible ? std::string() : why; }
-    bool start(KeyCaptureListener& newListener) override
-    {
-        listener = starts ? &newListener : nullptr;
-        return starts;
-    }
-    void stop() override { listener = nullptr; }
-    [[nodiscard]] Cancellation onMayHaveChanged(RunLoop::Task task) override { return changes.add(std::move(task)); }
-
-    std::string_view itsName;
-    bool possible = false;
-    bool starts = true;
-    std::string why;
-    KeyCaptureListener* listener = nullptr;
-    Notifier<> changes;
-};
 
 struct WaysOfCaptureTest : testing::Test {
     static const TapEvent* note(EventType type, const TapEvent* event, void* self)

@@ -1,0 +1,90 @@
+#include "QuenstalLinux/Keys/PatientKeyCapture.hpp"
+
+#include "QuenstalLinux/Keys/KeyAdvice.hpp"
+
+#include <algorithm>
+
+namespace quenstal {
+
+PatientKeyCapture::PatientKeyCapture(RunLoop& runLoop, KeyCapture& way)
+    : runLoop_(runLoop)
+    , way_(way)
+    , changes_(runLoop)
+    , wayChanges_(way.onMayHaveChanged([this] { changes_.notify(); }))
+{
+}
+
+PatientKeyCapture::~PatientKeyCapture()
+{
+    giveBack();
+}
+
+std::string PatientKeyCapture::obstacle()
+{
+    const std::string ofTheWay = way_.obstacle();
+    return pause_ && ofTheWay.empty() ? KeyAdvice::lostAtOnce : ofTheWay;
+}
+
+bool PatientKeyCapture::start(KeyCaptureListener& listener)
+{
+    givingBack_.reset();
+    if (!isHeld_ && pause_)
+        return false;
+    if (!isHeld_) {
+        heldSince_ = runLoop_.steadyNow();
+        isHeld_ = way_.start(*this);
+        if (!isHeld_)
+            noteLoss();
+    }
+    listener_ = isHeld_ ? &listener : nullptr;
+    return isHeld_;
+}
+
+void PatientKeyCapture::stop()
+{
+    listener_ = nullptr;
+    if (isHeld_)
+        givingBack_ = runLoop_.after(RunLoop::Duration::zero(), [this] { giveBack(); });
+}
+
+void PatientKeyCapture::giveBack()
+{
+    givingBack_.reset();
+    listener_ = nullptr;
+    if (std::exchange(isHeld_, false))
+        way_.stop();
+}
+
+void PatientKeyCapture::volumeKeyDown(std::int64_t button, bool isRepeat)
+{
+    if (listener_)
+        listener_->volumeKeyDown(button, isRepeat);
+}
+
+void PatientKeyCapture::captureLost()
+{
+    isHeld_ = false;
+    givingBack_.reset();
+    noteLoss();
+    if (KeyCaptureListener* const listener = std::exchange(listener_, nullptr))
+        listener->captureLost();
+}
+
+/// A way that knows what stands in its way waits by itself.
+void PatientKeyCapture::noteLoss()
+{
+    if (runLoop_.steadyNow() - heldSince_ >= probation)
+        lossesInARow_ = 0;
+    ++lossesInARow_;
+    if (lossesInARow_ == 1 || !way_.isPossible())
+        return;
+    constexpr int doublings = 5; // 32 s: past the longest.
+    const auto pause = shortestPause * (1 << std::min(lossesInARow_ - 2, doublings));
+    pause_ = runLoop_.after(std::min<std::chrono::seconds>(pause, longestPause), [this] {
+        pause_.reset();
+        changes_.notify();
+    });
+    changes_.notify();
+}
+
+} // namespace quenstal

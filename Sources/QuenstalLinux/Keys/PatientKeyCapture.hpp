@@ -1,0 +1,55 @@
+#pragma once
+
+#include "QuenstalLinux/Keys/KeyCapture.hpp"
+#include "QuenstalPlatform/Notifier.hpp"
+
+#include <chrono>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace quenstal {
+
+/// A way of capture with the patience that every way needs: one that works is not given up to be taken anew, and one
+/// that is lost again and again is left alone, each time for longer. Main thread.
+class PatientKeyCapture final : public KeyCapture, private KeyCaptureListener {
+public:
+    /// What has held for this long was not lost at once: it is taken again without a pause.
+    static constexpr auto probation = std::chrono::minutes(1);
+    /// After the second loss in a row; twice as long after each further one.
+    static constexpr auto shortestPause = std::chrono::seconds(1);
+    static constexpr auto longestPause = std::chrono::seconds(30);
+
+    /// Both outlive this, and nobody else starts or stops the way.
+    PatientKeyCapture(RunLoop& runLoop, KeyCapture& way);
+    ~PatientKeyCapture() override;
+
+    std::string_view name() const override { return way_.name(); }
+    bool isPossible() override { return !pause_ && way_.isPossible(); }
+    std::string obstacle() override;
+    bool start(KeyCaptureListener& listener) override;
+    /// The listener hears nothing more. The keys go back on a later turn, unless they are taken again before.
+    void stop() override;
+    [[nodiscard]] Cancellation onMayHaveChanged(RunLoop::Task task) override { return changes_.add(std::move(task)); }
+
+private:
+    void volumeKeyDown(std::int64_t button, bool isRepeat) override;
+    void captureLost() override;
+    void giveBack();
+    void noteLoss();
+
+    RunLoop& runLoop_;
+    KeyCapture& way_;
+    Notifier<> changes_;
+    Cancellation wayChanges_;
+    KeyCaptureListener* listener_ = nullptr;
+    /// The way is started, with or without a listener.
+    bool isHeld_ = false;
+    RunLoop::SteadyTime heldSince_{};
+    Cancellation givingBack_;
+    int lossesInARow_ = 0;
+    /// While it waits the way is left alone.
+    Cancellation pause_;
+};
+
+} // namespace quenstal
