@@ -37,34 +37,32 @@ std::shared_ptr<QuenstalController> AppDelegate::makeController() const
 void AppDelegate::applicationDidFinishLaunching()
 {
     requireMainThread();
-    controller_ = makeController();
-    desk_ = std::make_shared<VolumeDesk>(platform_.displayBusHealth, controller_);
+    desk_ = std::make_shared<VolumeDesk>(platform_.runLoop, platform_.displayBusHealth, makeController());
     statusController_ = std::make_shared<StatusMenuController>(
         StatusMenuController::Platform{platform_.runLoop, platform_.desktop, platform_.userDefaults, platform_.trust,
             platform_.displayBusHealth, platform_.views},
         desk_);
-    mediaKeyTap_ = std::make_shared<MediaKeyTap>(
-        platform_.eventTaps, platform_.runLoop, platform_.displayBusHealth, desk_, statusController_);
+    mediaKeyTap_ = std::make_shared<MediaKeyTap>(platform_.eventTaps, platform_.runLoop, desk_, statusController_);
     statusController_->onEnabledChanged = [this, weakTap = std::weak_ptr(mediaKeyTap_)](bool isEnabled) {
         const auto tap = weakTap.lock();
         if (!tap)
             return;
-        tapShouldRun_ = MediaKeyTapActivationPolicy::shouldEnableTap(controller_->state());
+        tapShouldRun_ = MediaKeyTapActivationPolicy::shouldEnableTap(desk_->state());
         isEnabled ? tap->start() : tap->stop();
     };
     applyTapPolicy();
-    statusController_->onStateChanged = [this](const QuenstalState& state) {
+    observers_.push_back(desk_->onPublished([this](const QuenstalState& state) {
         tapPolicyMayHaveChanged(state);
         if (onFindingsChanged)
             onFindingsChanged();
-    };
+    }));
     observeWorkspace();
     observeMachine();
 }
 
 void AppDelegate::applyTapPolicy()
 {
-    tapShouldRun_ = MediaKeyTapActivationPolicy::shouldEnableTap(controller_->state());
+    tapShouldRun_ = MediaKeyTapActivationPolicy::shouldEnableTap(desk_->state());
     tapShouldRun_ ? mediaKeyTap_->start() : mediaKeyTap_->stop();
 }
 
@@ -88,11 +86,11 @@ void AppDelegate::observeWorkspace()
 /// What changes by other hands than the user's on the panel shows a turn later.
 void AppDelegate::observeMachine()
 {
-    const auto refresh = [this](auto...) { statusController_->scheduleRefresh(); };
+    const auto refresh = [this](auto...) { desk_->scheduleRefresh(); };
     observers_.push_back(platform_.audioObjects.onOutputsChanged(refresh));
     observers_.push_back(platform_.audioObjects.onVolumeChangedElsewhere(refresh));
     observers_.push_back(platform_.audioTaps.onTapChanged(refresh));
-    observers_.push_back(platform_.displayBusHealth.observeChanges([this] { busesChanged(); }));
+    observers_.push_back(platform_.displayBusHealth.observeChanges(refresh));
     observers_.push_back(platform_.trust.onMayHaveChanged(refresh));
     observers_.push_back(platform_.userDefaults.onProblemChanged([this] { tellOfPreferences(); }));
 }
@@ -103,13 +101,6 @@ void AppDelegate::tellOfPreferences()
         platform_.desktop.showNotice(PreferencesAdvice::title, PreferencesAdvice::textFor(problem->kind));
     if (onFindingsChanged)
         onFindingsChanged();
-}
-
-/// A command that a monitor accepted and did not carry out goes over the path that is left: no key is lost.
-void AppDelegate::busesChanged()
-{
-    desk_->makeUpForLostWrite();
-    statusController_->scheduleRefresh();
 }
 
 void AppDelegate::workspaceDidWake()
@@ -127,22 +118,18 @@ void AppDelegate::workspaceScreensDidWake()
 
 void AppDelegate::wake()
 {
-    if (controller_)
-        controller_->refresh();
-    tapShouldRun_ = controller_ && MediaKeyTapActivationPolicy::shouldEnableTap(controller_->state());
+    desk_->refresh();
+    tapShouldRun_ = MediaKeyTapActivationPolicy::shouldEnableTap(desk_->state());
     // Always made anew: the system may have let go of the tap in its sleep.
-    if (mediaKeyTap_)
-        tapShouldRun_ ? mediaKeyTap_->restart() : mediaKeyTap_->stop();
-    if (statusController_)
-        statusController_->scheduleRefresh();
+    tapShouldRun_ ? mediaKeyTap_->restart() : mediaKeyTap_->stop();
+    desk_->scheduleRefresh();
 }
 
 Findings AppDelegate::findings() const
 {
     requireMainThread();
-    return {controller_->state(), statusController_->viewState().mediaKeyCaptureActive(),
-        platform_.trust.wayOfCapture(), platform_.trust.advice(), platform_.displayBusHealth.problems(),
-        platform_.userDefaults.problem()};
+    return {desk_->state(), statusController_->viewState().mediaKeyCaptureActive(), platform_.trust.wayOfCapture(),
+        platform_.trust.advice(), platform_.displayBusHealth.problems(), platform_.userDefaults.problem()};
 }
 
 void AppDelegate::applicationShouldReopen()
@@ -157,8 +144,8 @@ void AppDelegate::applicationWillTerminate()
     requireMainThread();
     if (mediaKeyTap_)
         mediaKeyTap_->stop();
-    if (controller_)
-        controller_->shutdown();
+    if (desk_)
+        desk_->shutdown();
     platform_.displayBusHealth.stop();
 }
 

@@ -62,7 +62,7 @@ public:
     std::function<void()> onFindingsChanged;
 
     /// None before launching has finished.
-    const std::shared_ptr<QuenstalController>& controller() const { return controller_; }
+    std::shared_ptr<const QuenstalController> controller() const { return desk_ ? desk_->controller() : nullptr; }
 
 private:
     void requireMainThread() const;
@@ -71,14 +71,12 @@ private:
     void tapPolicyMayHaveChanged(const QuenstalState& state);
     void observeWorkspace();
     void observeMachine();
-    void busesChanged();
     void tellOfPreferences();
     void workspaceDidWake();
     void workspaceScreensDidWake();
     void wake();
 
     AppPlatform platform_;
-    std::shared_ptr<QuenstalController> controller_;
     std::shared_ptr<VolumeDesk> desk_;
     std::shared_ptr<StatusMenuController> statusController_;
     std::shared_ptr<MediaKeyTap> mediaKeyTap_;

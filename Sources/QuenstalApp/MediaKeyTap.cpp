@@ -1,6 +1,5 @@
 #include "QuenstalApp/MediaKeyTap.hpp"
 
-#include "QuenstalApp/RecentVolume.hpp"
 #include "QuenstalApp/StatusMenuController.hpp"
 
 #include <optional>
@@ -33,13 +32,11 @@ std::optional<MediaKeyRouter::Key> mediaKeyFrom(const TapEvent& event)
 
 } // namespace
 
-MediaKeyTap::MediaKeyTap(EventTaps& eventTaps, RunLoop& runLoop, DisplayBusHealth& displayBusHealth,
-    std::shared_ptr<VolumeDesk> desk, std::weak_ptr<StatusMenuController> statusController)
+MediaKeyTap::MediaKeyTap(EventTaps& eventTaps, RunLoop& runLoop, std::shared_ptr<VolumeDesk> desk,
+    std::weak_ptr<StatusMenuController> statusController)
     : eventTaps_(eventTaps)
-    , displayBusHealth_(displayBusHealth)
     , tasks_(runLoop)
     , desk_(std::move(desk))
-    , controller_(desk_->controller())
     , statusController_(std::move(statusController))
 {
 }
@@ -106,44 +103,21 @@ const TapEvent* MediaKeyTap::quenstalMediaKeyCallback(EventType type, const TapE
     const auto key = type == eventTypeSystemDefined && event ? mediaKeyFrom(*event) : std::nullopt;
     if (!key)
         return event;
-    tap->tasks_.post([tap, key = *key] { tap->handleWithRecentVolume(key); });
+    tap->tasks_.post([tap, key = *key] { tap->handle(key); });
     return nullptr;
-}
-
-void MediaKeyTap::handleWithRecentVolume(MediaKeyRouter::Key mediaKey)
-{
-    if (onKeyDown)
-        onKeyDown();
-    withRecentVolume(*controller_, displayBusHealth_, tasks_.whileOwned([this, mediaKey] { handle(mediaKey); }));
 }
 
 void MediaKeyTap::handle(MediaKeyRouter::Key mediaKey)
 {
+    if (onKeyDown)
+        onKeyDown();
     if (const auto statusController = statusController_.lock())
         statusController->recordMediaKeyCapture(mediaKey);
-    const bool isApplied = carryOut(mediaKey);
-    const auto statusController = statusController_.lock();
-    if (!statusController)
-        return;
-    statusController->stateDidChange();
-    statusController->showKeyFeedback(isApplied);
-}
-
-bool MediaKeyTap::carryOut(MediaKeyRouter::Key mediaKey)
-{
-    if (!controller_->isEnabled())
-        return false;
-    controller_->refresh();
-    // The step starts from the volume that is left then.
-    if (const auto statusController = statusController_.lock())
-        statusController->stateDidChange();
-    const auto command = router_.command(mediaKey, controller_->state().permissions);
-    if (!command)
-        return false;
-    const bool isApplied = desk_->handle(*command);
-    if (const auto statusController = statusController_.lock())
-        statusController->scheduleRefresh();
-    return isApplied;
+    const auto commands = [this, mediaKey](const QuenstalState& state) {
+        const auto command = router_.command(mediaKey, state.permissions);
+        return command ? std::vector{*command} : std::vector<VolumeCommand>();
+    };
+    desk_->carryOut({VolumeDesk::Origin::key, tasks_.whileOwned(commands)});
 }
 
 void MediaKeyTap::reportCapture(bool isActive)

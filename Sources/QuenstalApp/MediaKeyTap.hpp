@@ -2,8 +2,6 @@
 
 #include "QuenstalApp/VolumeDesk.hpp"
 #include "QuenstalCore/MenuPresenter.hpp"
-#include "QuenstalCore/QuenstalController.hpp"
-#include "QuenstalPlatform/DisplayBuses.hpp"
 #include "QuenstalPlatform/EventTaps.hpp"
 #include "QuenstalPlatform/OwnedTasks.hpp"
 
@@ -14,12 +12,12 @@ namespace quenstal {
 
 class StatusMenuController;
 
-/// Owns the one event tap of the program: takes the presses of the volume keys out of the event stream and hands them
-/// to the controller. Either stopped (no tap, no source) or running. Main thread.
+/// Owns the one event tap of the program: takes the presses of the volume keys out of the event stream and gives
+/// orders to the desk for them. Either stopped (no tap, no source) or running. Main thread.
 class MediaKeyTap {
 public:
-    MediaKeyTap(EventTaps& eventTaps, RunLoop& runLoop, DisplayBusHealth& displayBusHealth,
-        std::shared_ptr<VolumeDesk> desk, std::weak_ptr<StatusMenuController> statusController);
+    MediaKeyTap(EventTaps& eventTaps, RunLoop& runLoop, std::shared_ptr<VolumeDesk> desk,
+        std::weak_ptr<StatusMenuController> statusController);
     MediaKeyTap(const MediaKeyTap&) = delete;
     MediaKeyTap& operator=(const MediaKeyTap&) = delete;
 
@@ -40,16 +38,12 @@ private:
     bool createTap();
     void release();
     void restartIfRunning();
-    void handleWithRecentVolume(MediaKeyRouter::Key mediaKey);
     void handle(MediaKeyRouter::Key mediaKey);
-    bool carryOut(MediaKeyRouter::Key mediaKey);
     void reportCapture(bool isActive);
 
     EventTaps& eventTaps_;
-    DisplayBusHealth& displayBusHealth_;
     OwnedTasks tasks_;
     std::shared_ptr<VolumeDesk> desk_;
-    std::shared_ptr<QuenstalController> controller_;
     std::weak_ptr<StatusMenuController> statusController_;
     MediaKeyRouter router_;
     std::unique_ptr<EventTap> eventTap_;

@@ -4,8 +4,7 @@
 #include "QuenstalApp/StatusMenuController/PanelGeometry.hpp"
 #include "QuenstalApp/StatusMenuController/PanelViewHosting.hpp"
 #include "QuenstalApp/StatusMenuController/SetupGuidePreferences.hpp"
-#include "QuenstalApp/StatusMenuController/SoftwareStay.hpp"
-#include "QuenstalCore/QuenstalController.hpp"
+#include "QuenstalApp/VolumeDesk.hpp"
 #include "QuenstalPlatform/Desktop.hpp"
 #include "QuenstalPlatform/DisplayBuses.hpp"
 #include "QuenstalPlatform/OwnedTasks.hpp"
@@ -21,8 +20,8 @@
 
 namespace quenstal {
 
-/// Owns the status item and the panel that opens under it. Turns what the user does into calls of the controller, and
-/// keeps the status button and the panel in step with the controller's state. Main thread.
+/// Owns the status item and the panel that opens under it. Gives what the user does to the desk, and keeps the
+/// status button and the panel in step with what that publishes. Main thread.
 class StatusMenuController final : private StatusItemHandler {
 public:
     /// What it needs of the platform; all of it outlives the controller.
@@ -46,7 +45,7 @@ public:
     static constexpr std::string_view lastMediaKeyKey = "QuenstalLastMediaKey";
     static constexpr std::string_view lastMediaKeyTimestampKey = "QuenstalLastMediaKeyTimestamp";
 
-    /// Shows the item at once, from the controller's stored state. The set-up guide opens by itself until the user has
+    /// Shows the item at once, from the state as it is. The set-up guide opens by itself until the user has
     /// finished it once.
     StatusMenuController(const Platform& platform, std::shared_ptr<VolumeDesk> desk);
     ~StatusMenuController();
@@ -55,20 +54,11 @@ public:
 
     /// Called after the user switched the program on or off, with the new value.
     std::function<void(bool isEnabled)> onEnabledChanged;
-    /// Called whenever the controller may hold another state.
-    std::function<void(const QuenstalState&)> onStateChanged;
 
     /// Tells whether the key tap is running.
     void updateMediaKeyCapture(bool isActive);
     /// Notes a captured key, for the panel, the report and the preferences.
     void recordMediaKeyCapture(MediaKeyRouter::Key key);
-    /// Shows what a captured key did, while the panel does not.
-    void showKeyFeedback(bool isApplied);
-
-    /// Refreshes on a later turn; any number of requests before it make one refresh.
-    void scheduleRefresh();
-    /// To be called after every operation on the controller that is not followed by a sync.
-    void stateDidChange();
     /// Opens the panel, or brings the open one to the front.
     void showPanel(std::optional<Point> activatedAt = std::nullopt);
 
@@ -86,15 +76,15 @@ private:
     void configureEQActions();
 
     void sync(const QuenstalState& state);
-    void refreshAndSync();
     void publishSetup(const QuenstalState& state);
     void refreshStatusButton(const GlassDialSnapshot& snapshot);
 
+    void showKeyFeedback(const KeyFeedback& feedback);
+    void order(const VolumeCommand& command);
     void setVolume(std::int64_t percent);
     void toggleMute();
     void toggleEnabled();
     void resetEQ(bool confirm);
-    void performEQReset();
     void copyDiagnostics();
     std::string diagnosticsReport() const;
     void openSoundSettings();
@@ -127,12 +117,10 @@ private:
     OwnedTasks tasks_;
     std::unique_ptr<StatusItem> statusItem_;
     std::shared_ptr<VolumeDesk> desk_;
-    std::shared_ptr<QuenstalController> controller_;
     SetupGuidePreferences setupPreferences_;
     GlassDialViewState viewState_;
     std::unique_ptr<PanelWindow> panel_;
     std::unique_ptr<Interface> hostingController_;
-    bool refreshScheduled_ = false;
     Cancellation keyMonitor_;
     Cancellation outsideClickMonitor_;
     Cancellation levelTimer_;
@@ -145,7 +133,10 @@ private:
     PanelGeometry::BarSide barSide_ = PanelGeometry::BarSide::top;
     std::optional<RunLoop::SteadyTime> closedByOutsideClickAt_;
     bool alertShown_ = false;
-    SoftwareStay softwareStay_;
+    /// Of the state that the panel shows.
+    std::string shownOutput_;
+    Cancellation publishedStates_;
+    Cancellation keyFeedback_;
 };
 
 } // namespace quenstal

@@ -21,13 +21,14 @@ public:
     OwnedTasks(const OwnedTasks&) = delete;
     OwnedTasks& operator=(const OwnedTasks&) = delete;
 
-    /// A function for someone who may call it late, on the main thread: it does nothing once the owner is gone.
+    /// A function for someone who may call it late, on the main thread: once the owner is gone it does nothing, and
+    /// answers with an empty value.
     template <typename Function>
     auto whileOwned(Function function) const
     {
-        return [gate = gate_, function = std::move(function)](auto... arguments) {
-            if (gate->loop)
-                function(arguments...);
+        return [gate = gate_, function = std::move(function)](auto&&... arguments) {
+            using Answer = decltype(function(arguments...));
+            return gate->loop ? function(arguments...) : Answer();
         };
     }
 

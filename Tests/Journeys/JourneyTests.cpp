@@ -342,6 +342,26 @@ TEST_F(JourneyTest, aVolumeChosenWhenTheMonitorFailedBeforeIsCarriedOverOnlyWhen
     EXPECT_EQ(monitor->volume(), 50) << "moved, and back to where it was";
 }
 
+TEST_F(JourneyTest, theKeyThatFindsTheMonitorFailingCountsAsChosen)
+{
+    struct Row {
+        std::int64_t key;
+        int volumeAfter;
+    };
+    for (const Row& row : {Row{down, 74}, Row{mute, 0}, Row{up, 80}}) {
+        SimulatedMachine one;
+        one.plugInMonitorOutput();
+        const auto monitor = one.plugInMonitor({.volume = 80, .quirks = {.busyAfterSet = 0ms}});
+        one.launch();
+        monitor->setQuirks({.busyAfterSet = 0ms, .refusesSets = true});
+        one.press(row.key);
+        monitor->setQuirks({.busyAfterSet = 0ms});
+        one.busHealth.tellOfChange();
+        one.loop.runUntilIdle();
+        EXPECT_EQ(monitor->volume(), row.volumeAfter);
+    }
+}
+
 TEST_F(JourneyTest, theKeyThatFindsTheMonitorAnsweringStartsFromWhatWasChosen)
 {
     machine.plugInMonitorOutput();

@@ -60,10 +60,10 @@ struct ShellTest : ControllerTest {
     void launch()
     {
         controller = ports.makeController();
-        desk = std::make_shared<VolumeDesk>(busHealth, controller);
+        desk = std::make_shared<VolumeDesk>(loop, busHealth, controller);
         status = std::make_shared<StatusMenuController>(
             StatusMenuController::Platform{loop, desktop, preferences, trust, busHealth, views}, desk);
-        tap = std::make_unique<MediaKeyTap>(taps, loop, busHealth, desk, status);
+        tap = std::make_unique<MediaKeyTap>(taps, loop, desk, status);
         ports.takeCalls();
     }
 

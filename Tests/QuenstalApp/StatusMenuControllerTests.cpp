@@ -22,7 +22,7 @@ TEST_F(StatusMenuControllerTest, theStatusButtonShowsSymbolAndTitleFromConstruct
     ports.takeCalls();
     status = std::make_shared<StatusMenuController>(
         StatusMenuController::Platform{loop, desktop, preferences, trust, busHealth, views},
-        std::make_shared<VolumeDesk>(busHealth, controller));
+        std::make_shared<VolumeDesk>(loop, busHealth, controller));
     EXPECT_THAT(ports.takeCalls(), IsEmpty());
     EXPECT_EQ(desktop.statusButton(),
         (StatusButtonAppearance{
@@ -164,11 +164,11 @@ TEST_F(StatusMenuControllerTest, anyNumberOfRequestsMakeOneRefresh)
     finishSetupEarlier();
     launch();
     for (int i = 0; i < 10; ++i)
-        status->scheduleRefresh();
+        desk->scheduleRefresh();
     EXPECT_EQ(refreshes(), 0u);
     loop.runUntilIdle();
     EXPECT_EQ(refreshes(), 1u);
-    status->scheduleRefresh();
+    desk->scheduleRefresh();
     loop.runUntilIdle();
     EXPECT_EQ(refreshes(), 1u);
 }
@@ -176,10 +176,10 @@ TEST_F(StatusMenuControllerTest, anyNumberOfRequestsMakeOneRefresh)
 TEST_F(StatusMenuControllerTest, refreshingTheOutputKeepsThePendingRefresh)
 {
     launchWithOpenPanel();
-    status->scheduleRefresh();
+    desk->scheduleRefresh();
     view().refreshOutput();
     EXPECT_EQ(refreshes(), 1u);
-    status->scheduleRefresh();
+    desk->scheduleRefresh();
     loop.runUntilIdle();
     EXPECT_EQ(refreshes(), 1u);
 }
@@ -188,20 +188,22 @@ TEST_F(StatusMenuControllerTest, openingThePanelClearsThePendingFlagButAPostedRe
 {
     finishSetupEarlier();
     launch();
-    status->scheduleRefresh();
+    desk->scheduleRefresh();
     desktop.clickStatusItem();
-    status->scheduleRefresh();
+    desk->scheduleRefresh();
     ports.takeCalls();
     loop.runUntilIdle();
     EXPECT_EQ(refreshes(), 2u);
 }
 
-TEST_F(StatusMenuControllerTest, aRefreshThatOutlivesTheControllerIsDropped)
+TEST_F(StatusMenuControllerTest, aRefreshThatOutlivesTheProgramIsDropped)
 {
     finishSetupEarlier();
     launch();
-    status->scheduleRefresh();
+    desk->scheduleRefresh();
+    tap.reset();
     status.reset();
+    desk.reset();
     loop.runUntilIdle();
     EXPECT_EQ(refreshes(), 0u);
     EXPECT_EQ(desktop.statusButton(), std::nullopt);

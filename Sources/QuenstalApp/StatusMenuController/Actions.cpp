@@ -32,7 +32,7 @@ void StatusMenuController::configureActions()
     viewState_.onVolumeChange = [this](std::int64_t percent) { setVolume(percent); };
     viewState_.onToggleMute = [this] { toggleMute(); };
     viewState_.onToggleEnable = [this] { toggleEnabled(); };
-    viewState_.onRefreshOutput = [this] { refreshAndSync(); };
+    viewState_.onRefreshOutput = [this] { desk_->refresh(); };
     viewState_.onCopyDiagnostics = [this] { copyDiagnostics(); };
     configureNavigationActions();
     configureEQActions();
@@ -60,34 +60,37 @@ void StatusMenuController::configureNavigationActions()
 
 void StatusMenuController::configureEQActions()
 {
-    viewState_.onEQToggle = [this](bool enabled) { sync(controller_->setEQEnabled(enabled)); };
-    viewState_.onEQPreset = [this](EQPresetName preset) { sync(controller_->selectEQPreset(preset)); };
-    viewState_.onEQBandChange = [this](std::int64_t id, double gainDB) { sync(controller_->updateEQBand(id, gainDB)); };
-    viewState_.onEQPreampChange = [this](double gainDB) { sync(controller_->updateEQPreamp(gainDB)); };
+    const auto changing = [this](auto operation) {
+        return [this, operation](auto... arguments) { desk_->change(operation, arguments...); };
+    };
+    viewState_.onEQToggle = changing(&QuenstalController::setEQEnabled);
+    viewState_.onEQPreset = changing(&QuenstalController::selectEQPreset);
+    viewState_.onEQBandChange = changing(&QuenstalController::updateEQBand);
+    viewState_.onEQPreampChange = changing(&QuenstalController::updateEQPreamp);
     viewState_.onEQReset = [this](bool confirm) { resetEQ(confirm); };
-    viewState_.onDismissBoostHint = [this] { sync(controller_->dismissEQBoostHint()); };
-    viewState_.onSwitchToSoftwareProcessing = [this] { sync(controller_->switchCurrentOutputToSoftwareProcessing()); };
+    viewState_.onDismissBoostHint = changing(&QuenstalController::dismissEQBoostHint);
+    viewState_.onSwitchToSoftwareProcessing = changing(&QuenstalController::switchCurrentOutputToSoftwareProcessing);
+}
+
+/// For the output that the panel shows: another one that came meanwhile has a volume of its own.
+void StatusMenuController::order(const VolumeCommand& command)
+{
+    desk_->carryOut({VolumeDesk::Origin::panel, VolumeDesk::Order::always(command), shownOutput_});
 }
 
 void StatusMenuController::setVolume(std::int64_t percent)
 {
-    desk_->handle(GlassDialInteraction::command(percent));
-    sync(controller_->state());
+    order(GlassDialInteraction::command(percent));
 }
 
 void StatusMenuController::toggleMute()
 {
-    desk_->handle(GlassDialInteraction::muteCommand());
-    sync(controller_->state());
+    order(GlassDialInteraction::muteCommand());
 }
 
 void StatusMenuController::toggleEnabled()
 {
-    const bool enabled = !controller_->isEnabled();
-    const QuenstalState state = controller_->setEnabled(enabled);
-    if (onEnabledChanged)
-        onEnabledChanged(enabled);
-    sync(state);
+    desk_->change(&QuenstalController::setEnabled, !desk_->state().isEnabled);
 }
 
 void StatusMenuController::openSoundSettings()
@@ -99,23 +102,17 @@ void StatusMenuController::resetEQ(bool confirm)
 {
     if (alertShown_)
         return;
-    if (!confirm || controller_->state().audioProcessing.profile == EQProfile::defaultProfile()) {
-        performEQReset();
-        return;
-    }
+    const auto reset = [this] { desk_->change(&QuenstalController::resetEQProfile); };
+    if (!confirm || desk_->state().audioProcessing.profile == EQProfile::defaultProfile())
+        return reset();
     alertShown_ = true;
     const Alert alert{"Reset equalizer?", "This restores the Flat preset for the current output.", {"Reset", "Cancel"}};
-    const auto answered = [this](AlertResponse response) {
+    const auto answered = [this, reset](AlertResponse response) {
         alertShown_ = false;
         if (response == alertFirstButtonReturn)
-            performEQReset();
+            reset();
     };
     platform_.desktop.showAlert(alert, tasks_.whileOwned(answered));
-}
-
-void StatusMenuController::performEQReset()
-{
-    sync(controller_->resetEQProfile());
 }
 
 void StatusMenuController::copyDiagnostics()
@@ -126,8 +123,8 @@ void StatusMenuController::copyDiagnostics()
 
 std::string StatusMenuController::diagnosticsReport() const
 {
-    const bool isTrusted = isGranted(controller_->state().permissions.accessibility);
-    std::string report = controller_->exportedDiagnostics();
+    const bool isTrusted = isGranted(desk_->state().permissions.accessibility);
+    std::string report = desk_->controller()->exportedDiagnostics();
     report += "\n[info] accessibilityPermission: Running app sees Accessibility permission as ";
     report += isTrusted ? "granted" : "not granted";
     report += ".\n[info] mediaKeyCapture: F10/F11/F12 listener is ";
@@ -143,7 +140,7 @@ void StatusMenuController::updateMediaKeyCapture(bool isActive)
 {
     mediaKeyCaptureActive_ = isActive;
     viewState_.updateMediaKeyCapture(mediaKeyCaptureActive_, lastMediaKeyCaptureDescription_);
-    publishSetup(controller_->state());
+    publishSetup(desk_->state());
 }
 
 void StatusMenuController::recordMediaKeyCapture(MediaKeyRouter::Key key)
@@ -156,17 +153,10 @@ void StatusMenuController::recordMediaKeyCapture(MediaKeyRouter::Key key)
     viewState_.updateMediaKeyCapture(mediaKeyCaptureActive_, lastMediaKeyCaptureDescription_);
 }
 
-void StatusMenuController::showKeyFeedback(bool isApplied)
+void StatusMenuController::showKeyFeedback(const KeyFeedback& feedback)
 {
-    if (panel_->isVisible())
-        return;
-    const GlassDialSnapshot snapshot(controller_->state());
-    KeyFeedback feedback{snapshot.statusSymbolName, snapshot.statusTitle, std::nullopt, snapshot.outputName};
-    if (isApplied)
-        feedback.percent = static_cast<int>(snapshot.levelPercent);
-    else
-        feedback.text = snapshot.primaryDiagnostic.value_or(snapshot.modeLabel);
-    platform_.desktop.showKeyFeedback(feedback);
+    if (!panel_->isVisible())
+        platform_.desktop.showKeyFeedback(feedback);
 }
 
 } // namespace quenstal

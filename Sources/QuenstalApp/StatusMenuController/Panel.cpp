@@ -23,8 +23,7 @@ void StatusMenuController::showPanel(std::optional<Point> activatedAt)
         panel_->makeKey();
         return;
     }
-    refreshScheduled_ = false;
-    refreshAndSync();
+    desk_->refreshAtOnce();
     if (firstRunSetupPending_ && !setupPreferences_.isCompleted()) {
         firstRunSetupPending_ = false;
         switchToSetupScreen();
@@ -117,7 +116,7 @@ void StatusMenuController::updateLevelTimer()
     if (!isNeeded)
         levelTimer_.reset();
     else if (!levelTimer_)
-        levelTimer_ = platform_.runLoop.repeat(levelInterval, [this] { tasks_.post([this] { refreshAndSync(); }); });
+        levelTimer_ = platform_.runLoop.repeat(levelInterval, [this] { tasks_.post([this] { desk_->refresh(); }); });
 }
 
 } // namespace quenstal

@@ -24,8 +24,7 @@ bool StatusMenuController::showPendingFirstRunSetupIfPossible()
     if (!firstRunSetupPending_ || setupPreferences_.isCompleted() || !statusItem_->isPlaced())
         return false;
     firstRunSetupPending_ = false;
-    refreshScheduled_ = false;
-    refreshAndSync();
+    desk_->refreshAtOnce();
     switchToSetupScreen();
     openPanel(std::nullopt);
     return true;
@@ -40,10 +39,10 @@ void StatusMenuController::switchToSetupScreen()
 
 void StatusMenuController::requestAccessibility()
 {
-    if (!isGranted(controller_->state().permissions.accessibility))
+    if (!isGranted(desk_->state().permissions.accessibility))
         platform_.trust.isProcessTrusted(true);
     platform_.desktop.open(GlassDialSettingsDestination::accessibilitySettingsURLString);
-    scheduleRefresh();
+    desk_->scheduleRefresh();
     scheduleAccessibilityRefreshRetries();
 }
 
@@ -55,9 +54,8 @@ void StatusMenuController::scheduleAccessibilityRefreshRetries()
 
 void StatusMenuController::retryAccessibility(int attempt)
 {
-    refreshScheduled_ = false;
-    refreshAndSync();
-    if (isGranted(controller_->state().permissions.accessibility) || attempt >= accessibilityRetries)
+    desk_->refreshAtOnce();
+    if (isGranted(desk_->state().permissions.accessibility) || attempt >= accessibilityRetries)
         return;
     accessibilityRetry_
         = platform_.runLoop.after(accessibilityRetryDelay, [this, attempt] { retryAccessibility(attempt + 1); });

@@ -1,6 +1,5 @@
 #include "QuenstalApp/StatusMenuController.hpp"
 
-#include "QuenstalApp/RecentVolume.hpp"
 #include "QuenstalApp/StatusMenuController/QuenstalPanel.hpp"
 
 #include <utility>
@@ -18,17 +17,17 @@ StatusMenuController::StatusMenuController(const Platform& platform, std::shared
     , tasks_(platform.runLoop)
     , statusItem_(platform.desktop.createStatusItem(*this))
     , desk_(std::move(desk))
-    , controller_(desk_->controller())
     , setupPreferences_(platform.userDefaults)
-    , viewState_(GlassDialSnapshot(controller_->state()), SetupGuideSnapshot(controller_->state()))
+    , viewState_(GlassDialSnapshot(desk_->state()), SetupGuideSnapshot(desk_->state()))
     , panel_(platform.desktop.createPanel(QuenstalPanel::settings(currentWindowSize())))
-    , softwareStay_(desk_)
+    , shownOutput_(VolumeDesk::outputOf(desk_->state()))
+    , publishedStates_(desk_->onPublished([this](const QuenstalState& state) { sync(state); }))
+    , keyFeedback_(desk_->onKeyFeedback([this](const KeyFeedback& feedback) { showKeyFeedback(feedback); }))
 {
     refreshStatusButton(viewState_.snapshot());
-    viewState_.setPermissionNeeds(permissionNeeds(controller_->state()));
+    viewState_.setPermissionNeeds(permissionNeeds(desk_->state()));
     hostingController_ = platform_.views.host(*panel_, viewState_);
     configureActions();
-    stateDidChange();
     presentFirstRunSetupIfNeeded();
 }
 
@@ -36,6 +35,8 @@ StatusMenuController::~StatusMenuController() = default;
 
 void StatusMenuController::sync(const QuenstalState& state)
 {
+    if (onEnabledChanged && state.isEnabled != viewState_.snapshot().isEnabled)
+        onEnabledChanged(state.isEnabled);
     GlassDialSnapshot snapshot(state);
     refreshStatusButton(snapshot);
     viewState_.update(std::move(snapshot));
@@ -43,7 +44,7 @@ void StatusMenuController::sync(const QuenstalState& state)
     viewState_.setMonitorProblems(platform_.displayBusHealth.problems());
     updatePanelSize(false, true);
     updateLevelTimer();
-    stateDidChange();
+    shownOutput_ = VolumeDesk::outputOf(state);
 }
 
 void StatusMenuController::publishSetup(const QuenstalState& state)
@@ -51,31 +52,6 @@ void StatusMenuController::publishSetup(const QuenstalState& state)
     viewState_.updateSetupSnapshot(SetupGuideSnapshot(state));
     viewState_.setPermissionNeeds(permissionNeeds(state));
     viewState_.setCaptureAdvice(platform_.trust.advice());
-}
-
-void StatusMenuController::refreshAndSync()
-{
-    sync(controller_->refresh());
-}
-
-void StatusMenuController::scheduleRefresh()
-{
-    if (refreshScheduled_)
-        return;
-    refreshScheduled_ = true;
-    tasks_.post([this] {
-        refreshScheduled_ = false;
-        refreshAndSync();
-    });
-}
-
-void StatusMenuController::stateDidChange()
-{
-    // Not a refresh, which would ask a monitor again that has just refused.
-    if (softwareStay_.follow())
-        tasks_.post([this] { sync(controller_->state()); });
-    if (onStateChanged)
-        onStateChanged(controller_->state());
 }
 
 void StatusMenuController::refreshStatusButton(const GlassDialSnapshot& snapshot)
@@ -101,18 +77,14 @@ void StatusMenuController::statusItemActivated(std::optional<Point> at)
 
 void StatusMenuController::statusItemSecondaryActivated()
 {
-    withRecentVolume(*controller_, platform_.displayBusHealth, tasks_.whileOwned([this] { toggleMute(); }));
+    desk_->carryOut({VolumeDesk::Origin::tray, VolumeDesk::Order::always(GlassDialInteraction::muteCommand())});
 }
 
 void StatusMenuController::statusItemScrolled(int notches)
 {
     const VolumeCommand step = notches > 0 ? VolumeCommand::stepUp() : VolumeCommand::stepDown();
-    const auto scroll = [this, step, notches] {
-        for (int remaining = std::abs(notches); remaining > 0; --remaining)
-            desk_->handle(step);
-        sync(controller_->state());
-    };
-    withRecentVolume(*controller_, platform_.displayBusHealth, tasks_.whileOwned(scroll));
+    const auto times = static_cast<std::size_t>(std::abs(notches));
+    desk_->carryOut({VolumeDesk::Origin::tray, VolumeDesk::Order::always(step, times)});
 }
 
 } // namespace quenstal

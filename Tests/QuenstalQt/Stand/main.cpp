@@ -161,9 +161,9 @@ int main(int argc, char** argv)
     auto controller = std::make_shared<QuenstalController>(monitor, monitor, monitor, noVolume, noVolume, monitor,
         std::make_shared<InMemoryEQProfileStore>(), ModeSelector(), VolumeReducer(0.0625),
         VolumeSnapshot::defaultAudible());
-    StatusMenuController statusMenu({runLoop, desktop, preferences, trust, displayBusHealth, desktop},
-        std::make_shared<VolumeDesk>(displayBusHealth, controller));
-    statusMenu.onStateChanged = report;
+    auto desk = std::make_shared<VolumeDesk>(runLoop, displayBusHealth, controller);
+    StatusMenuController statusMenu({runLoop, desktop, preferences, trust, displayBusHealth, desktop}, desk);
+    const Cancellation reporting = desk->onPublished(report);
     instance.onActivated([&statusMenu] { statusMenu.showPanel(); });
     const Cancellation input = runLoop.watchReadable(0, [&] {
         // Several lines may have come at once.
