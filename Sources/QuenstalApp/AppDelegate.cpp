@@ -142,10 +142,13 @@ void AppDelegate::applicationShouldReopen()
 void AppDelegate::applicationWillTerminate()
 {
     requireMainThread();
-    if (mediaKeyTap_)
-        mediaKeyTap_->stop();
+    // The sound first, then what else must not be lost: the rest may be held up by whatever is frozen.
     if (desk_)
         desk_->shutdown();
+    platform_.audioTaps.giveSoundBack();
+    platform_.userDefaults.saveNow();
+    if (mediaKeyTap_)
+        mediaKeyTap_->stop();
     platform_.displayBusHealth.stop();
 }
 

@@ -15,6 +15,7 @@
 #include "QuenstalLinux/Keys/ServiceKeyCapture.hpp"
 #include "QuenstalLinux/Keys/X11KeyCapture.hpp"
 #include "QuenstalLinux/Session/BusConnection.hpp"
+#include "QuenstalLinux/Session/EndLimit.hpp"
 #include "QuenstalLinux/Session/FilePreferences.hpp"
 #include "QuenstalLinux/Session/LogindWake.hpp"
 #include "QuenstalLinux/Session/SingleInstance.hpp"
@@ -163,6 +164,7 @@ int start(int& argc, char** argv, Request request)
         std::fputs("Quenstal cannot run: there is no desktop session here.\n", stderr);
         return EXIT_FAILURE;
     }
+    const EndLimit endLimit;
     TerminationSignals termination;
     QtToolkit toolkit(argc, argv);
     QtRunLoop runLoop;
@@ -185,6 +187,7 @@ int start(int& argc, char** argv, Request request)
         teller.mayHaveChanged();
     }
     const int status = toolkit.run();
+    EndLimit::begin();
     delegate.onFindingsChanged = nullptr;
     delegate.applicationWillTerminate();
     return status;

@@ -107,6 +107,10 @@ public:
 
     /// Runs the handler on a later turn after a tap changed.
     [[nodiscard]] virtual Cancellation onTapChanged(std::function<void(AudioObjectID tap, TapChange)> handler) = 0;
+
+    /// Waits until the sound that devices led away is on its direct path again, for half a second at most. For the end
+    /// of the program, when every device is destroyed and no turn of the run loop follows.
+    virtual void giveSoundBack() = 0;
 };
 
 } // namespace quenstal

@@ -47,6 +47,9 @@ public:
     virtual void setNumber(std::string_view key, double value) = 0;
     virtual void setString(std::string_view key, std::string_view text) = 0;
 
+    /// Returns when everything set before is stored, or could not be. For the end of the program.
+    virtual void saveNow() = 0;
+
     /// None while everything is kept.
     virtual std::optional<PreferencesProblem> problem() const = 0;
     /// Runs the task when there is another problem, or none any more.

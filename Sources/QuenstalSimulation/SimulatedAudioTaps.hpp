@@ -41,7 +41,14 @@ public:
     PlatformStatus startDevice(AudioObjectID device, AudioIOProcID procedureID) override;
     PlatformStatus stopDevice(AudioObjectID device, AudioIOProcID procedureID) override;
     [[nodiscard]] Cancellation onTapChanged(std::function<void(AudioObjectID, TapChange)> handler) override;
+    void giveSoundBack() override
+    {
+        if (onGiveSoundBack)
+            onGiveSoundBack();
+    }
 
+    /// What happens meanwhile.
+    std::function<void()> onGiveSoundBack;
     /// The audio object of this process; 0 makes it unknown.
     void setOwnProcessObject(AudioObjectID object) { ownProcessObject_ = object; }
     /// The tap's UID reads as no text from now on.

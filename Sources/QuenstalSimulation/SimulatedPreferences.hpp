@@ -31,6 +31,7 @@ public:
     void setNumber(std::string_view key, double value) override;
     void setString(std::string_view key, std::string_view text) override;
 
+    void saveNow() override { ++saves_; }
     std::optional<PreferencesProblem> problem() const override { return problem_; }
     [[nodiscard]] Cancellation onProblemChanged(RunLoop::Task task) override
     {
@@ -42,6 +43,8 @@ public:
         problem_ = std::move(problem);
         problemObservers_.call();
     }
+    /// How often the program waited for it.
+    int saves() const { return saves_; }
     /// Everything stored, by key.
     const Values& values() const { return values_; }
 
@@ -50,6 +53,7 @@ private:
     const T* find(std::string_view key) const;
 
     Values values_;
+    int saves_ = 0;
     std::optional<PreferencesProblem> problem_;
     Handlers<RunLoop::Task> problemObservers_;
 };

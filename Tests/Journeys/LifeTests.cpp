@@ -225,6 +225,24 @@ TEST_F(LifeTest, terminationStopsTheTapAndTheSoftwareSession)
     machine.loop.runUntilIdle();
 }
 
+TEST_F(LifeTest, atTheEndTheSoundGoesBackBeforeAnythingThatMayBeHeldUp)
+{
+    machine.plugInMonitorOutput();
+    machine.launch();
+    machine.press(down);
+    bool isGivenBack = false;
+    machine.taps.onGiveSoundBack = [&] {
+        isGivenBack = true;
+        EXPECT_EQ(machine.taps.liveObjects(), 0u);
+        EXPECT_EQ(machine.keys.tapCount(), 1);
+        EXPECT_THAT(machine.busHealth.calls(), ElementsAre());
+        EXPECT_EQ(machine.preferences.saves(), 0);
+    };
+    machine.delegate->applicationWillTerminate();
+    EXPECT_TRUE(isGivenBack);
+    EXPECT_EQ(machine.preferences.saves(), 1);
+}
+
 TEST_F(LifeTest, terminationBeforeLaunchHarmsNothing)
 {
     AppDelegate delegate(

@@ -141,5 +141,18 @@ class KilledInTheMiddle(PrivateDesktopTest):
         self.assert_nothing_is_left()
 
 
+class FrozenServers(PrivateDesktopTest):
+    def test_the_end_waits_for_none_and_gives_the_sound_back(self):
+        run = self.start(EXAMPLES / "guarded.py", ROOT / "tools/audio_session.sh", "run",
+                         f"{BUILD}/Examples/AudioSession/audio_session_card", "/usr/bin/python3",
+                         ROOT / "Tests/Journeys/frozen_servers.py", BUILD)
+        told = self.told_by(run)
+        self.assertEqual(run.returncode, 0, told)
+        print(told)
+        self.assertNotIn("NOT", told)
+        self.assertEqual(len(re.findall("frozen: ended in .* s with status 0", told)), 5, told)
+        self.assert_nothing_is_left()
+
+
 if __name__ == "__main__":
     script_suite.run()

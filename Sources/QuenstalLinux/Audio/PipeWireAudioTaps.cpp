@@ -17,8 +17,8 @@ using namespace std::chrono_literals;
 /// Away from the numbers of outputs, which are the server's serial numbers.
 constexpr AudioObjectID firstID = 0x4000'0000;
 constexpr std::uint32_t usualRate = 48000;
-/// At the end of the program there is no later turn on which the streams could be moved back.
-constexpr auto farewellTime = 200ms;
+/// The session manager moves a stream within some 50 ms. One that has not by then is not responding.
+constexpr auto farewellTime = 400ms;
 /// A session that ended by itself may be started again at once. When that one ends too, not for this time.
 constexpr auto refusalTime = 5s;
 /// Sessions that end within this time of one another have the same cause; the one that is tried after a refusal, too.
@@ -80,8 +80,14 @@ PipeWireAudioTaps::~PipeWireAudioTaps()
         if (device->path)
             retire(std::move(device->path));
     }
-    if (!retiring_.empty())
-        connection_.runFor(farewellTime);
+    giveSoundBack();
+}
+
+void PipeWireAudioTaps::giveSoundBack()
+{
+    const auto isDrained = [](const auto& path) { return path->isDrained(); };
+    connection_.runUntil([&] { return std::ranges::all_of(retiring_, isDrained); }, farewellTime);
+    retiring_.clear();
 }
 
 PlatformStatus PipeWireAudioTaps::translateProcessID(std::int32_t processID, AudioObjectID& processObject) const

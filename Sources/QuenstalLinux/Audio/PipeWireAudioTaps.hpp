@@ -19,7 +19,7 @@ class PipeWireAudioTaps final : public AudioTaps, private PipeWireGraph::Observe
 public:
     /// All outlive it.
     PipeWireAudioTaps(PipeWireConnection& connection, PipeWireGraph& graph, RunLoop& runLoop);
-    /// Waits a moment so that the server hears where the streams go.
+    /// Gives back what has not been given back.
     ~PipeWireAudioTaps() override;
 
     PlatformStatus translateProcessID(std::int32_t processID, AudioObjectID& processObject) const override;
@@ -35,6 +35,7 @@ public:
     PlatformStatus startDevice(AudioObjectID device, AudioIOProcID procedureID) override;
     PlatformStatus stopDevice(AudioObjectID device, AudioIOProcID procedureID) override;
     [[nodiscard]] Cancellation onTapChanged(std::function<void(AudioObjectID, TapChange)> handler) override;
+    void giveSoundBack() override;
 
     /// Cycles of all running procedures; for tests and diagnostics.
     std::uint64_t cycles() const;

@@ -99,11 +99,18 @@ std::optional<std::uint32_t> PipeWireConnection::clientNumber() const
     return number == SPA_ID_INVALID ? std::nullopt : std::optional(number);
 }
 
-void PipeWireConnection::runFor(RunLoop::Duration duration)
+bool PipeWireConnection::runUntil(const std::function<bool()>& holds, RunLoop::Duration limit)
 {
-    const auto end = std::chrono::steady_clock::now() + duration;
-    for (auto left = duration; core_ && left.count() > 0; left = end - std::chrono::steady_clock::now())
+    const auto end = std::chrono::steady_clock::now() + limit;
+    // What waits to be sent is sent, however soon it holds.
+    if (core_)
+        pw_loop_iterate(loop_.get(), 0);
+    for (auto left = limit; !holds(); left = end - std::chrono::steady_clock::now()) {
+        if (!core_ || left.count() <= 0)
+            return false;
         pw_loop_iterate(loop_.get(), static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(left).count()));
+    }
+    return true;
 }
 
 void PipeWireConnection::tryToConnect()

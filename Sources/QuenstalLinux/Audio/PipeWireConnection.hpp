@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -50,8 +51,9 @@ public:
     PipeWireCore connectAgain() const;
     /// The number that the server gave this program; none until it is known.
     std::optional<std::uint32_t> clientNumber() const;
-    /// Serves the connection for that long, without the run loop: for the last words of the program only.
-    void runFor(RunLoop::Duration duration);
+    /// Serves the connection without the run loop until it holds, or until the limit: for the last words of the program
+    /// only.
+    bool runUntil(const std::function<bool()>& holds, RunLoop::Duration limit);
 
 private:
     struct Events;

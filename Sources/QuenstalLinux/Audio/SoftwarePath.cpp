@@ -1,5 +1,6 @@
 #include "QuenstalLinux/Audio/SoftwarePath.hpp"
 
+#include <algorithm>
 #include <cerrno>
 #include <utility>
 
@@ -65,6 +66,13 @@ void SoftwarePath::stop()
 void SoftwarePath::whenDrained(std::function<void()> task)
 {
     draining_ = runLoop_.after(streams_ ? drainTime : 0ms, std::move(task));
+}
+
+bool SoftwarePath::isDrained() const
+{
+    const auto leadsHere = [node = streams_ ? streams_->captureNode() : SPA_ID_INVALID](
+                               const auto& link) { return link.second.inputNode == node; };
+    return !streams_ || std::ranges::none_of(graph_.graph().links, leadsHere);
 }
 
 void SoftwarePath::buildWhenPossible()

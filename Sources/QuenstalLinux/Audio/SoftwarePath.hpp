@@ -42,6 +42,9 @@ public:
     /// Calls when the path can be destroyed without a gap in the sound; not before the next turn.
     void whenDrained(std::function<void()> task);
 
+    /// Nothing is led through the streams any more.
+    bool isDrained() const;
+
     /// Frames a second; 0 until the first cycle.
     std::uint32_t rate() const { return cycle_.rate(); }
     const SoftwareCycle& cycle() const { return cycle_; }

@@ -36,15 +36,13 @@ public:
     void setBoolean(std::string_view key, bool value) override;
     void setNumber(std::string_view key, double value) override;
     void setString(std::string_view key, std::string_view text) override;
+    void saveNow() override;
 
     std::optional<PreferencesProblem> problem() const override { return problem_; }
     [[nodiscard]] Cancellation onProblemChanged(RunLoop::Task task) override
     {
         return problemChanged_.add(std::move(task));
     }
-
-    /// Returns when everything set before has been saved, or could not be.
-    void saveNow();
 
 private:
     struct Saving;

@@ -1,5 +1,7 @@
 #include "QuenstalLinux/Session/TerminationSignals.hpp"
 
+#include "QuenstalLinux/Session/EndLimit.hpp"
+
 #include <atomic>
 #include <cerrno>
 #include <cstdint>
@@ -20,6 +22,7 @@ static_assert(std::atomic<int>::is_always_lock_free);
 void noteSignal(int)
 {
     const int interrupted = errno;
+    EndLimit::begin();
     const std::uint64_t one = 1;
     [[maybe_unused]] const auto written = write(caughtEvent, &one, sizeof one);
     errno = interrupted;

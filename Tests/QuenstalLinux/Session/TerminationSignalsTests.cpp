@@ -1,3 +1,4 @@
+#include "QuenstalLinux/Session/EndLimit.hpp"
 #include "QuenstalLinux/Session/TerminationSignals.hpp"
 #include "QuenstalSimulation/SimulatedRunLoop.hpp"
 
@@ -76,6 +77,32 @@ TEST_F(TerminationSignalsTest, afterwardsTheyEndTheProgramAgain)
         raise(SIGTERM);
     };
     EXPECT_EXIT(endByItself(), testing::KilledBySignal(SIGTERM), "");
+}
+
+// --- The limit of the end ---
+
+TEST(EndLimitTest, anEndThatIsHeldUpIsCutShort)
+{
+    const auto endForEver = [] {
+        const EndLimit limit;
+        EndLimit::begin();
+        EndLimit::begin();
+        for (;;)
+            pause();
+    };
+    EXPECT_EXIT(endForEver(), testing::ExitedWithCode(0), "does not answer");
+}
+
+TEST(EndLimitTest, aProgramThatIsHeldUpWhenItIsAskedToEndEnds)
+{
+    const auto neverListen = [] {
+        const EndLimit limit;
+        const TerminationSignals termination;
+        raise(SIGTERM);
+        for (;;)
+            pause();
+    };
+    EXPECT_EXIT(neverListen(), testing::ExitedWithCode(0), "does not answer");
 }
 
 } // namespace
