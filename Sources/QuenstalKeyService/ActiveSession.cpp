@@ -1,5 +1,7 @@
 #include "QuenstalKeyService/ActiveSession.hpp"
 
+#include "QuenstalKeyService/BusProperties.hpp"
+
 #include <cstdint>
 #include <cstdlib>
 #include <string_view>
@@ -14,23 +16,6 @@ constexpr const char* seatPath = "/org/freedesktop/login1/seat/seat0";
 constexpr const char* seatInterface = "org.freedesktop.login1.Seat";
 constexpr const char* sessionInterface = "org.freedesktop.login1.Session";
 constexpr const char* propertiesInterface = "org.freedesktop.DBus.Properties";
-
-/// Calls `read` with the name of each property of an `a{sv}`; it reads the value, or not, and tells whether it did.
-template <typename Read>
-void forEachProperty(sd_bus_message* message, Read read)
-{
-    if (sd_bus_message_enter_container(message, SD_BUS_TYPE_ARRAY, "{sv}") <= 0)
-        return;
-    while (sd_bus_message_enter_container(message, SD_BUS_TYPE_DICT_ENTRY, "sv") > 0) {
-        const char* name = nullptr;
-        if (sd_bus_message_read_basic(message, SD_BUS_TYPE_STRING, &name) <= 0)
-            return;
-        if (!read(std::string_view(name)))
-            sd_bus_message_skip(message, "v");
-        sd_bus_message_exit_container(message);
-    }
-    sd_bus_message_exit_container(message);
-}
 
 /// Whether a seat's news is about who is at it.
 bool isAboutActiveSession(sd_bus_message* message)
@@ -101,11 +86,9 @@ SessionProperties readSession(sd_bus_message* message)
 ActiveSession::ActiveSession(BusConnection& systemBus, std::function<void()> changed)
     : systemBus_(systemBus)
     , changed_(std::move(changed))
+    , seatChanges_(systemBus, {logind, seatPath, propertiesInterface, "PropertiesChanged"},
+          [this](sd_bus_message* message) { seatChanged(message); })
 {
-    sd_bus_slot* slot = nullptr;
-    sd_bus_match_signal_async(
-        systemBus.get(), &slot, logind, seatPath, propertiesInterface, "PropertiesChanged", seatChanged, nullptr, this);
-    changes_.reset(slot);
     askForSeat();
 }
 
@@ -132,15 +115,13 @@ void ActiveSession::settle(std::optional<Session> session)
     changed_();
 }
 
-int ActiveSession::seatChanged(sd_bus_message* message, void* userData, sd_bus_error*)
+void ActiveSession::seatChanged(sd_bus_message* message)
 {
-    auto& self = *static_cast<ActiveSession*>(userData);
     if (!isAboutActiveSession(message))
-        return 0;
-    self.askForSeat();
-    self.current_.reset();
-    self.changed_();
-    return 0;
+        return;
+    askForSeat();
+    current_.reset();
+    changed_();
 }
 
 int ActiveSession::seatAnswered(sd_bus_message* message, void* userData, sd_bus_error*)

@@ -2,6 +2,7 @@
 
 #include "QuenstalLinux/Session/BusConnection.hpp"
 #include "QuenstalLinux/Session/BusHandles.hpp"
+#include "QuenstalLinux/Session/ServiceSignal.hpp"
 
 #include <functional>
 #include <optional>
@@ -33,10 +34,10 @@ public:
     bool isCertain() const { return !question_; }
 
 private:
-    static int seatChanged(sd_bus_message* message, void* userData, sd_bus_error* error);
     static int seatAnswered(sd_bus_message* message, void* userData, sd_bus_error* error);
     static int sessionAnswered(sd_bus_message* message, void* userData, sd_bus_error* error);
 
+    void seatChanged(sd_bus_message* message);
     void askForSeat();
     void askForSession(const std::string& path);
     void settle(std::optional<Session> session);
@@ -46,7 +47,7 @@ private:
     std::optional<Session> current_;
     /// The session being asked about.
     Session asked_;
-    BusSlot changes_;
+    ServiceSignal seatChanges_;
     BusSlot question_;
 };
 

@@ -29,15 +29,16 @@ AuthorizationQuestion::AuthorizationQuestion(BusConnection& systemBus, const std
 
 int AuthorizationQuestion::answered(sd_bus_message* message, void* userData, sd_bus_error*)
 {
+    std::optional<bool> decision;
     int isAuthorized = 0;
     int isChallenge = 0;
-    if (sd_bus_message_is_method_error(message, nullptr) > 0
-        || sd_bus_message_enter_container(message, SD_BUS_TYPE_STRUCT, "bba{ss}") <= 0
-        || sd_bus_message_read(message, "bb", &isAuthorized, &isChallenge) <= 0)
-        isAuthorized = 0;
+    if (sd_bus_message_is_method_error(message, nullptr) <= 0
+        && sd_bus_message_enter_container(message, SD_BUS_TYPE_STRUCT, "bba{ss}") > 0
+        && sd_bus_message_read(message, "bb", &isAuthorized, &isChallenge) > 0)
+        decision = isAuthorized != 0;
     // A copy: the question may be destroyed by what follows from its answer.
     const Verdict verdict = static_cast<AuthorizationQuestion*>(userData)->verdict_;
-    verdict(isAuthorized != 0);
+    verdict(decision);
     return 0;
 }
 

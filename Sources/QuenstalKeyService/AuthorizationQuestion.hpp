@@ -4,6 +4,7 @@
 #include "QuenstalLinux/Session/BusHandles.hpp"
 
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace quenstal {
@@ -11,10 +12,10 @@ namespace quenstal {
 /// One question to polkit: whether a program may have the volume keys. Taken back when it is destroyed. Main thread.
 class AuthorizationQuestion {
 public:
-    using Verdict = std::function<void(bool isAuthorized)>;
+    /// None when polkit has not decided: it cannot be started, or fails.
+    using Verdict = std::function<void(std::optional<bool> isAuthorized)>;
 
-    /// About the program that has this unique name on the bus. The verdict comes on a later turn; without an answer
-    /// from polkit it is no.
+    /// About the program that has this unique name on the bus. The verdict comes on a later turn.
     AuthorizationQuestion(BusConnection& systemBus, const std::string& client, Verdict verdict);
     AuthorizationQuestion(const AuthorizationQuestion&) = delete;
     AuthorizationQuestion& operator=(const AuthorizationQuestion&) = delete;

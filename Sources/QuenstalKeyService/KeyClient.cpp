@@ -15,21 +15,19 @@ constexpr int socketRoom = 16 * 1024;
 
 } // namespace
 
-KeyClient::KeyClient(RunLoop& runLoop, sd_bus_message* request, FileDescriptor socket, Gone gone)
+KeyClient::KeyClient(RunLoop& runLoop, BusConnection& bus, const std::string& name, FileDescriptor socket, Gone gone)
     : runLoop_(runLoop)
-    , name_(sd_bus_message_get_sender(request))
+    , name_(name)
     , socket_(std::move(socket))
     , gone_(std::move(gone))
     // Readable means closed, or written to: neither is for a client to do and stay.
     , socketWatch_(runLoop.watchReadable(socket_.get(), [this] { leave("closed its socket"); }))
+    , presence_(bus, name, [this] {
+        if (presence_.current() != name_)
+            leave("left the bus");
+    })
 {
     setsockopt(socket_.get(), SOL_SOCKET, SO_SNDBUF, &socketRoom, sizeof socketRoom);
-    // A copy of the client's end may be left in a process that was forked meanwhile: its name tells for certain.
-    sd_bus_track* track = nullptr;
-    sd_bus_track_new(sd_bus_message_get_bus(request), &track, nameVanished, this);
-    track_.reset(track);
-    if (sd_bus_track_add_sender(track, request) < 0)
-        leave("left the bus");
 }
 
 KeyClient::~KeyClient()
@@ -64,15 +62,6 @@ void KeyClient::lookForUnread()
         leave("stopped answering");
     else
         unreadCheck_ = runLoop_.after(patience - unreadFor, [this] { lookForUnread(); });
-}
-
-int KeyClient::nameVanished(sd_bus_track*, void* userData)
-{
-    auto& client = *static_cast<KeyClient*>(userData);
-    // An empty track tells of its emptiness again and again.
-    client.track_.reset();
-    client.leave("left the bus");
-    return 0;
 }
 
 void KeyClient::leave(const char* reason)

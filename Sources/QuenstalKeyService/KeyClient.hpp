@@ -2,7 +2,7 @@
 
 #include "QuenstalLinux/FileDescriptor.hpp"
 #include "QuenstalLinux/Keys/KeyServiceProtocol.hpp"
-#include "QuenstalLinux/Session/BusHandles.hpp"
+#include "QuenstalLinux/Session/NameOwner.hpp"
 #include "QuenstalPlatform/RunLoop.hpp"
 
 #include <functional>
@@ -20,8 +20,8 @@ public:
     /// Told once, from a later turn: the client went away, stopped answering or broke the protocol.
     using Gone = std::function<void(const char* reason)>;
 
-    /// Takes the client's unique name on the bus from its message. The run loop outlives this.
-    KeyClient(RunLoop& runLoop, sd_bus_message* request, FileDescriptor socket, Gone gone);
+    /// `name` is the client's unique name on the bus. Run loop and bus outlive this.
+    KeyClient(RunLoop& runLoop, BusConnection& bus, const std::string& name, FileDescriptor socket, Gone gone);
     /// The client sees the end of its socket at once.
     ~KeyClient();
     KeyClient(const KeyClient&) = delete;
@@ -32,8 +32,6 @@ public:
     void send(const VolumeKeyPress& press);
 
 private:
-    static int nameVanished(sd_bus_track* track, void* userData);
-
     bool hasUnread() const;
     void lookForUnread();
     void leave(const char* reason);
@@ -46,7 +44,8 @@ private:
     std::optional<RunLoop::SteadyTime> unreadSince_;
     Cancellation unreadCheck_;
     Cancellation socketWatch_;
-    BusTrack track_;
+    /// A copy of the client's end may be left in a process that was forked meanwhile: its name tells for certain.
+    NameOwner presence_;
     Cancellation leaving_;
 };
 

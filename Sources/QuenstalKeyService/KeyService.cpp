@@ -1,5 +1,6 @@
 #include "QuenstalKeyService/KeyService.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <utility>
@@ -17,6 +18,8 @@ const char* explanation(KeyServiceRefusal refusal)
         return "The volume keys belong to the local session at the screen.";
     case KeyServiceRefusal::notAuthorized:
         return "Not allowed by polkit.";
+    case KeyServiceRefusal::undecided:
+        return "polkit or logind gives no answer.";
     case KeyServiceRefusal::inUse:
         return "The session's volume keys already belong to another program.";
     case KeyServiceRefusal::takenByOther:
@@ -36,24 +39,6 @@ const char* explanation(KeyServiceRefusal refusal)
 void refuse(sd_bus_message* call, KeyServiceRefusal refusal)
 {
     sd_bus_reply_method_errorf(call, errorName(refusal), "%s", explanation(refusal));
-}
-
-struct Caller {
-    uid_t user = 0;
-    pid_t process = 0;
-};
-
-/// As the bus tells. None for one that has left it.
-std::optional<Caller> callerOf(sd_bus_message* call)
-{
-    sd_bus_creds* asked = nullptr;
-    sd_bus_query_sender_creds(call, SD_BUS_CREDS_EUID | SD_BUS_CREDS_PID, &asked);
-    const BusCredentials credentials(asked);
-    Caller caller;
-    if (!credentials || sd_bus_creds_get_euid(credentials.get(), &caller.user) < 0
-        || sd_bus_creds_get_pid(credentials.get(), &caller.process) < 0)
-        return std::nullopt;
-    return caller;
 }
 
 } // namespace
@@ -87,30 +72,55 @@ KeyService::~KeyService()
 
 int KeyService::captureCalled(sd_bus_message* message, void* userData, sd_bus_error*)
 {
-    auto& self = *static_cast<KeyService*>(userData);
-    if (self.activeSession_.isCertain())
-        self.consider(message);
-    else if (self.earlyCalls_.size() < mostRequests)
-        self.earlyCalls_.emplace_back(sd_bus_message_ref(message));
-    else
-        refuse(message, KeyServiceRefusal::tooMany);
-    self.tendIdleTimer();
+    static_cast<KeyService*>(userData)->admit(message);
     return 1;
 }
 
+/// Anyone may call, as often as the bus carries it. A call must cost little, and nothing that lasts.
+void KeyService::admit(sd_bus_message* call)
+{
+    // There would be no way to hand over a socket.
+    if (sd_bus_message_get_expect_reply(call) <= 0)
+        return;
+    const std::string sender = sd_bus_message_get_sender(call);
+    if (requests_.size() >= mostRequests || requests_.contains(sender)) {
+        refuse(call, KeyServiceRefusal::tooMany);
+        return;
+    }
+    const auto request = requests_.emplace(sender, Request{}).first;
+    request->second.call.reset(sd_bus_message_ref(call));
+    request->second.identity = std::make_unique<CallerQuestion>(
+        systemBus_, sender, [this, request](const auto& caller) { identify(request, caller); });
+    tendIdleTimer();
+}
+
+void KeyService::identify(Requests::iterator request, const std::optional<Caller>& caller)
+{
+    request->second.caller = caller;
+    if (!caller)
+        decide(request, KeyServiceRefusal::notActive);
+    else if (activeSession_.isCertain())
+        consider(request);
+}
+
+void KeyService::consider(Requests::iterator request)
+{
+    if (const auto obstacle = obstacleOf(request->second))
+        decide(request, obstacle);
+    else
+        askLogind(request);
+}
+
 /// What is certain without a question comes first: whoever is not at the seat costs nobody else anything.
-void KeyService::consider(sd_bus_message* call)
+std::optional<KeyServiceRefusal> KeyService::obstacleOf(const Request& request) const
 {
     const auto& session = activeSession_.current();
-    const auto caller = session ? callerOf(call) : std::nullopt;
-    if (!caller || caller->user != session->user)
-        refuse(call, KeyServiceRefusal::notActive);
-    else if (requests_.size() >= mostRequests)
-        refuse(call, KeyServiceRefusal::tooMany);
-    else if (const auto obstacle = obstacleIn(*session))
-        refuse(call, *obstacle);
-    else
-        askLogind(call, caller->process);
+    if (!session || request.caller->user != session->user)
+        return KeyServiceRefusal::notActive;
+    if (std::ranges::count_if(requests_, [](const auto& entry) { return entry.second.membership != nullptr; })
+        >= mostQuestions)
+        return KeyServiceRefusal::tooMany;
+    return obstacleIn(*session);
 }
 
 std::optional<KeyServiceRefusal> KeyService::obstacleIn(const ActiveSession::Session& session) const
@@ -135,32 +145,34 @@ std::optional<KeyServiceRefusal> KeyService::obstacleIn(const ActiveSession::Ses
     return std::nullopt;
 }
 
-void KeyService::askLogind(sd_bus_message* call, pid_t caller)
+void KeyService::askLogind(Requests::iterator entry)
 {
-    const auto request = requests_.insert(
-        requests_.end(), {BusMessage(sd_bus_message_ref(call)), *activeSession_.current(), nullptr, nullptr, nullptr});
-    request->limit
-        = runLoop_.after(longestQuestion, [this, request] { decide(request, KeyServiceRefusal::notAuthorized); });
-    request->membership
-        = std::make_unique<MembershipQuestion>(systemBus_, caller, [this, request](const auto& session) {
-              if (session && *session != request->session.path)
-                  decide(request, KeyServiceRefusal::notActive);
+    Request& request = entry->second;
+    request.session = *activeSession_.current();
+    request.limit = runLoop_.after(longestQuestion, [this, entry] { decide(entry, KeyServiceRefusal::undecided); });
+    request.membership
+        = std::make_unique<MembershipQuestion>(systemBus_, request.caller->process, [this, entry](const auto& session) {
+              if (session && *session != entry->second.session.path)
+                  decide(entry, KeyServiceRefusal::notActive);
               else
-                  askPolkit(request);
+                  askPolkit(entry);
           });
 }
 
 void KeyService::askPolkit(Requests::iterator request)
 {
-    request->authorization = std::make_unique<AuthorizationQuestion>(
-        systemBus_, sd_bus_message_get_sender(request->call.get()), [this, request](bool isAuthorized) {
-            decide(request, isAuthorized ? std::nullopt : std::optional(KeyServiceRefusal::notAuthorized));
+    request->second.authorization = std::make_unique<AuthorizationQuestion>(
+        systemBus_, request->first, [this, request](std::optional<bool> isAuthorized) {
+            if (!isAuthorized)
+                decide(request, KeyServiceRefusal::undecided);
+            else
+                decide(request, *isAuthorized ? std::nullopt : std::optional(KeyServiceRefusal::notAuthorized));
         });
 }
 
 void KeyService::decide(Requests::iterator entry, std::optional<KeyServiceRefusal> refusal)
 {
-    const Request request = std::move(*entry);
+    const Request request = std::move(entry->second);
     requests_.erase(entry);
     // Much may have happened meanwhile.
     if (const auto obstacle = refusal ? refusal : obstacleIn(request.session))
@@ -182,9 +194,10 @@ void KeyService::give(sd_bus_message* call, const ActiveSession::Session& sessio
     if (sd_bus_reply_method_return(call, "h", theirs.get()) < 0)
         return;
     const auto gone = [this, id = session.id](const char* reason) { drop(id, reason); };
-    clients_.emplace(session.id, std::make_unique<KeyClient>(runLoop_, call, std::move(ours), gone));
-    handlers_.note("The volume keys of session " + session.id + " go to " + clients_[session.id]->name() + ", user "
-        + std::to_string(session.user) + ".");
+    const std::string name = sd_bus_message_get_sender(call);
+    clients_.emplace(session.id, std::make_unique<KeyClient>(runLoop_, systemBus_, name, std::move(ours), gone));
+    handlers_.note(
+        "The volume keys of session " + session.id + " go to " + name + ", user " + std::to_string(session.user) + ".");
     apply();
 }
 
@@ -222,9 +235,12 @@ void KeyService::sessionChanged()
     apply();
     if (!activeSession_.isCertain())
         return;
-    for (const BusMessage& call : std::exchange(earlyCalls_, {}))
-        consider(call.get());
-    tendIdleTimer();
+    for (auto next = requests_.begin(); next != requests_.end();) {
+        // Considered, it may be gone.
+        const auto request = next++;
+        if (request->second.caller && !request->second.membership)
+            consider(request);
+    }
 }
 
 void KeyService::tendIdleTimer()

@@ -2,6 +2,7 @@
 
 #include "QuenstalKeyService/ActiveSession.hpp"
 #include "QuenstalKeyService/AuthorizationQuestion.hpp"
+#include "QuenstalKeyService/CallerQuestion.hpp"
 #include "QuenstalKeyService/KeyClient.hpp"
 #include "QuenstalKeyService/MembershipQuestion.hpp"
 #include "QuenstalLinux/Keys/EvdevKeyCapture.hpp"
@@ -10,13 +11,12 @@
 #include "QuenstalLinux/Session/BusHandles.hpp"
 #include "QuenstalPlatform/RunLoop.hpp"
 
+#include <cstddef>
 #include <functional>
-#include <list>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace quenstal {
 
@@ -25,9 +25,11 @@ namespace quenstal {
 /// once and the way back takes them again. Main thread.
 class KeyService final : private KeyCaptureListener {
 public:
-    /// Calls that may wait for an answer of polkit, or of logind, at one time.
-    static constexpr std::size_t mostRequests = 8;
-    /// logind and polkit, which ask nobody, answer at once; later than this is no.
+    /// Callers that may wait at one time, for the bus to tell who they are: more than one account can have connections.
+    static constexpr std::size_t mostRequests = 512;
+    /// Those of the session at the seat that may wait for an answer of logind and polkit.
+    static constexpr std::ptrdiff_t mostQuestions = 8;
+    /// logind and polkit, which ask nobody, answer at once; later than this is no, for now.
     static constexpr auto longestQuestion = std::chrono::seconds(5);
     /// For how long nobody must want the keys before the service ends.
     static constexpr auto idleTime = std::chrono::seconds(30);
@@ -47,25 +49,33 @@ public:
     KeyService(const KeyService&) = delete;
     KeyService& operator=(const KeyService&) = delete;
 
-    bool isIdle() const { return clients_.empty() && requests_.empty() && earlyCalls_.empty(); }
+    bool isIdle() const { return clients_.empty() && requests_.empty(); }
 
 private:
-    /// A call of `Capture` that waits for logind, then for polkit.
+    /// A call of `Capture`, and the questions that it waits for, one after the other.
     struct Request {
         BusMessage call;
+        std::unique_ptr<CallerQuestion> identity;
+        /// Once the bus has told.
+        std::optional<Caller> caller;
+        /// The one at the seat when it came to the caller's turn.
         ActiveSession::Session session;
         std::unique_ptr<MembershipQuestion> membership;
         std::unique_ptr<AuthorizationQuestion> authorization;
         Cancellation limit;
     };
-    using Requests = std::list<Request>;
+    /// By the caller's unique name: one call of each.
+    using Requests = std::map<std::string, Request>;
     using SessionID = std::string;
 
     static int captureCalled(sd_bus_message* message, void* userData, sd_bus_error* error);
 
-    void consider(sd_bus_message* call);
+    void admit(sd_bus_message* call);
+    void identify(Requests::iterator request, const std::optional<Caller>& caller);
+    void consider(Requests::iterator request);
+    std::optional<KeyServiceRefusal> obstacleOf(const Request& request) const;
     std::optional<KeyServiceRefusal> obstacleIn(const ActiveSession::Session& session) const;
-    void askLogind(sd_bus_message* call, pid_t caller);
+    void askLogind(Requests::iterator request);
     void askPolkit(Requests::iterator request);
     /// With the reason for a no.
     void decide(Requests::iterator entry, std::optional<KeyServiceRefusal> refusal);
@@ -88,8 +98,6 @@ private:
     bool isCapturing_ = false;
     std::map<SessionID, std::unique_ptr<KeyClient>> clients_;
     Requests requests_;
-    /// Came while it was not certain who is at the seat.
-    std::vector<BusMessage> earlyCalls_;
     Cancellation idleTimer_;
     Cancellation retry_;
     Cancellation keyboardWatch_;

@@ -6,61 +6,96 @@
 #include "QuenstalLinux/Keys/EvdevKeyCapture.hpp"
 #include "QuenstalLinux/Session/BusConnection.hpp"
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <exception>
 #include <stdexcept>
 #include <string>
 
+#include <malloc.h>
 #include <sys/prctl.h>
 
 namespace quenstal {
 namespace {
 
-int run()
-{
-    // What is typed passes through this memory: it is not for core dumps, nor for debuggers of the same account.
-    prctl(PR_SET_DUMPABLE, 0);
-    EventLoop loop;
-    BusConnection systemBus(loop, BusConnection::Which::system);
-    if (!systemBus)
-        throw std::runtime_error("there is no system bus");
-    // Nobody could be asked or told any more. The kernel frees the keyboards.
-    sd_bus_set_exit_on_disconnect(systemBus.get(), 1);
-    EvdevKeyCapture keyboards(loop);
+/// Never waits for the bus once it runs: what a flood of messages holds up would be everything else.
+class Program {
+public:
+    Program()
+    {
+        if (!systemBus_)
+            throw std::runtime_error("there is no system bus");
+        // Nobody could be asked or told any more. The kernel frees the keyboards.
+        systemBus_.onLost([this] { loop_.exit(EXIT_FAILURE); });
+    }
 
-    const auto takeName = [&] {
-        const int status = sd_bus_request_name(systemBus.get(), KeyServiceProtocol::busName, 0);
-        if (status < 0) {
-            std::fprintf(stderr, "<3>The name on the bus is not to be had: %s.\n", std::strerror(-status));
-            loop.exit(EXIT_FAILURE);
-        }
-    };
-    KeyService* running = nullptr;
-    const auto leave = [&] {
-        sd_bus_release_name(systemBus.get(), KeyServiceProtocol::busName);
-        // Whatever came before the bus took the name away has arrived by now; what comes later starts the service anew.
-        systemBus.process();
-        if (running->isIdle())
-            loop.exit(EXIT_SUCCESS);
+    int run()
+    {
+        takeName();
+        return loop_.run();
+    }
+
+private:
+    /// The bus's answers to a request for a name.
+    enum : std::uint32_t { isOwner = 1, wasOwner = 4 };
+
+    static void note(const std::string& line) { std::fprintf(stderr, "<6>%s\n", line.c_str()); }
+
+    void takeName()
+    {
+        sd_bus_slot* slot = nullptr;
+        sd_bus_request_name_async(systemBus_.get(), &slot, KeyServiceProtocol::busName, 0, nameAnswered, this);
+        nameQuestion_.reset(slot);
+    }
+    void giveNameBack()
+    {
+        sd_bus_slot* slot = nullptr;
+        sd_bus_release_name_async(systemBus_.get(), &slot, KeyServiceProtocol::busName, nameReleased, this);
+        nameQuestion_.reset(slot);
+    }
+
+    static int nameAnswered(sd_bus_message* answer, void* self, sd_bus_error*)
+    {
+        std::uint32_t result = 0;
+        const sd_bus_error* const error = sd_bus_message_get_error(answer);
+        if (!error && sd_bus_message_read(answer, "u", &result) > 0 && (result == isOwner || result == wasOwner))
+            return 0;
+        std::fprintf(stderr, "<3>The name on the bus is not to be had: %s.\n",
+            error ? error->message : "another program has it");
+        static_cast<Program*>(self)->loop_.exit(EXIT_FAILURE);
+        return 0;
+    }
+    /// Whatever came before the bus took the name away has arrived by now; what comes later starts the service anew.
+    static int nameReleased(sd_bus_message*, void* self, sd_bus_error*)
+    {
+        auto& program = *static_cast<Program*>(self);
+        if (program.service_.isIdle())
+            program.loop_.exit(EXIT_SUCCESS);
         else
-            takeName();
-    };
-    const auto note = [](const std::string& line) { std::fprintf(stderr, "<6>%s\n", line.c_str()); };
-    KeyService service(loop, systemBus, keyboards, {leave, note});
-    running = &service;
-    takeName();
-    return loop.run();
-}
+            program.takeName();
+        return 0;
+    }
+
+    EventLoop loop_;
+    BusConnection systemBus_{loop_, BusConnection::Which::system};
+    EvdevKeyCapture keyboards_{loop_};
+    KeyService service_{loop_, systemBus_, keyboards_, {[this] { giveNameBack(); }, note}};
+    BusSlot nameQuestion_;
+};
 
 } // namespace
 } // namespace quenstal
 
 int main()
 {
+    // What is typed passes through this memory: it is not for core dumps, nor for debuggers of the same account.
+    prctl(PR_SET_DUMPABLE, 0);
+    // A message may have 32 MB: what it took goes back to the system with it.
+    constexpr int largestPiece = 128 * 1024;
+    mallopt(M_MMAP_THRESHOLD, largestPiece);
     try {
-        return quenstal::run();
+        return quenstal::Program().run();
     } catch (const std::exception& error) {
         std::fprintf(stderr, "<3>The key service cannot run: %s.\n", error.what());
         return EXIT_FAILURE;

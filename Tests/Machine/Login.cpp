@@ -115,6 +115,24 @@ void Login::signal(int number) const
     kill(process_, number);
 }
 
+Outsider::Outsider(const MachineUser& user, const std::function<void()>& program)
+{
+    makeAccount(user);
+    process_ = fork();
+    if (process_ == 0) {
+        become(user);
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
+        program();
+        _exit(EXIT_SUCCESS);
+    }
+}
+
+Outsider::~Outsider()
+{
+    kill(process_, SIGKILL);
+    waitpid(process_, nullptr, 0);
+}
+
 int errorOfOpening(const std::string& file, const MachineUser& user)
 {
     const pid_t child = fork();

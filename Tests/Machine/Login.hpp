@@ -47,6 +47,18 @@ private:
     FileDescriptor sessionEnd_;
 };
 
+/// A program of a user who is not at the machine; it ends with this at the latest. Root.
+class Outsider {
+public:
+    Outsider(const MachineUser& user, const std::function<void()>& program);
+    ~Outsider();
+    Outsider(const Outsider&) = delete;
+    Outsider& operator=(const Outsider&) = delete;
+
+private:
+    pid_t process_;
+};
+
 /// 0, or the errno with which the user fails to open the file for reading and writing.
 int errorOfOpening(const std::string& file, const MachineUser& user);
 

@@ -1,4 +1,5 @@
 #include "QuenstalKeyService/EventLoop.hpp"
+#include "QuenstalKeyService/ServiceManager.hpp"
 
 #include <array>
 #include <string>
@@ -8,8 +9,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 namespace quenstal {
@@ -131,32 +130,16 @@ TEST_F(EventLoopTest, aRequestToEndEndsIt)
 
 TEST(EventLoopWatchdogTest, theServiceManagersWatchdogIsFed)
 {
-    const int manager = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    // Without a name the kernel gives one that begins with a zero, which is written as "@".
-    ASSERT_EQ(bind(manager, reinterpret_cast<const sockaddr*>(&address), sizeof(sa_family_t)), 0);
-    socklen_t size = sizeof address;
-    ASSERT_EQ(getsockname(manager, reinterpret_cast<sockaddr*>(&address), &size), 0);
-    const std::string name("@" + std::string(address.sun_path + 1, size - sizeof(sa_family_t) - 1));
-    setenv("NOTIFY_SOCKET", name.c_str(), 1);
-    setenv("WATCHDOG_USEC", "50000", 1);
-
+    ServiceManager manager(50ms);
     EventLoop loop;
     const auto limit = loop.after(10s, [&] { loop.exit(99); });
     int fed = 0;
-    const auto watch = loop.watchReadable(manager, [&] {
-        std::array<char, 64> text{};
-        const ssize_t length = recv(manager, text.data(), text.size(), MSG_DONTWAIT);
-        ASSERT_GT(length, 0);
-        EXPECT_EQ(std::string(text.data(), static_cast<std::size_t>(length)), "WATCHDOG=1");
-        if (++fed == 3)
+    const auto watch = loop.watchReadable(manager.descriptor(), [&] {
+        fed += manager.signsOfLife();
+        if (fed >= 3)
             loop.exit(0);
     });
     EXPECT_EQ(loop.run(), 0);
-    unsetenv("NOTIFY_SOCKET");
-    unsetenv("WATCHDOG_USEC");
-    close(manager);
 }
 
 } // namespace

@@ -73,21 +73,19 @@ TEST_F(KeyServiceTest, withoutLogindNobodyIsAtTheScreen)
     EXPECT_EQ(errorOfNewClient(), errorName(KeyServiceRefusal::notActive));
 }
 
-TEST_F(KeyServiceTest, onlyPolkitsYesIsAYes)
+TEST_F(KeyServiceTest, onlyPolkitsYesIsAYesAndOnlyItsNoIsTheAdministrators)
 {
-    using enum FakeMachine::Verdict;
-    const std::string notAuthorized = errorName(KeyServiceRefusal::notAuthorized);
     startService();
-    for (const auto verdict : {no, error}) {
-        machine->setVerdict(verdict);
-        EXPECT_EQ(errorOfNewClient(), notAuthorized);
-    }
+    machine->setVerdict(FakeMachine::Verdict::no);
+    EXPECT_EQ(errorOfNewClient(), errorName(KeyServiceRefusal::notAuthorized));
+    machine->setVerdict(FakeMachine::Verdict::error);
+    EXPECT_EQ(errorOfNewClient(), errorName(KeyServiceRefusal::undecided));
     sd_bus_release_name(machine->connection().get(), "org.freedesktop.PolicyKit1");
-    EXPECT_EQ(errorOfNewClient(), notAuthorized);
+    EXPECT_EQ(errorOfNewClient(), errorName(KeyServiceRefusal::undecided));
     EXPECT_EQ(keyboard->grabs(), 0);
 }
 
-TEST_F(KeyServiceTest, noAnswerFromPolkitIsANoAfterAWhile)
+TEST_F(KeyServiceTest, noAnswerFromPolkitIsARefusalOfItsOwnAfterAWhile)
 {
     machine->setVerdict(FakeMachine::Verdict::none);
     startService();
@@ -97,7 +95,7 @@ TEST_F(KeyServiceTest, noAnswerFromPolkitIsANoAfterAWhile)
     EXPECT_FALSE(client->isAnswered());
     loop.advance(KeyService::longestQuestion);
     ASSERT_TRUE(eventually([&] { return client->isAnswered(); }));
-    EXPECT_EQ(client->error(), errorName(KeyServiceRefusal::notAuthorized));
+    EXPECT_EQ(client->error(), errorName(KeyServiceRefusal::undecided));
     machine->answerAll(true);
     machine->setVerdict(FakeMachine::Verdict::yes);
     EXPECT_TRUE(capturingClient()->hasSocket());
@@ -136,14 +134,14 @@ TEST_F(KeyServiceTest, callsThatWaitForPolkitAreLimited)
     machine->setVerdict(FakeMachine::Verdict::none);
     startService();
     std::vector<std::unique_ptr<TestClient>> clients;
-    for (std::size_t i = 0; i <= KeyService::mostRequests; ++i)
+    for (int i = 0; i <= KeyService::mostQuestions; ++i)
         clients.emplace_back(newClient())->capture();
     // Which of them came last the bus decides.
     const auto refused
         = [&] { return std::ranges::find_if(clients, [](const auto& client) { return client->isAnswered(); }); };
     ASSERT_TRUE(eventually([&] { return refused() != clients.end(); }));
     EXPECT_EQ((*refused())->error(), errorName(KeyServiceRefusal::tooMany));
-    EXPECT_TRUE(eventually([&] { return machine->questions().size() == KeyService::mostRequests; }));
+    EXPECT_TRUE(eventually([&] { return machine->questions().size() == KeyService::mostQuestions; }));
 }
 
 TEST_F(KeyServiceTest, closingTheSocketFreesTheKeyboards)

@@ -1,15 +1,23 @@
 // The program itself, as the service manager would start it: its ends, orderly and not.
 
 #include "QuenstalKeyService/KeyServiceTest.hpp"
+#include "QuenstalKeyService/ServiceManager.hpp"
 #include "QuenstalPlatform/EventTaps.hpp"
+#include "Support/BusStranger.hpp"
 
+#include <atomic>
+#include <fstream>
+#include <functional>
 #include <optional>
+#include <string>
+#include <thread>
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <linux/input.h>
 #include <signal.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 
 namespace quenstal {
@@ -122,6 +130,18 @@ TEST_F(KeyServiceProgramTest, itEndsWithTheBusAndFreesTheKeyboards)
     EXPECT_TRUE(eventually([&] { return client->isDropped(); }));
 }
 
+TEST_F(KeyServiceProgramTest, itEndsWhenItsConnectionFailsAndTheBusDoesNot)
+{
+    // What comes with a message cannot be received, nor then the message.
+    const rlimit none{};
+    ASSERT_EQ(prlimit(process, RLIMIT_NOFILE, &none, nullptr), 0);
+    BusStranger attacker(bus.address());
+    sd_bus_call_method_async(attacker.get(), nullptr, KeyServiceProtocol::busName, KeyServiceProtocol::objectPath,
+        KeyServiceProtocol::interface, KeyServiceProtocol::captureMember, nullptr, nullptr, "h", STDIN_FILENO);
+    attacker.flush();
+    EXPECT_EQ(awaitEnd(), EXIT_FAILURE);
+}
+
 TEST_F(KeyServiceProgramTest, aSecondOneEndsAtOnce)
 {
     const pid_t first = process;
@@ -129,6 +149,94 @@ TEST_F(KeyServiceProgramTest, aSecondOneEndsAtOnce)
     EXPECT_EQ(awaitEnd(), EXIT_FAILURE);
     process = first;
     EXPECT_TRUE(listeningClient()->hasSocket());
+}
+
+/// Calls that nobody waits for, as fast as the bus takes them, until the end of this.
+class Flood {
+public:
+    explicit Flood(const std::string& address)
+        : thread_([this, address] { run(address); })
+    {
+    }
+    ~Flood()
+    {
+        isOver_ = true;
+        thread_.join();
+    }
+    Flood(const Flood&) = delete;
+    Flood& operator=(const Flood&) = delete;
+
+    int sent() const { return sent_; }
+    bool isGoingOn() const { return sent_ < most; }
+
+private:
+    /// Far more than any test needs, and no flood without end.
+    static constexpr int most = 500'000;
+
+    void run(const std::string& address)
+    {
+        BusStranger attacker(address);
+        while (!isOver_ && sent_ < most) {
+            attacker.call(KeyServiceProtocol::busName, KeyServiceProtocol::objectPath, KeyServiceProtocol::interface,
+                KeyServiceProtocol::captureMember);
+            if (++sent_ % 64 == 0)
+                attacker.flush();
+        }
+    }
+
+    std::atomic<bool> isOver_ = false;
+    std::atomic<int> sent_ = 0;
+    std::thread thread_;
+};
+
+/// Under a service manager's watchdog.
+struct KeyServiceFloodTest : KeyServiceProgramTest {
+    /// A flood leaves little of a machine to anyone: a longer limit.
+    bool slowly(const std::function<bool()>& holds)
+    {
+        for (int attempt = 0; attempt < 4; ++attempt)
+            if (eventually(holds))
+                return true;
+        return false;
+    }
+    /// In kilobytes.
+    long mostMemoryUsed() const
+    {
+        std::ifstream status("/proc/" + std::to_string(process) + "/status");
+        for (std::string word; status >> word;)
+            if (long kilobytes = 0; word == "VmHWM:" && status >> kilobytes)
+                return kilobytes;
+        return 0;
+    }
+
+    bool showsThatItLives()
+    {
+        // The queue may hold some from before.
+        const int enough = signsOfLife + 20;
+        return slowly([&] { return signsOfLife >= enough; });
+    }
+
+    ServiceManager manager{std::chrono::milliseconds(50)};
+    int signsOfLife = 0;
+    // Whoever shows that it lives waits while nobody looks.
+    Cancellation watch = loop.watchReadable(manager.descriptor(), [this] { signsOfLife += manager.signsOfLife(); });
+};
+
+TEST_F(KeyServiceFloodTest, aFloodOfCallsTakesNoMemoryAndTheClientKeepsItsKeys)
+{
+    const auto client = listeningClient();
+    const long before = mostMemoryUsed();
+    ASSERT_GT(before, 0);
+    const Flood flood(bus.address());
+    ASSERT_TRUE(slowly([&] { return flood.sent() > 1000; }));
+    EXPECT_TRUE(showsThatItLives());
+    keyboard->type({{KEY_VOLUMEUP, 1}});
+    EXPECT_TRUE(slowly([&] { return client->presses().size() == 2; }));
+    ASSERT_TRUE(slowly([&] { return flood.sent() > 20'000; }));
+    EXPECT_TRUE(showsThatItLives());
+    EXPECT_TRUE(flood.isGoingOn()) << "nothing came of it before the end of the flood";
+    EXPECT_LT(mostMemoryUsed() - before, 2048);
+    EXPECT_FALSE(client->isDropped());
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 #include "QuenstalLinux/Keys/LinuxEventTaps.hpp"
 #include "QuenstalLinux/Keys/ServiceKeyCapture.hpp"
 #include "QuenstalPlatform/EventTaps.hpp"
+#include "Support/BusStranger.hpp"
 
 #include <array>
 #include <filesystem>
@@ -41,6 +42,18 @@ struct ServiceKeyCaptureTest : KeyServiceTest, KeyCaptureListener {
         if (clientBus && *clientBus)
             shutdown(sd_bus_get_fd(clientBus->get()), SHUT_RDWR);
     }
+    /// What the bus has sent to the client before this has been handled.
+    void roundTrip()
+    {
+        bool isAnswered = false;
+        const auto note = [](sd_bus_message*, void* flag, sd_bus_error*) {
+            *static_cast<bool*>(flag) = true;
+            return 0;
+        };
+        sd_bus_call_method_async(clientBus->get(), nullptr, "org.freedesktop.DBus", "/org/freedesktop/DBus",
+            "org.freedesktop.DBus", "GetId", note, &isAnswered, "");
+        ASSERT_TRUE(eventually([&] { return isAnswered; }));
+    }
     void startServiceAndSeeIt()
     {
         startService();
@@ -76,6 +89,21 @@ TEST_F(ServiceKeyCaptureTest, aServiceThatAppearsIsNoticedWithoutBeingAsked)
     EXPECT_EQ(capture->obstacle(), "");
     loop.runUntilIdle();
     EXPECT_THAT(machine->questions(), IsEmpty());
+}
+
+TEST_F(ServiceKeyCaptureTest, onlyTheBusTellsThatTheServiceRuns)
+{
+    const char* name = nullptr;
+    sd_bus_get_unique_name(clientBus->get(), &name);
+    BusStranger attacker(bus.address());
+    attacker.signal(name, "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameOwnerChanged", "sss",
+        KeyServiceProtocol::busName, "", attacker.name().c_str());
+    attacker.signal(name, "/org/freedesktop/DBus", "org.freedesktop.DBus", "ActivatableServicesChanged", "");
+    // The first answer comes after the forgeries, the second after the answers to what was asked because of them.
+    roundTrip();
+    roundTrip();
+    EXPECT_EQ(changes, 0);
+    EXPECT_FALSE(capture->isPossible());
 }
 
 /// A bus that knows how to start the service.
@@ -195,6 +223,24 @@ TEST_F(ServiceKeyCaptureTest, whatTheAdministratorForbidsIsNotAskedForByItself)
     const int before = changes;
     loop.advance(ServiceKeyCapture::refusalPause * 10);
     EXPECT_EQ(changes, before);
+}
+
+TEST_F(ServiceKeyCaptureTest, aSlowPolkitIsNoAdministratorsRefusalAndThereIsAnotherTry)
+{
+    machine->setVerdict(FakeMachine::Verdict::none);
+    startServiceAndSeeIt();
+    ASSERT_TRUE(capture->start(*this));
+    ASSERT_TRUE(eventually([&] { return machine->questions().size() == 1; }));
+    loop.advance(KeyService::longestQuestion);
+    ASSERT_TRUE(eventually([&] { return losses == 1; }));
+    EXPECT_THAT(capture->obstacle(), HasSubstr("polkit service, which decides"));
+    machine->answerAll(true);
+    machine->setVerdict(FakeMachine::Verdict::yes);
+    loop.runUntilIdle();
+    const int before = changes;
+    loop.advance(ServiceKeyCapture::refusalPause);
+    EXPECT_GT(changes, before);
+    startCapture();
 }
 
 TEST_F(ServiceKeyCaptureTest, theEndOfTheServiceDisablesTheTapByTimeoutAndTheNextOneIsUsed)

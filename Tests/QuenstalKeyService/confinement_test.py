@@ -90,7 +90,7 @@ class BusPolicy(unittest.TestCase):
     def test_only_the_services_account_may_take_its_name(self):
         program = self.bus_for("nobody").start(PROGRAM)
         self.assertEqual(program.wait(timeout=20), 1)
-        self.assertIn("Permission denied", program.stderr.read())
+        self.assertIn("not allowed to own the service", program.stderr.read())
         program.stderr.close()
 
     def test_everyone_may_ask_and_nothing_else_reaches_the_service(self):

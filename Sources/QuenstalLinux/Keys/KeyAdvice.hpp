@@ -41,6 +41,9 @@ struct KeyAdvice {
     static constexpr const char* notAuthorized
         = "This computer's administrator does not allow this session to use the volume keys. Ask for the action "
           "\"app.quenstal.capture-volume-keys\" to be allowed in polkit.";
+    static constexpr const char* undecided = "The system's polkit service, which decides who may use the volume keys, "
+                                             "did not answer. Quenstal tries again "
+                                             "in half a minute.";
     static constexpr const char* inUse
         = "Another program of this session already has the volume keys. Quit it; Quenstal tries again in half a "
           "minute.";
@@ -50,7 +53,7 @@ struct KeyAdvice {
     static constexpr const char* tooMany = "Quenstal's key service is busy. Quenstal tries again in half a minute.";
 
     static constexpr std::array all{keysTaken, noKeysInLayout, noKeyboard, keyboardTaken, notCloned, unguarded,
-        lostAtOnce, noAccess, noAnswer, notActive, notAuthorized, inUse, serviceWithoutAccess, tooMany};
+        lostAtOnce, noAccess, noAnswer, notActive, notAuthorized, undecided, inUse, serviceWithoutAccess, tooMany};
 };
 
 } // namespace quenstal

@@ -16,6 +16,7 @@ struct NamedRefusal {
 constexpr std::array namedRefusals{
     NamedRefusal{KeyServiceRefusal::notActive, "app.quenstal.KeyService1.Error.NotActive"},
     NamedRefusal{KeyServiceRefusal::notAuthorized, "app.quenstal.KeyService1.Error.NotAuthorized"},
+    NamedRefusal{KeyServiceRefusal::undecided, "app.quenstal.KeyService1.Error.Undecided"},
     NamedRefusal{KeyServiceRefusal::inUse, "app.quenstal.KeyService1.Error.InUse"},
     NamedRefusal{KeyServiceRefusal::takenByOther, "app.quenstal.KeyService1.Error.TakenByOther"},
     NamedRefusal{KeyServiceRefusal::notCloned, "app.quenstal.KeyService1.Error.NotCloned"},

@@ -27,6 +27,8 @@ enum class KeyServiceRefusal {
     notActive,
     /// Not allowed by polkit.
     notAuthorized,
+    /// Neither allowed nor forbidden: polkit or logind gave no answer, or not in time.
+    undecided,
     /// The session's keys already belong to another client.
     inUse,
     /// Another program has grabbed the keyboards.

@@ -44,19 +44,12 @@ ServiceKeyCapture::ServiceKeyCapture(RunLoop& runLoop, BusConnection& systemBus,
     , systemBus_(systemBus)
     , keyboards_(keyboards)
     , changes_(runLoop)
+    , serviceChanges_(
+          systemBus, {bus, busPath, bus, "ActivatableServicesChanged"}, [this](sd_bus_message*) { askAgain(); })
+    , service_(systemBus, KeyServiceProtocol::busName, [this] { ownerChanged(); })
 {
-    if (!systemBus)
-        return;
-    sd_bus_slot* slot = nullptr;
-    sd_bus_match_signal_async(
-        systemBus.get(), &slot, bus, busPath, bus, "ActivatableServicesChanged", servicesChanged, nullptr, this);
-    serviceChanges_.reset(slot);
-    slot = nullptr;
-    const std::string ownerMatch = "type='signal',sender='org.freedesktop.DBus',member='NameOwnerChanged',arg0='"
-        + std::string(KeyServiceProtocol::busName) + "'";
-    sd_bus_add_match_async(systemBus.get(), &slot, ownerMatch.c_str(), ownerChanged, nullptr, this);
-    ownerChanges_.reset(slot);
-    askWhetherInstalled();
+    if (systemBus)
+        askWhetherInstalled();
 }
 
 ServiceKeyCapture::~ServiceKeyCapture()
@@ -94,12 +87,6 @@ void ServiceKeyCapture::setInstalled(bool isInstalled)
     changes_.notify();
 }
 
-int ServiceKeyCapture::servicesChanged(sd_bus_message*, void* userData, sd_bus_error*)
-{
-    static_cast<ServiceKeyCapture*>(userData)->askAgain();
-    return 0;
-}
-
 int ServiceKeyCapture::servicesListed(sd_bus_message* message, void* userData, sd_bus_error*)
 {
     if (sd_bus_message_is_method_error(message, nullptr) <= 0)
@@ -107,15 +94,11 @@ int ServiceKeyCapture::servicesListed(sd_bus_message* message, void* userData, s
     return 0;
 }
 
-int ServiceKeyCapture::ownerChanged(sd_bus_message* message, void* userData, sd_bus_error*)
+/// One that runs counts as installed, however it was started. One that ended can be started again.
+void ServiceKeyCapture::ownerChanged()
 {
-    const char* name = nullptr;
-    const char* oldOwner = nullptr;
-    const char* newOwner = nullptr;
-    // One that runs counts as installed, however it was started. One that ended can be started again.
-    if (sd_bus_message_read(message, "sss", &name, &oldOwner, &newOwner) > 0 && *newOwner)
-        static_cast<ServiceKeyCapture*>(userData)->setInstalled(true);
-    return 0;
+    if (!service_.current()->empty())
+        setInstalled(true);
 }
 
 bool ServiceKeyCapture::isPossible()
@@ -143,6 +126,8 @@ std::string ServiceKeyCapture::obstacle()
         return KeyAdvice::notActive;
     case KeyServiceRefusal::notAuthorized:
         return KeyAdvice::notAuthorized;
+    case KeyServiceRefusal::undecided:
+        return KeyAdvice::undecided;
     case KeyServiceRefusal::inUse:
         return KeyAdvice::inUse;
     case KeyServiceRefusal::takenByOther:

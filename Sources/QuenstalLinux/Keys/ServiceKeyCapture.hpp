@@ -6,6 +6,8 @@
 #include "QuenstalLinux/Keys/KeyServiceProtocol.hpp"
 #include "QuenstalLinux/Session/BusConnection.hpp"
 #include "QuenstalLinux/Session/BusHandles.hpp"
+#include "QuenstalLinux/Session/NameOwner.hpp"
+#include "QuenstalLinux/Session/ServiceSignal.hpp"
 #include "QuenstalPlatform/Notifier.hpp"
 
 #include <optional>
@@ -24,8 +26,9 @@ public:
     /// The bus itself answers whether the service is installed, in less than a millisecond. Until one that takes longer
     /// has answered it counts as one without the service.
     static constexpr auto longestQuestion = std::chrono::milliseconds(25);
-    /// For the answer to `Capture`, which may have to start the service.
-    static constexpr auto longestCall = std::chrono::seconds(5);
+    /// For the answer to `Capture`, which may have to start the service. That waits five seconds for polkit, and then
+    /// says so.
+    static constexpr auto longestCall = std::chrono::seconds(10);
 
     /// Asks the bus once whether there is a service; from then on the bus tells when that changes. Which keyboards
     /// there are everyone may know, without the right to read them. All three outlive this.
@@ -44,10 +47,9 @@ public:
 
 private:
     static int captureAnswered(sd_bus_message* message, void* userData, sd_bus_error* error);
-    static int servicesChanged(sd_bus_message* message, void* userData, sd_bus_error* error);
     static int servicesListed(sd_bus_message* message, void* userData, sd_bus_error* error);
-    static int ownerChanged(sd_bus_message* message, void* userData, sd_bus_error* error);
 
+    void ownerChanged();
     bool hasKeyboard() const;
     void askWhetherInstalled();
     void askAgain();
@@ -71,8 +73,8 @@ private:
     BusSlot call_;
     Cancellation callLimit_;
     BusSlot question_;
-    BusSlot serviceChanges_;
-    BusSlot ownerChanges_;
+    ServiceSignal serviceChanges_;
+    NameOwner service_;
 };
 
 } // namespace quenstal

@@ -47,6 +47,8 @@ void BusConnection::process()
     // The bus went away: a descriptor that stays readable must not keep the loop busy.
     watch_.reset();
     bus_.reset();
+    if (lost_)
+        lost_();
 }
 
 } // namespace quenstal

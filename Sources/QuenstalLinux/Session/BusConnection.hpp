@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 
 #include <systemd/sd-bus.h>
 
@@ -29,6 +30,8 @@ public:
     sd_bus* get() const { return bus_.get(); }
     explicit operator bool() const { return bus_ != nullptr; }
 
+    /// Runs the task when the bus has gone away; nothing arrives any more then.
+    void onLost(RunLoop::Task task) { lost_ = std::move(task); }
     /// Handles what has arrived, `mostMessages` now and the rest on later turns, and sends what waits to be sent.
     void process();
 
@@ -39,6 +42,7 @@ private:
     std::unique_ptr<sd_bus, ReleaseBus> bus_;
     Cancellation watch_;
     Cancellation nextTurn_;
+    RunLoop::Task lost_;
 };
 
 } // namespace quenstal

@@ -107,6 +107,9 @@ constexpr std::array texts{
         "This computer's administrator does not allow this session to use the volume keys. Ask for the action "
         "\"app.quenstal.capture-volume-keys\" to be allowed in polkit."),
     QT_TRANSLATE_NOOP("Core",
+        "The system's polkit service, which decides who may use the volume keys, did not answer. Quenstal tries again "
+        "in half a minute."),
+    QT_TRANSLATE_NOOP("Core",
         "Another program of this session already has the volume keys. Quit it; Quenstal tries again in half a "
         "minute."),
     QT_TRANSLATE_NOOP("Core",

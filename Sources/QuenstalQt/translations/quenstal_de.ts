@@ -375,6 +375,10 @@
         <translation>Der Administrator erlaubt dieser Sitzung die Lautstärketasten nicht. Bitten Sie ihn, in polkit die Aktion „app.quenstal.capture-volume-keys“ zu erlauben.</translation>
     </message>
     <message>
+        <source>The system&apos;s polkit service, which decides who may use the volume keys, did not answer. Quenstal tries again in half a minute.</source>
+        <translation>Der Systemdienst polkit, der entscheidet, wer die Lautstärketasten nutzen darf, hat nicht geantwortet. Quenstal versucht es in einer halben Minute wieder.</translation>
+    </message>
+    <message>
         <source>Another program of this session already has the volume keys. Quit it; Quenstal tries again in half a minute.</source>
         <translation>Ein anderes Programm dieser Sitzung hat die Lautstärketasten schon. Beenden Sie es; Quenstal versucht es in einer halben Minute wieder.</translation>
     </message>

@@ -1,6 +1,7 @@
 // Who is believed on a bus on which anyone may send anything to anyone.
 
 #include "QuenstalLinux/Session/ServiceSignal.hpp"
+#include "Support/BusStranger.hpp"
 #include "Support/Eventually.hpp"
 #include "Support/PrivateBus.hpp"
 
@@ -35,7 +36,6 @@ struct ServiceSignalTest : testing::Test {
         settle();
     }
 
-    std::unique_ptr<BusConnection> newConnection() { return std::make_unique<BusConnection>(loop, bus.address()); }
     /// What the bus had for us before this has been handled.
     void settle()
     {
@@ -48,34 +48,17 @@ struct ServiceSignalTest : testing::Test {
             "org.freedesktop.DBus", "GetId", note, &isAnswered, "");
         ASSERT_TRUE(eventually(loop, [&] { return isAnswered; }));
     }
-    /// The bus has everything that was sent on the connection.
-    static void roundTrip(BusConnection& connection)
+    static void own(BusStranger& one) { ASSERT_GE(sd_bus_request_name(one.get(), service, 0), 0); }
+    static void broadcast(BusStranger& one, const char* word)
     {
-        sd_bus_call_method(connection.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
-            "GetId", nullptr, nullptr, "");
+        sd_bus_emit_signal(one.get(), path, interface, "Told", "s", word);
+        one.roundTrip();
     }
-    static void own(BusConnection& connection) { ASSERT_GE(sd_bus_request_name(connection.get(), service, 0), 0); }
-    static void broadcast(BusConnection& connection, const char* word)
-    {
-        sd_bus_emit_signal(connection.get(), path, interface, "Told", "s", word);
-        roundTrip(connection);
-    }
-    /// To our connection alone, which needs no match of ours.
-    template <typename... Arguments>
-    void sendToUs(BusConnection& sender, const char* object, const char* ofInterface, const char* member,
-        const char* types, Arguments... arguments)
-    {
-        sd_bus_message* message = nullptr;
-        ASSERT_GE(sd_bus_message_new_signal(sender.get(), &message, object, ofInterface, member), 0);
-        const BusMessage owned(message);
-        sd_bus_message_append(message, types, arguments...);
-        ASSERT_GE(sd_bus_send_to(sender.get(), message, nameOf(*ours).c_str(), nullptr), 0);
-        roundTrip(sender);
-    }
-    static std::string nameOf(BusConnection& connection)
+    void tellUs(BusStranger& one, const char* word) { one.signal(ourName(), path, interface, "Told", "s", word); }
+    std::string ourName()
     {
         const char* name = "";
-        sd_bus_get_unique_name(connection.get(), &name);
+        sd_bus_get_unique_name(ours->get(), &name);
         return name;
     }
 
@@ -88,56 +71,56 @@ struct ServiceSignalTest : testing::Test {
 
 TEST_F(ServiceSignalTest, whatTheServiceSendsToEveryoneAndToUsIsHeard)
 {
-    const auto owner = newConnection();
-    own(*owner);
-    broadcast(*owner, "to everyone");
-    sendToUs(*owner, path, interface, "Told", "s", "to us");
+    BusStranger owner(bus.address());
+    own(owner);
+    broadcast(owner, "to everyone");
+    tellUs(owner, "to us");
     settle();
     EXPECT_THAT(heard, ElementsAre("to everyone", "to us"));
 }
 
 TEST_F(ServiceSignalTest, whatAnyoneElseSendsIsNot)
 {
-    const auto owner = newConnection();
-    own(*owner);
-    const auto other = newConnection();
-    broadcast(*other, "forged, to everyone");
-    sendToUs(*other, path, interface, "Told", "s", "forged, to us");
-    broadcast(*owner, "true");
+    BusStranger owner(bus.address());
+    own(owner);
+    BusStranger other(bus.address());
+    broadcast(other, "forged, to everyone");
+    tellUs(other, "forged, to us");
+    broadcast(owner, "true");
     settle();
     EXPECT_THAT(heard, ElementsAre("true"));
 }
 
 TEST_F(ServiceSignalTest, aServiceThatStartsAnewIsHeardAndItsPredecessorIsNot)
 {
-    const auto first = newConnection();
-    own(*first);
-    sd_bus_release_name(first->get(), service);
-    const auto second = newConnection();
-    own(*second);
-    sendToUs(*first, path, interface, "Told", "s", "by the first");
-    broadcast(*second, "by the second");
+    BusStranger first(bus.address());
+    own(first);
+    sd_bus_release_name(first.get(), service);
+    BusStranger second(bus.address());
+    own(second);
+    tellUs(first, "by the first");
+    broadcast(second, "by the second");
     settle();
     EXPECT_THAT(heard, ElementsAre("by the second"));
 }
 
 TEST_F(ServiceSignalTest, whileNobodyHasTheNameNobodyIsHeard)
 {
-    const auto other = newConnection();
-    sendToUs(*other, path, interface, "Told", "s", "forged");
+    BusStranger other(bus.address());
+    tellUs(other, "forged");
     settle();
     EXPECT_THAT(heard, ElementsAre());
 }
 
 TEST_F(ServiceSignalTest, nobodyButTheBusTellsWhoOwnsAName)
 {
-    const auto owner = newConnection();
-    own(*owner);
-    const auto other = newConnection();
-    sendToUs(*other, "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameOwnerChanged", "sss", service,
-        nameOf(*owner).c_str(), nameOf(*other).c_str());
-    sendToUs(*other, path, interface, "Told", "s", "forged");
-    broadcast(*owner, "true");
+    BusStranger owner(bus.address());
+    own(owner);
+    BusStranger other(bus.address());
+    other.signal(ourName(), "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameOwnerChanged", "sss", service,
+        owner.name().c_str(), other.name().c_str());
+    tellUs(other, "forged");
+    broadcast(owner, "true");
     settle();
     EXPECT_THAT(heard, ElementsAre("true"));
 }
@@ -153,32 +136,32 @@ TEST_F(ServiceSignalTest, theBusItselfIsAServiceToo)
                 names.emplace_back(name);
         });
     settle();
-    const auto other = newConnection();
-    sendToUs(*other, "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameOwnerChanged", "sss", "org.example.Forged",
-        "", nameOf(*other).c_str());
-    own(*other);
+    BusStranger other(bus.address());
+    other.signal(ourName(), "/org/freedesktop/DBus", "org.freedesktop.DBus", "NameOwnerChanged", "sss",
+        "org.example.Forged", "", other.name().c_str());
+    own(other);
     settle();
     EXPECT_THAT(names, ElementsAre(service));
 }
 
 TEST_F(ServiceSignalTest, theOwnerIsToldFirstAndThenEveryChange)
 {
-    const auto owner = newConnection();
+    BusStranger owner(bus.address());
     std::vector<std::string> told;
     NameOwner watched(*ours, service, [&] { told.push_back(*watched.current()); });
     EXPECT_EQ(watched.current(), std::nullopt);
     settle();
-    own(*owner);
+    own(owner);
     settle();
-    sd_bus_release_name(owner->get(), service);
+    sd_bus_release_name(owner.get(), service);
     settle();
-    EXPECT_THAT(told, ElementsAre("", nameOf(*owner), ""));
+    EXPECT_THAT(told, ElementsAre("", owner.name(), ""));
 }
 
 TEST_F(ServiceSignalTest, aConnectionThatHasLeftIsKnownToBeGone)
 {
-    auto client = newConnection();
-    const std::string name = nameOf(*client);
+    auto client = std::make_unique<BusStranger>(bus.address());
+    const std::string name = client->name();
     const NameOwner watched(*ours, name);
     settle();
     EXPECT_EQ(watched.current(), name);
