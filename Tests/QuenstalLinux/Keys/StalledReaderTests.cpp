@@ -22,7 +22,7 @@ struct StalledReaderTest : ShellTest {
         playOnSpeakers();
         finishSetupEarlier();
         launch();
-        tap = std::make_unique<MediaKeyTap>(*linuxTaps, loop, busHealth, desk, status);
+        tap = std::make_unique<MediaKeyTap>(*linuxTaps, loop, desk, status);
     }
     void TearDown() override { tap.reset(); }
 
