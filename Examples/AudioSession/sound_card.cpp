@@ -5,6 +5,8 @@
 //   audio_session_card surround  one with six speakers
 //   audio_session_card usb       a USB card with a volume of its own, carried out by its hardware
 //   audio_session_card builtin   built-in loudspeakers
+//   audio_session_card talkative a monitor with a description of 60 kB, and quotation marks in its name
+//   audio_session_card endless   a monitor with a name of 5 kB
 //   audio_session_card theatre   a USB amplifier with six speakers, whose volume the server carries out
 //
 // Prints "ready" when the server shows it, and the card's own volume whenever it is set, as sliders show it: "volume
@@ -110,6 +112,28 @@ const std::map<std::string_view, Output> outputs{
             {"device.profile.name", "analog-stereo"},
             {"priority.session", "300"},
             {"priority.driver", "300"},
+        }}},
+    {"talkative",
+        {{
+            {"node.name", "alsa_output.\"B&O\" }"},
+            {"node.description", std::string(60'000, 'W')},
+            {"audio.position", "FL,FR"},
+            {"device.api", "alsa"},
+            {"device.bus", "pci"},
+            {"device.profile.name", "hdmi-stereo"},
+            {"priority.session", "800"},
+            {"priority.driver", "800"},
+        }}},
+    {"endless",
+        {{
+            {"node.name", "alsa_output." + std::string(5000, 'n')},
+            {"node.description", "Endless Monitor"},
+            {"audio.position", "FL,FR"},
+            {"device.api", "alsa"},
+            {"device.bus", "pci"},
+            {"device.profile.name", "hdmi-stereo"},
+            {"priority.session", "900"},
+            {"priority.driver", "900"},
         }}},
     {"theatre",
         {{
@@ -330,7 +354,8 @@ int main(int argc, char** argv)
 {
     const auto output = outputs.find(argc == 2 ? argv[1] : "");
     if (output == outputs.end()) {
-        std::fputs("usage: audio_session_card monitor|monitor2|surround|usb|builtin|theatre\n", stderr);
+        std::fputs(
+            "usage: audio_session_card monitor|monitor2|surround|usb|builtin|theatre|talkative|endless\n", stderr);
         return 2;
     }
     pw_init(nullptr, nullptr);

@@ -2,6 +2,7 @@
 
 #include "QuenstalLinux/Audio/ChannelVolumes.hpp"
 #include "QuenstalLinux/Audio/OutputTransport.hpp"
+#include "QuenstalLinux/Audio/ServerLimits.hpp"
 
 #include <algorithm>
 #include <cerrno>
@@ -15,6 +16,10 @@ using namespace std::chrono_literals;
 
 /// Within this time a server confirms a volume, or it never will.
 constexpr auto confirmationTime = 1500ms;
+
+constexpr AudioObjectID firstNumber = audioSystemObject + 1;
+/// With room behind it; then the numbers of taps begin.
+constexpr AudioObjectID lastNumber = 0x3FFF'0000;
 
 } // namespace
 
@@ -252,8 +257,12 @@ AudioObjectID PipeWireAudioObjects::numberFor(const SinkNode& sink)
     const auto known = std::ranges::find(outputs_, sink.name(), [](const auto& entry) { return entry.second.name; });
     if (known != outputs_.end())
         return known->first;
-    AudioObjectID number
-        = std::max(numberOf(sink.properties, "object.serial", AudioObjectID{0}), audioSystemObject + 1);
+    // Outputs that come under ever new names are not remembered for ever.
+    if (outputs_.size() >= ServerLimits::outputs)
+        std::erase_if(outputs_, [&](const auto& entry) { return !graph_.graph().sinkNamed(entry.second.name); });
+    AudioObjectID number = numberOf(sink.properties, "object.serial", AudioObjectID{0});
+    if (number < firstNumber || number > lastNumber)
+        number = firstNumber;
     while (outputs_.contains(number))
         ++number;
     outputs_[number].name = sink.name();

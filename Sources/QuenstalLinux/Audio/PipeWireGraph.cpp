@@ -1,13 +1,14 @@
 #include "QuenstalLinux/Audio/PipeWireGraph.hpp"
 
+#include "QuenstalLinux/Audio/ServerLimits.hpp"
+#include "QuenstalLinux/Audio/ServerText.hpp"
 #include "QuenstalLinux/Audio/VolumePods.hpp"
 
-#include <array>
 #include <string>
 #include <utility>
 
+#include <pipewire/log.h>
 #include <spa/param/param.h>
-#include <spa/utils/json.h>
 
 namespace quenstal {
 
@@ -18,38 +19,10 @@ constexpr const char* settingsMetadata = "settings";
 /// Only a session manager that inserts filters by itself makes it.
 constexpr const char* filtersMetadata = "filters";
 
-constexpr std::size_t longestName = 1024;
 /// By then everyone who asks at a change has been answered.
 constexpr auto secondQuestion = std::chrono::milliseconds(50);
 /// Also on a busy machine.
 constexpr auto lastQuestion = std::chrono::milliseconds(500);
-
-AudioProperties copied(const spa_dict* dictionary)
-{
-    AudioProperties properties;
-    for (std::uint32_t i = 0; dictionary && i < dictionary->n_items; ++i)
-        properties.insert_or_assign(dictionary->items[i].key, dictionary->items[i].value);
-    return properties;
-}
-
-/// The text under "name"; empty when the value is none, or no such object.
-std::string nameIn(const char* json)
-{
-    spa_json outer{};
-    spa_json object{};
-    spa_json_init(&outer, json ? json : "", json ? std::char_traits<char>::length(json) : 0);
-    if (spa_json_enter_object(&outer, &object) <= 0)
-        return {};
-    std::array<char, longestName> key{};
-    std::array<char, longestName> value{};
-    while (spa_json_get_string(&object, key.data(), key.size()) > 0) {
-        if (spa_json_get_string(&object, value.data(), value.size()) <= 0)
-            return {};
-        if (std::string_view(key.data()) == "name")
-            return value.data();
-    }
-    return {};
-}
 
 bool isSinkClass(std::string_view mediaClass)
 {
@@ -81,7 +54,8 @@ struct PipeWireGraph::Events {
     static void global(
         void* data, std::uint32_t id, std::uint32_t, const char* type, std::uint32_t, const spa_dict* props)
     {
-        static_cast<PipeWireGraph*>(data)->added(id, type, copied(props));
+        auto& graph = *static_cast<PipeWireGraph*>(data);
+        graph.added(id, type, graph.taken(props));
     }
     static void globalRemove(void* data, std::uint32_t id) { static_cast<PipeWireGraph*>(data)->removed(id); }
 
@@ -91,7 +65,7 @@ struct PipeWireGraph::Events {
         if ((info->change_mask & PW_NODE_CHANGE_MASK_PROPS) == 0)
             return;
         SinkNode& sink = bound.owner.graph_.sinks.at(bound.id);
-        sink.properties = copied(info->props);
+        sink.properties = bound.owner.taken(info->props);
         sink.isComplete = true;
         sink.eld = bound.owner.eldOf(sink);
         bound.owner.changed(GraphChange::outputs);
@@ -117,7 +91,7 @@ struct PipeWireGraph::Events {
         const bool hasProperties = (info->change_mask & PW_DEVICE_CHANGE_MASK_PROPS) != 0;
         if (hasProperties) {
             CardDevice& card = bound.owner.graph_.devices[bound.id];
-            card.properties = copied(info->props);
+            card.properties = bound.owner.taken(info->props);
             card.isComplete = true;
         }
         bound.owner.updateEldsOf(bound.id);
@@ -131,7 +105,8 @@ struct PipeWireGraph::Events {
         // The routes come one after the other, all of them whenever one changed.
         if (index == 0)
             card.outputRoutes.clear();
-        if (auto route = parseOutputRoute(param))
+        auto route = parseOutputRoute(param);
+        if (route && bound.owner.hasRoom(card.outputRoutes.size(), ServerLimits::routes))
             card.outputRoutes.insert_or_assign(route->first, std::move(route->second));
         const bool wasWaitedFor = !std::exchange(card.hasToldRoutes, true);
         bound.owner.changed(wasWaitedFor ? GraphChange::outputs : GraphChange::volumes);
@@ -146,7 +121,7 @@ struct PipeWireGraph::Events {
     {
         auto& graph = *static_cast<PipeWireGraph*>(data);
         if (subject == 0 && key && value && std::string_view(key) == "clock.rate")
-            graph.graph_.clockRate = numberOf(std::string_view(value), 0U);
+            graph.graph_.clockRate = ServerLimits::rate(numberOf(std::string_view(value), 0U));
         return 0;
     }
 
@@ -203,7 +178,7 @@ void PipeWireGraph::added(std::uint32_t id, std::string_view type, const AudioPr
         addNode(id, properties);
     } else if (type == PW_TYPE_INTERFACE_Device) {
         addCard(id, properties);
-    } else if (type == PW_TYPE_INTERFACE_Link) {
+    } else if (type == PW_TYPE_INTERFACE_Link && hasRoom(graph_.links.size(), ServerLimits::streams)) {
         graph_.links[id] = {numberOf(properties, "link.output.node", SPA_ID_INVALID),
             numberOf(properties, "link.input.node", SPA_ID_INVALID)};
         changed(GraphChange::streams);
@@ -218,12 +193,16 @@ void PipeWireGraph::added(std::uint32_t id, std::string_view type, const AudioPr
 void PipeWireGraph::addNode(std::uint32_t id, const AudioProperties& properties)
 {
     if (!isSinkClass(valueOf(properties, "media.class"))) {
+        if (!hasRoom(graph_.others.size(), ServerLimits::streams))
+            return;
         graph_.others[id] = {std::string(valueOf(properties, "node.name")),
             std::string(valueOf(properties, "media.class")), numberOf<std::uint64_t>(properties, "object.serial", 0),
             numberOf(properties, "client.id", SPA_ID_INVALID)};
         changed(GraphChange::streams);
         return;
     }
+    if (!hasRoom(graph_.sinks.size(), ServerLimits::outputs))
+        return;
     auto& bound = sinks_[id];
     bound = std::make_unique<Bound<pw_node>>(*this, id, PW_TYPE_INTERFACE_Node, PW_VERSION_NODE);
     graph_.sinks[id].properties = properties;
@@ -236,7 +215,7 @@ void PipeWireGraph::addNode(std::uint32_t id, const AudioProperties& properties)
 
 void PipeWireGraph::addCard(std::uint32_t id, const AudioProperties& properties)
 {
-    if (valueOf(properties, "media.class") != "Audio/Device")
+    if (valueOf(properties, "media.class") != "Audio/Device" || !hasRoom(graph_.devices.size(), ServerLimits::outputs))
         return;
     auto& bound = cards_[id];
     bound = std::make_unique<Bound<pw_device>>(*this, id, PW_TYPE_INTERFACE_Device, PW_VERSION_DEVICE);
@@ -302,8 +281,11 @@ void PipeWireGraph::defaultMetadataSet(std::uint32_t subject, const char* key, c
             changed(GraphChange::outputs);
         }
     } else if (subject != 0 && concerns("target.object")) {
-        if (key && value)
-            graph_.streamTargets.insert_or_assign(subject, StreamTarget{type ? type : "", value});
+        // Anyone may name any number; a target is of use for a stream that is there.
+        const StreamTarget target{type ? type : "", value ? value : ""};
+        const bool isTaken = target.type.size() + target.value.size() <= ServerLimits::value;
+        if (key && value && isTaken && graph_.others.contains(subject))
+            graph_.streamTargets.insert_or_assign(subject, target);
         else
             graph_.streamTargets.erase(subject);
     }
@@ -333,6 +315,27 @@ void PipeWireGraph::askForDefaultsLater()
         if (defaults_)
             defaultsQuestion_.ask(defaults_->id);
     });
+}
+
+AudioProperties PipeWireGraph::taken(const spa_dict* dictionary)
+{
+    auto [properties, areWhole] = takenProperties(dictionary);
+    if (!areWhole)
+        tellOfExcess();
+    return std::move(properties);
+}
+
+bool PipeWireGraph::hasRoom(std::size_t count, std::size_t limit)
+{
+    if (count >= limit)
+        tellOfExcess();
+    return count < limit;
+}
+
+void PipeWireGraph::tellOfExcess()
+{
+    if (!std::exchange(isExcessTold_, true))
+        pw_log_warn("Quenstal: the sound server tells of more, or at greater length, than is taken from it");
 }
 
 bool PipeWireGraph::writeVolume(std::uint32_t sink, const AudioVolume& volume)

@@ -77,6 +77,10 @@ private:
     /// The card may have learned of another monitor.
     void updateEldsOf(std::uint32_t card);
     void changed(GraphChange change);
+    /// Within `ServerLimits`. What is beyond them is told once.
+    AudioProperties taken(const spa_dict* dictionary);
+    bool hasRoom(std::size_t count, std::size_t limit);
+    void tellOfExcess();
 
     PipeWireConnection& connection_;
     RunLoop& runLoop_;
@@ -94,6 +98,7 @@ private:
     Cancellation askLast_;
     MetadataQuestion defaultsQuestion_;
     Cancellation askForDefaults_;
+    bool isExcessTold_ = false;
 };
 
 } // namespace quenstal

@@ -1,6 +1,7 @@
 #include "QuenstalLinux/Audio/SoftwareCycle.hpp"
 
 #include "QuenstalLinux/Audio/InputRepair.hpp"
+#include "QuenstalLinux/Audio/ServerLimits.hpp"
 
 #include <algorithm>
 #include <cstring>
@@ -143,7 +144,7 @@ void SoftwareCycle::callProcedure(std::uint32_t buffers)
 void SoftwareCycle::watchRate()
 {
     const spa_io_position* const position = position_.load(std::memory_order_relaxed);
-    const std::uint32_t rate = position ? position->clock.rate.denom : 0;
+    const std::uint32_t rate = position ? ServerLimits::rate(position->clock.rate.denom) : 0;
     if (rate == 0 || rate == rate_.load(std::memory_order_relaxed))
         return;
     rate_.store(rate, std::memory_order_relaxed);

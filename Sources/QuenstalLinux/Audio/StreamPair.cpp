@@ -1,5 +1,6 @@
 #include "QuenstalLinux/Audio/StreamPair.hpp"
 
+#include "QuenstalLinux/Audio/ServerText.hpp"
 #include "QuenstalLinux/Audio/VolumePods.hpp"
 
 #include <algorithm>
@@ -46,7 +47,8 @@ pw_properties* captureProperties(const StreamPair::Setup& setup)
     pw_properties_set(properties, PW_KEY_MEDIA_CLASS, "Audio/Sink/Internal");
     pw_properties_set(properties, "filter.smart", "true");
     pw_properties_set(properties, "filter.smart.name", setup.name.c_str());
-    pw_properties_setf(properties, "filter.smart.target", "{ \"node.name\": \"%s\" }", setup.targetName.c_str());
+    pw_properties_set(
+        properties, "filter.smart.target", ("{ \"node.name\": " + quotedForJson(setup.targetName) + " }").c_str());
     return properties;
 }
 

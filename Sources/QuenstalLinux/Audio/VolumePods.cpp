@@ -1,9 +1,14 @@
 #include "QuenstalLinux/Audio/VolumePods.hpp"
 
+#include "QuenstalLinux/Audio/ServerLimits.hpp"
+
+#include <algorithm>
 #include <array>
+#include <cstddef>
+#include <cstring>
 #include <string_view>
 
-#include <spa/param/audio/format-utils.h>
+#include <spa/param/audio/format.h>
 #include <spa/param/audio/raw.h>
 #include <spa/param/param.h>
 #include <spa/param/props.h>
@@ -19,12 +24,20 @@ namespace {
 /// Enough for a route with 64 channels.
 constexpr std::size_t maximumPodBytes = 2048;
 
+/// The elements, as many as there can be speakers; none of an array of something else. The library's own copy trusts
+/// the size of an element that the array names.
 template <typename Element>
 std::vector<Element> arrayOf(const spa_pod& pod, std::uint32_t type)
 {
-    std::vector<Element> values(SPA_AUDIO_MAX_CHANNELS);
-    const std::uint32_t count = spa_pod_copy_array(&pod, type, values.data(), SPA_AUDIO_MAX_CHANNELS);
-    values.resize(count);
+    if (!spa_pod_is_array(&pod) || SPA_POD_ARRAY_VALUE_TYPE(&pod) != type
+        || SPA_POD_ARRAY_VALUE_SIZE(&pod) != sizeof(Element))
+        return {};
+    std::uint32_t count = 0;
+    const auto* const bytes = static_cast<const std::byte*>(spa_pod_get_array(&pod, &count));
+    std::vector<Element> values(std::min<std::uint32_t>(count, SPA_AUDIO_MAX_CHANNELS));
+    // Elements may stand at any address.
+    for (std::size_t i = 0; i < values.size(); ++i)
+        std::memcpy(&values[i], bytes + i * sizeof(Element), sizeof(Element));
     return values;
 }
 
@@ -41,7 +54,7 @@ std::string infoValue(const spa_pod* info, std::string_view wanted)
     const char* value = nullptr;
     while (spa_pod_parser_get_string(&parser, &key) == 0 && spa_pod_parser_get_string(&parser, &value) == 0) {
         if (key && value && wanted == key)
-            return value;
+            return std::string_view(value).size() <= ServerLimits::key ? value : "";
     }
     return {};
 }
@@ -67,9 +80,13 @@ std::optional<AudioVolume> parseVolume(const spa_pod* props)
         return std::nullopt;
     AudioVolume volume;
     volume.channels = arrayOf<float>(factors->value, SPA_TYPE_Float);
+    std::ranges::transform(volume.channels, volume.channels.begin(), ServerLimits::factor);
     volume.hardware = (factors->flags & SPA_POD_PROP_FLAG_HARDWARE) != 0;
     if (const auto* const positions = spa_pod_object_find_prop(object, nullptr, SPA_PROP_channelMap))
         volume.positions = arrayOf<std::uint32_t>(positions->value, SPA_TYPE_Id);
+    // Speakers without a factor, or factors without a speaker, tell nothing.
+    if (volume.positions.size() != volume.channels.size())
+        volume.positions.clear();
     if (const auto* const mute = spa_pod_object_find_prop(object, nullptr, SPA_PROP_mute))
         spa_pod_get_bool(&mute->value, &volume.muted);
     return volume.channels.empty() ? std::nullopt : std::optional(std::move(volume));
@@ -102,8 +119,14 @@ std::optional<std::pair<std::int32_t, OutputRoute>> parseOutputRoute(const spa_p
 
 std::uint32_t parseRate(const spa_pod* format)
 {
-    spa_audio_info_raw info{};
-    return format && spa_format_audio_raw_parse(format, &info) >= 0 ? info.rate : 0;
+    if (!format || !spa_pod_is_object(format))
+        return 0;
+    const auto* const object = reinterpret_cast<const spa_pod_object*>(format);
+    const auto* const property = spa_pod_object_find_prop(object, nullptr, SPA_FORMAT_AUDIO_rate);
+    std::int32_t rate = 0;
+    if (!property || spa_pod_get_int(&property->value, &rate) < 0 || rate < 0)
+        return 0;
+    return ServerLimits::rate(static_cast<std::uint32_t>(rate));
 }
 
 BuiltPod BuiltPod::nodeVolume(const AudioVolume& volume)

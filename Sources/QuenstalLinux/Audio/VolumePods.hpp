@@ -1,6 +1,6 @@
 #pragma once
 
-// Volumes and routes in the server's binary form, and back.
+// Volumes and routes in the server's binary form, and back. What is read is within `ServerLimits`, whatever was told.
 
 #include "QuenstalLinux/Audio/AudioGraph.hpp"
 
@@ -18,7 +18,7 @@ std::optional<AudioVolume> parseVolume(const spa_pod* props);
 /// The route and the number of the profile's device that it serves; none for one that does not play.
 std::optional<std::pair<std::int32_t, OutputRoute>> parseOutputRoute(const spa_pod* route);
 
-/// The rate of a raw audio format; 0 when it names none.
+/// The rate of a raw audio format; 0 when it names none that a sound card has.
 std::uint32_t parseRate(const spa_pod* format);
 
 /// A parameter that lives as long as this.

@@ -11,7 +11,8 @@ namespace quenstal {
 
 namespace {
 
-constexpr const char* outputs[] = {"monitor", "monitor2", "surround", "usb", "builtin", "theatre"};
+constexpr const char* outputs[]
+    = {"monitor", "monitor2", "surround", "usb", "builtin", "theatre", "talkative", "endless"};
 
 } // namespace
 

@@ -18,6 +18,7 @@ namespace quenstal {
 inline constexpr const char* monitorUID = "alsa_output.pci-0000_01_00.1.hdmi-stereo";
 inline constexpr const char* secondMonitorUID = "alsa_output.pci-0000_01_00.1.hdmi-stereo-extra1";
 inline constexpr const char* surroundUID = "alsa_output.pci-0000_01_00.1.hdmi-surround";
+inline constexpr const char* talkativeUID = "alsa_output.\"B&O\" }";
 inline constexpr const char* theatreUID = "alsa_output.usb-Simulated_Theatre-00.analog-surround-51";
 inline constexpr const char* usbUID = "alsa_output.usb-Simulated_DAC-00.analog-stereo";
 

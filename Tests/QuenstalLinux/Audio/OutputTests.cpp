@@ -1,5 +1,8 @@
 #include "AudioSessionTest.hpp"
+#include "QuenstalLinux/Audio/ServerLimits.hpp"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cmath>
 #include <string>
@@ -28,6 +31,17 @@ struct OutputTest : AudioSessionTest {
         const std::uint32_t card = parts->graph.graph().devices.begin()->first;
         outputOf("pw-cli set-param " + std::to_string(card) + " Route '{ index: 0, device: 0, props: { " + properties
             + " } }'");
+    }
+    static PipeWireProxy<pw_node> makeNode(PipeWireConnection& program, const char* mediaClass, const std::string& name)
+    {
+        const std::array<spa_dict_item, 3> items{{
+            {"factory.name", "support.null-audio-sink"},
+            {"media.class", mediaClass},
+            {"node.name", name.c_str()},
+        }};
+        const spa_dict properties{0, items.size(), items.data()};
+        return PipeWireProxy<pw_node>(static_cast<pw_node*>(
+            pw_core_create_object(program.core(), "adapter", PW_TYPE_INTERFACE_Node, PW_VERSION_NODE, &properties, 0)));
     }
     bool waitForLevel(const AudioOutputDevice& device, const std::function<bool(double)>& fits)
     {
@@ -84,6 +98,63 @@ TEST_F(OutputTest, theDefaultFollowsWhatIsPluggedInAndOut)
     EXPECT_TRUE(loop.runUntil([&] { return !defaultOutput(); })) << "the stand-in of the server is no output";
     EXPECT_THROW(parts->system.readVolume(monitor), QuenstalError);
     EXPECT_EQ(plugInDefault("monitor", monitorUID).id, monitor.id) << "the number goes with the name";
+}
+
+TEST_F(OutputTest, anEndlessDescriptionIsCut)
+{
+    EXPECT_EQ(plugInDefault("talkative", talkativeUID).name, std::string(ServerLimits::description - 3, 'W') + "…");
+}
+
+TEST_F(OutputTest, anOutputWithAnEndlessNameIsNone)
+{
+    const AudioOutputDevice monitor = plugInDefault("monitor", monitorUID);
+    session("plug endless");
+    EXPECT_TRUE(loop.runUntil([&] { return !defaultOutput(); })) << "it is what the session manager prefers";
+    session("unplug endless");
+    EXPECT_TRUE(waitForDefault(monitorUID));
+    EXPECT_EQ(defaultOutput()->id, monitor.id);
+}
+
+TEST_F(OutputTest, aStormOfOutputsIsTakenToAPointAndForgottenWhenItIsOver)
+{
+    const AudioOutputDevice monitor = plugInDefault("monitor", monitorUID);
+    const auto sinks = [&] { return parts->graph.graph().sinks.size(); };
+    const auto isThere = [&](const std::string& name) {
+        return std::ranges::any_of(
+            parts->graph.graph().others, [&](const auto& entry) { return entry.second.name == name; });
+    };
+    for (const std::string round : {"first", "second"}) {
+        PipeWireConnection other(loop);
+        std::vector<PipeWireProxy<pw_node>> storm;
+        for (std::size_t i = 0; i <= ServerLimits::outputs; ++i)
+            storm.push_back(makeNode(other, "Audio/Sink", round + std::to_string(i)));
+        // Announced after all of them.
+        storm.push_back(makeNode(other, "Audio/Source/Virtual", round));
+        ASSERT_TRUE(loop.runUntil([&] { return isThere(round); }, std::chrono::seconds(30)));
+        EXPECT_EQ(sinks(), ServerLimits::outputs);
+    }
+    ASSERT_TRUE(loop.runUntil([&] { return sinks() == 1; }, std::chrono::seconds(30)));
+    EXPECT_TRUE(waitForDefault(monitorUID));
+    EXPECT_EQ(defaultOutput()->id, monitor.id);
+}
+
+TEST_F(OutputTest, onlyTargetsOfStreamsThatAreThereAreRememberedAndOnlyShortOnes)
+{
+    plugInDefault("monitor", monitorUID);
+    ProbePlayer player(loop, countedSample);
+    const auto& graph = parts->graph.graph();
+    const auto stream = [&] {
+        return std::ranges::find_if(
+            graph.others, [](const auto& entry) { return entry.second.mediaClass == "Stream/Output/Audio"; });
+    };
+    ASSERT_TRUE(loop.runUntil([&] { return stream() != graph.others.end(); }));
+    const std::uint32_t number = stream()->first;
+    parts->graph.setStreamTarget(999'999, StreamTarget{"Spa:Id", "1"});
+    EXPECT_TRUE(graph.streamTargets.empty());
+    parts->graph.setStreamTarget(number, StreamTarget{"", std::string(ServerLimits::value, 'x')});
+    EXPECT_TRUE(graph.streamTargets.contains(number));
+    parts->graph.setStreamTarget(number, StreamTarget{"", std::string(ServerLimits::value + 1, 'x')});
+    EXPECT_TRUE(graph.streamTargets.empty());
 }
 
 TEST_F(OutputTest, theVolumeIsTheOneThatTheDesktopShows)
