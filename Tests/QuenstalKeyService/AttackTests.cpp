@@ -4,6 +4,12 @@
 #include "QuenstalKeyService/KeyServiceTest.hpp"
 #include "Support/BusStranger.hpp"
 
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
 #include <gtest/gtest.h>
 
 namespace quenstal {
@@ -87,6 +93,32 @@ TEST_F(KeyServiceAttackTest, ofOneProgramOneCallWaitsAtATime)
     ASSERT_TRUE(eventually([&] { return client->isAnswered(); }));
     EXPECT_EQ(client->error(), errorName(KeyServiceRefusal::tooMany));
     EXPECT_EQ(machine->questions().size(), 1U);
+}
+
+TEST_F(KeyServiceAttackTest, moreCallersWaitThanAnAccountHasConnectionsAndNoMore)
+{
+    std::vector<std::unique_ptr<BusStranger>> callers;
+    std::map<std::string, std::size_t> errors;
+    const auto note = [](sd_bus_message* answer, void* counts, sd_bus_error*) {
+        const sd_bus_error* const error = sd_bus_message_get_error(answer);
+        ++(*static_cast<std::map<std::string, std::size_t>*>(counts))[error ? error->name : ""];
+        return 0;
+    };
+    machine->switchTo("other");
+    // All of them are there before the service looks, and before the bus can tell it who any of them is.
+    for (std::size_t caller = 0; caller <= KeyService::mostRequests; ++caller) {
+        BusStranger& stranger = *callers.emplace_back(std::make_unique<BusStranger>(bus.address()));
+        sd_bus_call_method_async(stranger.get(), nullptr, KeyServiceProtocol::busName, KeyServiceProtocol::objectPath,
+            KeyServiceProtocol::interface, KeyServiceProtocol::captureMember, note, &errors, "");
+        stranger.roundTrip();
+    }
+    const std::string refused = errorName(KeyServiceRefusal::notActive);
+    ASSERT_TRUE(eventually([&] {
+        for (const auto& caller : callers)
+            while (sd_bus_process(caller->get(), nullptr) > 0) { }
+        return errors[refused] == KeyService::mostRequests;
+    })) << errors[refused];
+    EXPECT_EQ(errors[errorName(KeyServiceRefusal::tooMany)], 1U);
 }
 
 } // namespace
