@@ -22,13 +22,14 @@ void AppDelegate::requireMainThread() const
 
 std::shared_ptr<QuenstalController> AppDelegate::makeController() const
 {
-    auto audioDevices = std::make_shared<CoreAudioDeviceProvider>(platform_.audioObjects);
-    auto displays = std::make_shared<CoreGraphicsDisplayProvider>(platform_.displays, platform_.displayBuses);
-    auto permissions = std::make_shared<MacPermissionProvider>(platform_.trust);
-    auto systemVolume = std::make_shared<CoreAudioSystemVolumeController>(platform_.audioObjects);
-    auto softwareVolume = std::make_shared<CoreAudioTapSoftwareVolumeController>(platform_.audioTaps);
-    auto ddcVolume = std::make_shared<NativeDDCVolumeController>(platform_.displayBuses);
-    auto eqProfileStore = std::make_shared<UserDefaultsEQProfileStore>(platform_.userDefaults);
+    auto audioDevices = std::make_shared<CoreAudioDeviceProvider>(platform_.sound.objects);
+    auto displays
+        = std::make_shared<CoreGraphicsDisplayProvider>(platform_.monitors.displays, platform_.monitors.buses);
+    auto permissions = std::make_shared<MacPermissionProvider>(platform_.keys.permission);
+    auto systemVolume = std::make_shared<CoreAudioSystemVolumeController>(platform_.sound.objects);
+    auto softwareVolume = std::make_shared<CoreAudioTapSoftwareVolumeController>(platform_.sound.taps);
+    auto ddcVolume = std::make_shared<NativeDDCVolumeController>(platform_.monitors.buses);
+    auto eqProfileStore = std::make_shared<UserDefaultsEQProfileStore>(platform_.session.preferences);
     return std::make_shared<QuenstalController>(std::move(audioDevices), std::move(displays), std::move(permissions),
         std::move(systemVolume), std::move(ddcVolume), std::move(softwareVolume), std::move(eqProfileStore),
         ModeSelector(), VolumeReducer(volumeStep), VolumeSnapshot::defaultAudible());
@@ -37,12 +38,17 @@ std::shared_ptr<QuenstalController> AppDelegate::makeController() const
 void AppDelegate::applicationDidFinishLaunching()
 {
     requireMainThread();
-    desk_ = std::make_shared<VolumeDesk>(platform_.runLoop, platform_.displayBusHealth, makeController());
-    statusController_ = std::make_shared<StatusMenuController>(
-        StatusMenuController::Platform{platform_.runLoop, platform_.desktop, platform_.userDefaults, platform_.trust,
-            platform_.displayBusHealth, platform_.views},
-        desk_);
-    mediaKeyTap_ = std::make_shared<MediaKeyTap>(platform_.eventTaps, platform_.runLoop, desk_, statusController_);
+    desk_ = std::make_shared<VolumeDesk>(platform_.runLoop, platform_.monitors.watch, makeController());
+    const StatusMenuController::Platform shown{
+        .runLoop = platform_.runLoop,
+        .desktop = platform_.session.desktop,
+        .preferences = platform_.session.preferences,
+        .permission = platform_.keys.permission,
+        .monitors = platform_.monitors.watch,
+        .views = platform_.session.views,
+    };
+    statusController_ = std::make_shared<StatusMenuController>(shown, desk_);
+    mediaKeyTap_ = std::make_shared<MediaKeyTap>(platform_.keys.taps, platform_.runLoop, desk_, statusController_);
     statusController_->onEnabledChanged = [this, weakTap = std::weak_ptr(mediaKeyTap_)](bool isEnabled) {
         const auto tap = weakTap.lock();
         if (!tap)
@@ -77,28 +83,29 @@ void AppDelegate::tapPolicyMayHaveChanged(const QuenstalState& state)
 
 void AppDelegate::observeWorkspace()
 {
-    observers_.push_back(platform_.workspace.onDidWake([this] { workspaceDidWake(); }));
-    observers_.push_back(platform_.workspace.onScreensDidWake([this] { workspaceScreensDidWake(); }));
-    mediaKeyTap_->onKeyDown = [this] { platform_.workspace.keyPressed(); };
-    observers_.push_back(platform_.workspace.onWillSleep([this] { platform_.displayBusHealth.machineWillSleep(); }));
+    observers_.push_back(platform_.session.sleepAndWake.onDidWake([this] { workspaceDidWake(); }));
+    observers_.push_back(platform_.session.sleepAndWake.onScreensDidWake([this] { workspaceScreensDidWake(); }));
+    mediaKeyTap_->onKeyDown = [this] { platform_.session.sleepAndWake.keyPressed(); };
+    observers_.push_back(
+        platform_.session.sleepAndWake.onWillSleep([this] { platform_.monitors.watch.machineWillSleep(); }));
 }
 
 /// What changes by other hands than the user's on the panel shows a turn later.
 void AppDelegate::observeMachine()
 {
     const auto refresh = [this](auto...) { desk_->scheduleRefresh(); };
-    observers_.push_back(platform_.audioObjects.onOutputsChanged(refresh));
-    observers_.push_back(platform_.audioObjects.onVolumeChangedElsewhere(refresh));
-    observers_.push_back(platform_.audioTaps.onTapChanged(refresh));
-    observers_.push_back(platform_.displayBusHealth.observeChanges(refresh));
-    observers_.push_back(platform_.trust.onMayHaveChanged(refresh));
-    observers_.push_back(platform_.userDefaults.onProblemChanged([this] { tellOfPreferences(); }));
+    observers_.push_back(platform_.sound.objects.onOutputsChanged(refresh));
+    observers_.push_back(platform_.sound.objects.onVolumeChangedElsewhere(refresh));
+    observers_.push_back(platform_.sound.taps.onTapChanged(refresh));
+    observers_.push_back(platform_.monitors.watch.observeChanges(refresh));
+    observers_.push_back(platform_.keys.permission.onMayHaveChanged(refresh));
+    observers_.push_back(platform_.session.preferences.onProblemChanged([this] { tellOfPreferences(); }));
 }
 
 void AppDelegate::tellOfPreferences()
 {
-    if (const auto problem = platform_.userDefaults.problem())
-        platform_.desktop.showNotice(PreferencesAdvice::title, PreferencesAdvice::textFor(problem->kind));
+    if (const auto problem = platform_.session.preferences.problem())
+        platform_.session.desktop.showNotice(PreferencesAdvice::title, PreferencesAdvice::textFor(problem->kind));
     if (onFindingsChanged)
         onFindingsChanged();
 }
@@ -106,7 +113,7 @@ void AppDelegate::tellOfPreferences()
 void AppDelegate::workspaceDidWake()
 {
     requireMainThread();
-    platform_.displayBusHealth.machineDidWake();
+    platform_.monitors.watch.machineDidWake();
     wake();
 }
 
@@ -128,8 +135,9 @@ void AppDelegate::wake()
 Findings AppDelegate::findings() const
 {
     requireMainThread();
-    return {desk_->state(), statusController_->viewState().mediaKeyCaptureActive(), platform_.trust.wayOfCapture(),
-        platform_.trust.advice(), platform_.displayBusHealth.problems(), platform_.userDefaults.problem()};
+    return {desk_->state(), statusController_->viewState().mediaKeyCaptureActive(),
+        platform_.keys.permission.wayOfCapture(), platform_.keys.permission.advice(),
+        platform_.monitors.watch.problems(), platform_.session.preferences.problem()};
 }
 
 void AppDelegate::applicationShouldReopen()
@@ -145,11 +153,11 @@ void AppDelegate::applicationWillTerminate()
     // The sound first, then what else must not be lost: the rest may be held up by whatever is frozen.
     if (desk_)
         desk_->shutdown();
-    platform_.audioTaps.giveSoundBack();
-    platform_.userDefaults.saveNow();
+    platform_.sound.taps.giveSoundBack();
+    platform_.session.preferences.saveNow();
     if (mediaKeyTap_)
         mediaKeyTap_->stop();
-    platform_.displayBusHealth.stop();
+    platform_.monitors.watch.stop();
 }
 
 } // namespace quenstal

@@ -22,18 +22,31 @@ namespace quenstal {
 
 /// The machine that the program runs on.
 struct AppPlatform {
+    struct Sound {
+        AudioObjects& objects;
+        AudioTaps& taps;
+    };
+    struct Monitors {
+        Displays& displays;
+        DisplayBuses& buses;
+        DisplayBusHealth& watch;
+    };
+    struct Keys {
+        EventTaps& taps;
+        Trust& permission;
+    };
+    struct Session {
+        Desktop& desktop;
+        PanelViewHosting& views;
+        WakeNotifications& sleepAndWake;
+        Preferences& preferences;
+    };
+
     RunLoop& runLoop;
-    AudioObjects& audioObjects;
-    AudioTaps& audioTaps;
-    DisplayBuses& displayBuses;
-    DisplayBusHealth& displayBusHealth;
-    Displays& displays;
-    EventTaps& eventTaps;
-    Trust& trust;
-    Preferences& userDefaults;
-    Desktop& desktop;
-    WakeNotifications& workspace;
-    PanelViewHosting& views;
+    Sound sound;
+    Monitors monitors;
+    Keys keys;
+    Session session;
 };
 
 /// Composes the program when launching has finished, follows wake and changes of the machine, and ends it. Main

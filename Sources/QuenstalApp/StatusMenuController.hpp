@@ -28,9 +28,9 @@ public:
     struct Platform {
         RunLoop& runLoop;
         Desktop& desktop;
-        Preferences& userDefaults;
-        Trust& trust;
-        DisplayBusHealth& displayBusHealth;
+        Preferences& preferences;
+        Trust& permission;
+        DisplayBusHealth& monitors;
         PanelViewHosting& views;
     };
 

@@ -104,8 +104,13 @@ public:
 
     AppPlatform platform(RunLoop& runLoop)
     {
-        return {runLoop, audio_.objects(), audio_.taps(), monitors_.buses(), monitors_.health(), monitors_.displays(),
-            eventTaps_, trust_, preferences_, desktop_, wake_, desktop_};
+        return {
+            .runLoop = runLoop,
+            .sound = {.objects = audio_.objects(), .taps = audio_.taps()},
+            .monitors = {.displays = monitors_.displays(), .buses = monitors_.buses(), .watch = monitors_.health()},
+            .keys = {.taps = eventTaps_, .permission = trust_},
+            .session = {.desktop = desktop_, .views = desktop_, .sleepAndWake = wake_, .preferences = preferences_},
+        };
     }
     QtDesktop& desktop() { return desktop_; }
 

@@ -245,9 +245,7 @@ TEST_F(LifeTest, atTheEndTheSoundGoesBackBeforeAnythingThatMayBeHeldUp)
 
 TEST_F(LifeTest, terminationBeforeLaunchHarmsNothing)
 {
-    AppDelegate delegate(
-        AppPlatform{machine.loop, machine.audio, machine.taps, machine.buses, machine.busHealth, machine.displays,
-            machine.keys, machine.trust, machine.preferences, machine.desktop, machine.workspace, machine.views});
+    AppDelegate delegate(machine.platform());
     delegate.applicationShouldReopen();
     delegate.applicationWillTerminate();
     EXPECT_EQ(delegate.controller(), nullptr);

@@ -49,10 +49,19 @@ public:
         return monitor;
     }
 
+    AppPlatform platform()
+    {
+        return {
+            .runLoop = loop,
+            .sound = {.objects = audio, .taps = taps},
+            .monitors = {.displays = displays, .buses = buses, .watch = busHealth},
+            .keys = {.taps = keys, .permission = trust},
+            .session = {.desktop = desktop, .views = views, .sleepAndWake = workspace, .preferences = preferences},
+        };
+    }
     void launch()
     {
-        delegate = std::make_unique<AppDelegate>(AppPlatform{
-            loop, audio, taps, buses, busHealth, displays, keys, trust, preferences, desktop, workspace, views});
+        delegate = std::make_unique<AppDelegate>(platform());
         delegate->applicationDidFinishLaunching();
         loop.runUntilIdle();
     }

@@ -148,8 +148,8 @@ void StatusMenuController::recordMediaKeyCapture(MediaKeyRouter::Key key)
     const RunLoop::WallTime now = platform_.runLoop.wallNow();
     const std::string label(captureLabel(key));
     lastMediaKeyCaptureDescription_ = label + " at " + localTimeOfDay(now);
-    platform_.userDefaults.setString(lastMediaKeyKey, label);
-    platform_.userDefaults.setNumber(lastMediaKeyTimestampKey, secondsSince1970(now));
+    platform_.preferences.setString(lastMediaKeyKey, label);
+    platform_.preferences.setNumber(lastMediaKeyTimestampKey, secondsSince1970(now));
     viewState_.updateMediaKeyCapture(mediaKeyCaptureActive_, lastMediaKeyCaptureDescription_);
 }
 

@@ -40,7 +40,7 @@ void StatusMenuController::switchToSetupScreen()
 void StatusMenuController::requestAccessibility()
 {
     if (!isGranted(desk_->state().permissions.accessibility))
-        platform_.trust.isProcessTrusted(true);
+        platform_.permission.isProcessTrusted(true);
     platform_.desktop.open(GlassDialSettingsDestination::accessibilitySettingsURLString);
     desk_->scheduleRefresh();
     scheduleAccessibilityRefreshRetries();

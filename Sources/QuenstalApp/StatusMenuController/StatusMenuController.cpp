@@ -17,7 +17,7 @@ StatusMenuController::StatusMenuController(const Platform& platform, std::shared
     , tasks_(platform.runLoop)
     , statusItem_(platform.desktop.createStatusItem(*this))
     , desk_(std::move(desk))
-    , setupPreferences_(platform.userDefaults)
+    , setupPreferences_(platform.preferences)
     , viewState_(GlassDialSnapshot(desk_->state()), SetupGuideSnapshot(desk_->state()))
     , panel_(platform.desktop.createPanel(QuenstalPanel::settings(currentWindowSize())))
     , shownOutput_(VolumeDesk::outputOf(desk_->state()))
@@ -41,7 +41,7 @@ void StatusMenuController::sync(const QuenstalState& state)
     refreshStatusButton(snapshot);
     viewState_.update(std::move(snapshot));
     publishSetup(state);
-    viewState_.setMonitorProblems(platform_.displayBusHealth.problems());
+    viewState_.setMonitorProblems(platform_.monitors.problems());
     updatePanelSize(false, true);
     updateLevelTimer();
     shownOutput_ = VolumeDesk::outputOf(state);
@@ -51,7 +51,7 @@ void StatusMenuController::publishSetup(const QuenstalState& state)
 {
     viewState_.updateSetupSnapshot(SetupGuideSnapshot(state));
     viewState_.setPermissionNeeds(permissionNeeds(state));
-    viewState_.setCaptureAdvice(platform_.trust.advice());
+    viewState_.setCaptureAdvice(platform_.permission.advice());
 }
 
 void StatusMenuController::refreshStatusButton(const GlassDialSnapshot& snapshot)
