@@ -3,8 +3,7 @@
 // thread, when the monitor has the final value, and how many presses had their effect.
 
 #include "EmulatedMonitor/MachineFixture.hpp"
-#include "QuenstalApp/NativeAdapters/CoreGraphicsDisplayProvider.hpp"
-#include "QuenstalApp/NativeAdapters/NativeDDCVolumeController.hpp"
+#include "QuenstalApp/NativeAdapters/DisplayAdapters.hpp"
 #include "QuenstalCore/QuenstalController.hpp"
 #include "QuenstalLinux/Display/BusLink.hpp"
 #include "QuenstalLinux/Display/LinuxDisplayBuses.hpp"

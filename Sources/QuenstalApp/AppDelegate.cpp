@@ -1,12 +1,6 @@
 #include "QuenstalApp/AppDelegate.hpp"
 
-#include "QuenstalApp/NativeAdapters/CoreAudioDeviceProvider.hpp"
-#include "QuenstalApp/NativeAdapters/CoreAudioSystemVolumeController.hpp"
-#include "QuenstalApp/NativeAdapters/CoreAudioTapSoftwareVolumeController.hpp"
-#include "QuenstalApp/NativeAdapters/CoreGraphicsDisplayProvider.hpp"
-#include "QuenstalApp/NativeAdapters/MacPermissionProvider.hpp"
-#include "QuenstalApp/NativeAdapters/NativeDDCVolumeController.hpp"
-#include "QuenstalApp/NativeAdapters/UserDefaultsEQProfileStore.hpp"
+#include "QuenstalApp/NativeAdapters.hpp"
 #include "QuenstalApp/PreferencesAdvice.hpp"
 #include "QuenstalCore/ProgrammingError.hpp"
 

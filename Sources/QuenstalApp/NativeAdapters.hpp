@@ -6,5 +6,5 @@
 #include "QuenstalApp/NativeAdapters/CoreAudioSoftwareVolumeSession.hpp"
 #include "QuenstalApp/NativeAdapters/CoreAudioSystemVolumeController.hpp"
 #include "QuenstalApp/NativeAdapters/CoreAudioTapSoftwareVolumeController.hpp"
-#include "QuenstalApp/NativeAdapters/CoreGraphicsDisplayProvider.hpp"
-#include "QuenstalApp/NativeAdapters/NativeDDCVolumeController.hpp"
+#include "QuenstalApp/NativeAdapters/DisplayAdapters.hpp"
+#include "QuenstalApp/NativeAdapters/SettingsAdapters.hpp"

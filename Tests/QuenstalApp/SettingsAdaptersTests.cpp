@@ -1,5 +1,4 @@
-#include "QuenstalApp/NativeAdapters/MacPermissionProvider.hpp"
-#include "QuenstalApp/NativeAdapters/UserDefaultsEQProfileStore.hpp"
+#include "QuenstalApp/NativeAdapters/SettingsAdapters.hpp"
 #include "QuenstalCore/Models/Json.hpp"
 #include "QuenstalSimulation/SimulatedPreferences.hpp"
 #include "QuenstalSimulation/SimulatedTrust.hpp"

@@ -1,4 +1,4 @@
-#include "QuenstalApp/NativeAdapters/UserDefaultsEQProfileStore.hpp"
+#include "QuenstalApp/NativeAdapters/SettingsAdapters.hpp"
 
 #include "QuenstalCore/Models/Json.hpp"
 

@@ -1,10 +1,13 @@
-#include "QuenstalApp/NativeAdapters/NativeDDCVolumeController.hpp"
+#include "QuenstalApp/NativeAdapters/DisplayAdapters.hpp"
 
 #include "QuenstalDDC/DDC.hpp"
 
+#include <algorithm>
 #include <cmath>
+#include <string>
 
 namespace quenstal {
+
 namespace {
 
 constexpr std::uint32_t maximumWhenUnknown = 100;
@@ -15,6 +18,18 @@ std::uint32_t usableMaximum(const QSDDCVolume& volume)
 }
 
 } // namespace
+
+std::optional<DisplayControlTarget> CoreGraphicsDisplayProvider::displayTarget(const AudioOutputDevice& device)
+{
+    if (!isExternalDisplayLike(device.transport))
+        return std::nullopt;
+    const std::vector<DisplayID> online = displays_.onlineDisplays();
+    const auto external = std::ranges::find_if(online, [this](DisplayID id) { return !displays_.isBuiltin(id); });
+    if (external == online.end())
+        return std::nullopt;
+    const bool answers = QSDDCProbeSpeakerVolume(buses_);
+    return DisplayControlTarget{std::to_string(*external), "External Display", answers, answers};
+}
 
 VolumeSnapshot NativeDDCVolumeController::readVolume(const DisplayControlTarget&)
 {
