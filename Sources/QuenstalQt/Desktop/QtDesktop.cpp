@@ -208,10 +208,4 @@ void QtDesktop::terminate()
     QGuiApplication::quit();
 }
 
-void QtDesktop::activateStatusItem()
-{
-    if (state_->statusItem)
-        state_->statusItem->activate(std::nullopt);
-}
-
 } // namespace quenstal

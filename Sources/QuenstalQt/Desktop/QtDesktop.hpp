@@ -32,9 +32,6 @@ public:
 
     std::unique_ptr<Interface> host(PanelWindow& panel, GlassDialViewState& viewState) override;
 
-    /// As if the user had clicked the status item: the program was started a second time.
-    void activateStatusItem();
-
 private:
     struct State;
     std::unique_ptr<State> state_;

@@ -80,12 +80,12 @@ void report(const QuenstalState& state)
     std::fflush(stdout);
 }
 
-/// Opens the panel as a click on the icon does, and reports the time to its first frame.
-void openAndTime(QtDesktop& desktop)
+/// Opens the panel, and reports the time to its first frame.
+void openAndTime(StatusMenuController& statusMenu)
 {
     QElapsedTimer sinceClick;
     sinceClick.start();
-    desktop.activateStatusItem();
+    statusMenu.showPanel();
     for (QWindow* window : QGuiApplication::allWindows()) {
         auto* panel = qobject_cast<QQuickWindow*>(window);
         if (!panel || !panel->isVisible())
@@ -122,7 +122,7 @@ void reportMotion()
     std::fflush(stdout);
 }
 
-void obey(const std::string& command, QtDesktop& desktop)
+void obey(const std::string& command, QtDesktop& desktop, StatusMenuController& statusMenu)
 {
     const std::string feedback = "feedback ";
     if (command.starts_with(feedback))
@@ -132,7 +132,7 @@ void obey(const std::string& command, QtDesktop& desktop)
     else if (command == "notice")
         desktop.showNotice("Volume keys", "A text to read.");
     else if (command == "open")
-        openAndTime(desktop);
+        openAndTime(statusMenu);
     else if (command == "quit")
         desktop.terminate();
 }
@@ -171,7 +171,7 @@ int main(int argc, char** argv)
             std::string command;
             if (!std::getline(std::cin, command))
                 return desktop.terminate();
-            obey(command, desktop);
+            obey(command, desktop, statusMenu);
         } while (std::cin.rdbuf()->in_avail() > 0);
     });
     report(controller->state());
