@@ -180,6 +180,11 @@ int start(int& argc, char** argv, Request request)
 
     LinuxMachine machine(runLoop, sessionBus);
     AppDelegate delegate(machine.platform(runLoop));
+    // A bus that was frozen at the start tells only now.
+    instance.onNotFirst([&instance, &machine] {
+        instance.activateFirst();
+        machine.desktop().terminate();
+    });
     instance.onActivated([&delegate] { delegate.applicationShouldReopen(); });
     const Cancellation ending = termination.onSignal(runLoop, [&machine] { machine.desktop().terminate(); });
     delegate.applicationDidFinishLaunching();

@@ -151,6 +151,7 @@ class FrozenServers(PrivateDesktopTest):
         print(told)
         self.assertNotIn("NOT", told)
         self.assertEqual(len(re.findall("frozen: ended in .* s with status 0", told)), 5, told)
+        self.assertIn("silent system bus: started in", told)
         self.assert_nothing_is_left()
 
 

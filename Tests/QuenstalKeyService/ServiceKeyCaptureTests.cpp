@@ -5,6 +5,7 @@
 #include "QuenstalLinux/Keys/ServiceKeyCapture.hpp"
 #include "QuenstalPlatform/EventTaps.hpp"
 #include "Support/BusStranger.hpp"
+#include "Support/SilentBus.hpp"
 
 #include <array>
 #include <filesystem>
@@ -149,6 +150,14 @@ TEST_F(ServiceKeyCaptureTest, aBusThatIsTooBusyToAnswerAtOnceIsHeardLater)
     busy->goOn();
     EXPECT_TRUE(eventually([&] { return news == 1; }));
     EXPECT_TRUE(later.isPossible());
+}
+
+TEST_F(ServiceKeyCaptureTest, aBusThatNeverGreetsHoldsNothingUp)
+{
+    const SilentBus silent;
+    BusConnection silentBus(loop, silent.address());
+    ServiceKeyCapture late(loop, silentBus, *ownKeyboards);
+    EXPECT_FALSE(late.isPossible());
 }
 
 TEST_F(ServiceKeyCaptureTest, withoutAKeyboardThatHasTheKeysThereIsNothingToCapture)

@@ -61,6 +61,10 @@ ServiceKeyCapture::~ServiceKeyCapture()
 /// once is heard later.
 void ServiceKeyCapture::askWhetherInstalled()
 {
+    if (!busGreets(*systemBus_.get(), BusConnection::greetingPatience)) {
+        askAgain();
+        return;
+    }
     sd_bus_message* question = nullptr;
     sd_bus_message* answer = nullptr;
     if (sd_bus_message_new_method_call(systemBus_.get(), &question, bus, busPath, bus, "ListActivatableNames") >= 0

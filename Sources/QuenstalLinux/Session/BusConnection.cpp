@@ -1,32 +1,56 @@
 #include "QuenstalLinux/Session/BusConnection.hpp"
 
+#include <cstdint>
+#include <utility>
+
 namespace quenstal {
 
-BusConnection::BusConnection(RunLoop& runLoop, Which which)
-    : runLoop_(runLoop)
+namespace {
+
+/// Without the run loop, until it holds or nothing more comes within the limit.
+bool serve(sd_bus& bus, const std::function<bool()>& holds, std::chrono::microseconds limit)
+{
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (!holds()) {
+        const int status = sd_bus_process(&bus, nullptr);
+        const auto left = std::chrono::duration_cast<std::chrono::microseconds>(end - std::chrono::steady_clock::now());
+        if (status < 0 || left.count() <= 0)
+            return false;
+        if (status == 0)
+            sd_bus_wait(&bus, static_cast<std::uint64_t>(left.count()));
+    }
+    return true;
+}
+
+} // namespace
+
+bool busGreets(sd_bus& bus, std::chrono::microseconds limit)
+{
+    return serve(
+        bus, [&bus] { return sd_bus_is_ready(&bus) > 0; }, limit);
+}
+
+Bus BusConnection::open(Which which)
 {
     sd_bus* bus = nullptr;
     const int status = which == Which::system ? sd_bus_open_system(&bus) : sd_bus_open_user(&bus);
-    bus_.reset(bus);
-    if (status < 0)
-        bus_.reset();
-    watch();
+    Bus opened(bus);
+    return status < 0 ? nullptr : std::move(opened);
 }
 
-BusConnection::BusConnection(RunLoop& runLoop, const std::string& address)
-    : runLoop_(runLoop)
+Bus BusConnection::open(const std::string& address)
 {
     sd_bus* bus = nullptr;
     sd_bus_new(&bus);
-    bus_.reset(bus);
+    Bus opened(bus);
     sd_bus_set_address(bus, address.c_str());
     sd_bus_set_bus_client(bus, 1);
-    if (sd_bus_start(bus) < 0)
-        bus_.reset();
-    watch();
+    return sd_bus_start(bus) < 0 ? nullptr : std::move(opened);
 }
 
-void BusConnection::watch()
+BusConnection::BusConnection(RunLoop& runLoop, Bus bus)
+    : runLoop_(runLoop)
+    , bus_(std::move(bus))
 {
     if (!bus_)
         return;
@@ -42,13 +66,32 @@ void BusConnection::process()
         status = sd_bus_process(bus_.get(), nullptr);
     if (status > 0)
         nextTurn_ = runLoop_.after(RunLoop::Duration::zero(), [this] { process(); });
-    if (status >= 0)
+    if (status >= 0) {
+        lookForGreeting();
         return;
+    }
     // The bus went away: a descriptor that stays readable must not keep the loop busy.
     watch_.reset();
     bus_.reset();
     if (lost_)
         lost_();
+}
+
+bool BusConnection::processUntil(const std::function<bool()>& holds, std::chrono::microseconds limit)
+{
+    return bus_ && serve(*bus_, holds, limit);
+}
+
+void BusConnection::onGreeting(RunLoop::Task task)
+{
+    greeted_ = std::move(task);
+    lookForGreeting();
+}
+
+void BusConnection::lookForGreeting()
+{
+    if (greeted_ && bus_ && sd_bus_is_ready(bus_.get()) > 0)
+        runLoop_.post(std::exchange(greeted_, nullptr));
 }
 
 } // namespace quenstal

@@ -2,6 +2,8 @@
 
 #include "QuenstalPlatform/RunLoop.hpp"
 
+#include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -10,9 +12,16 @@
 
 namespace quenstal {
 
+/// What the bus has not taken by then, it does not get: one that is frozen would be waited for.
 struct ReleaseBus {
-    void operator()(sd_bus* bus) const { sd_bus_flush_close_unref(bus); }
+    void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
 };
+
+/// A connection that no run loop serves yet; null without a bus.
+using Bus = std::unique_ptr<sd_bus, ReleaseBus>;
+
+/// Waits until the bus has greeted, after which it can be asked. False when it has not within the limit.
+bool busGreets(sd_bus& bus, std::chrono::microseconds limit);
 
 /// A message bus whose messages are handled on the run loop. Main thread.
 class BusConnection {
@@ -21,10 +30,23 @@ public:
     /// Handled in one turn of the run loop. Whoever floods the bus must not keep everything else waiting.
     static constexpr int mostMessages = 32;
 
+    static Bus open(Which which);
+    static Bus open(const std::string& address);
+
     /// Without a bus, or with one that goes away, nothing ever arrives. The run loop outlives this.
-    BusConnection(RunLoop& runLoop, Which which);
-    /// At an address of its own.
-    BusConnection(RunLoop& runLoop, const std::string& address);
+    BusConnection(RunLoop& runLoop, Bus bus);
+    BusConnection(RunLoop& runLoop, Which which)
+        : BusConnection(runLoop, open(which))
+    {
+    }
+    BusConnection(RunLoop& runLoop, const std::string& address)
+        : BusConnection(runLoop, open(address))
+    {
+    }
+
+    /// How long a question that somebody waits for may wait for the greeting: a bus greets within a few milliseconds,
+    /// or it is frozen.
+    static constexpr auto greetingPatience = std::chrono::milliseconds(200);
 
     /// Null without a bus.
     sd_bus* get() const { return bus_.get(); }
@@ -34,12 +56,17 @@ public:
     void onLost(RunLoop::Task task) { lost_ = std::move(task); }
     /// Handles what has arrived, `mostMessages` now and the rest on later turns, and sends what waits to be sent.
     void process();
+    /// Handles what arrives until it holds, without the run loop. False when it does not within the limit.
+    bool processUntil(const std::function<bool()>& holds, std::chrono::microseconds limit);
+    /// Runs the task once the bus has greeted, on a later turn.
+    void onGreeting(RunLoop::Task task);
 
 private:
-    void watch();
+    void lookForGreeting();
 
     RunLoop& runLoop_;
-    std::unique_ptr<sd_bus, ReleaseBus> bus_;
+    Bus bus_;
+    RunLoop::Task greeted_;
     Cancellation watch_;
     Cancellation nextTurn_;
     RunLoop::Task lost_;

@@ -1,7 +1,7 @@
 #include "QuenstalLinux/Session/SingleInstance.hpp"
 
 #include <array>
-#include <cerrno>
+#include <chrono>
 #include <cstdint>
 
 namespace quenstal {
@@ -12,8 +12,10 @@ constexpr const char* objectPath = "/app/quenstal/Quenstal";
 constexpr const char* applicationInterface = "org.freedesktop.Application";
 /// The program's own interface has the name of the program.
 constexpr const char* ownInterface = SingleInstance::busName;
-/// In microseconds. An instance answers between two of its turns, or hangs.
-constexpr std::uint64_t answerLimit = 5'000'000;
+/// The bus's answer to a request for a name that another connection has.
+constexpr std::uint32_t nameExists = 3;
+/// An instance answers between two of its turns, or hangs.
+constexpr std::chrono::microseconds answerLimit = std::chrono::seconds(5);
 
 } // namespace
 
@@ -42,14 +44,31 @@ SingleInstance::SingleInstance(BusConnection& sessionBus)
     sd_bus_add_object_vtable(sessionBus_.get(), &slot, objectPath, ownInterface, ownTable.data(), this);
     reports_.reset(slot);
     // Without a place in the queue: the second one ends.
-    isFirst_ = sd_bus_request_name(sessionBus_.get(), busName, 0) != -EEXIST;
+    slot = nullptr;
+    sd_bus_request_name_async(sessionBus_.get(), &slot, busName, 0, nameAnswered, this);
+    nameQuestion_.reset(slot);
+    sessionBus_.processUntil([this] { return isAnswered_; }, BusConnection::greetingPatience);
+}
+
+int SingleInstance::nameAnswered(sd_bus_message* message, void* userData, sd_bus_error*)
+{
+    auto* instance = static_cast<SingleInstance*>(userData);
+    std::uint32_t answer = 0;
+    instance->isAnswered_ = true;
+    instance->isFirst_ = sd_bus_message_is_method_error(message, nullptr) > 0
+        || sd_bus_message_read_basic(message, SD_BUS_TYPE_UINT32, &answer) <= 0 || answer != nameExists;
+    if (!instance->isFirst_ && instance->notFirst_)
+        instance->notFirst_();
+    return 0;
 }
 
 bool SingleInstance::activateFirst()
 {
-    return sd_bus_call_method(
-               sessionBus_.get(), busName, objectPath, applicationInterface, "Activate", nullptr, nullptr, "a{sv}", 0)
-        >= 0;
+    sd_bus_message* call = nullptr;
+    sd_bus_message_new_method_call(sessionBus_.get(), &call, busName, objectPath, applicationInterface, "Activate");
+    const BusMessage ownedCall(call);
+    return call && sd_bus_message_append(call, "a{sv}", 0) >= 0
+        && sd_bus_call(sessionBus_.get(), call, answerLimit.count(), nullptr, nullptr) >= 0;
 }
 
 int SingleInstance::activate(sd_bus_message* message, void* userData, sd_bus_error*)
@@ -74,18 +93,17 @@ int SingleInstance::ignore(sd_bus_message* message, void*, sd_bus_error*)
 
 std::optional<std::string> reportOfRunningInstance()
 {
-    sd_bus* bus = nullptr;
-    const bool isConnected = sd_bus_open_user(&bus) >= 0;
-    const std::unique_ptr<sd_bus, ReleaseBus> ownedBus(bus);
+    const Bus bus = BusConnection::open(BusConnection::Which::session);
     sd_bus_message* question = nullptr;
-    if (isConnected)
-        sd_bus_message_new_method_call(bus, &question, SingleInstance::busName, objectPath, ownInterface, "Report");
+    if (bus && busGreets(*bus, answerLimit))
+        sd_bus_message_new_method_call(
+            bus.get(), &question, SingleInstance::busName, objectPath, ownInterface, "Report");
     const BusMessage ownedQuestion(question);
     if (!question)
         return std::nullopt;
     sd_bus_message_set_auto_start(question, 0);
     sd_bus_message* answer = nullptr;
-    const int status = sd_bus_call(bus, question, answerLimit, nullptr, &answer);
+    const int status = sd_bus_call(bus.get(), question, answerLimit.count(), nullptr, &answer);
     const BusMessage ownedAnswer(answer);
     const char* words = nullptr;
     if (status < 0 || sd_bus_message_read(answer, "s", &words) < 0)

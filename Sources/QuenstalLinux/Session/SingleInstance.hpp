@@ -15,12 +15,15 @@ class SingleInstance {
 public:
     static constexpr const char* busName = "app.quenstal.Quenstal";
 
-    /// Tries to become the one. The bus outlives this. Without a bus every instance is the first.
+    /// Tries to become the one. The bus outlives this. Without a bus every instance is the first; with one that does
+    /// not answer at once, every instance is until it does.
     explicit SingleInstance(BusConnection& sessionBus);
     SingleInstance(const SingleInstance&) = delete;
     SingleInstance& operator=(const SingleInstance&) = delete;
 
     bool isFirst() const { return isFirst_; }
+    /// Runs the task when the bus tells later that another instance is the first.
+    void onNotFirst(RunLoop::Task task) { notFirst_ = std::move(task); }
     /// Asks the first instance to show itself. False when it does not answer.
     bool activateFirst();
     /// Runs the task whenever another start, or the desktop, asks this instance to show itself.
@@ -29,6 +32,7 @@ public:
     void onReportAsked(std::function<std::string()> report) { report_ = std::move(report); }
 
 private:
+    static int nameAnswered(sd_bus_message* message, void* userData, sd_bus_error* error);
     static int activate(sd_bus_message* message, void* userData, sd_bus_error* error);
     static int report(sd_bus_message* message, void* userData, sd_bus_error* error);
     static int ignore(sd_bus_message* message, void* userData, sd_bus_error* error);
@@ -36,7 +40,10 @@ private:
     BusConnection& sessionBus_;
     BusSlot object_;
     BusSlot reports_;
+    BusSlot nameQuestion_;
+    bool isAnswered_ = false;
     bool isFirst_ = true;
+    RunLoop::Task notFirst_;
     RunLoop::Task activated_;
     std::function<std::string()> report_;
 };

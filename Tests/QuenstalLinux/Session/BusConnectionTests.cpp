@@ -2,13 +2,17 @@
 #include "QuenstalLinux/Session/BusHandles.hpp"
 #include "Support/Eventually.hpp"
 #include "Support/PrivateBus.hpp"
+#include "Support/SilentBus.hpp"
 
+#include <chrono>
 #include <string>
 
 #include <gtest/gtest.h>
 
 namespace quenstal {
 namespace {
+
+using namespace std::chrono_literals;
 
 struct BusConnectionTest : testing::Test {
     void SetUp() override
@@ -47,6 +51,34 @@ TEST_F(BusConnectionTest, aFloodOfMessagesLeavesTurnsToEverythingElse)
         ASSERT_TRUE(loop.runOneTurn());
     EXPECT_LE(handled, BusConnection::mostMessages);
     EXPECT_TRUE(eventually(loop, [&] { return handled == sent; })) << handled;
+}
+
+TEST_F(BusConnectionTest, aBusGreetsOnce)
+{
+    BusConnection ours(loop, bus.address());
+    EXPECT_TRUE(busGreets(*ours.get(), 5s));
+    EXPECT_TRUE(busGreets(*ours.get(), 0s));
+}
+
+TEST_F(BusConnectionTest, aBusThatNeverGreetsIsWaitedForNoLongerThanTheLimit)
+{
+    const SilentBus silent;
+    // With something to send, that it will not take.
+    BusConnection ours(loop, silent.address());
+    ASSERT_TRUE(ours);
+    sd_bus_call_method_async(ours.get(), nullptr, "org.freedesktop.DBus", "/org/freedesktop/DBus",
+        "org.freedesktop.DBus", "GetId", nullptr, nullptr, "");
+    EXPECT_FALSE(busGreets(*ours.get(), 1ms));
+    // The connection goes without a wait.
+}
+
+TEST_F(BusConnectionTest, aBusThatIsThawedGreetsLate)
+{
+    bus.halt();
+    BusConnection ours(loop, bus.address());
+    EXPECT_FALSE(busGreets(*ours.get(), 1ms));
+    bus.goOn();
+    EXPECT_TRUE(busGreets(*ours.get(), 5s));
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include "QuenstalSimulation/SimulatedRunLoop.hpp"
 #include "Support/Eventually.hpp"
 #include "Support/PrivateBus.hpp"
+#include "Support/SilentBus.hpp"
 
 #include <atomic>
 #include <chrono>
@@ -323,6 +324,44 @@ TEST_F(SessionBusTest, whenTheFirstHasEndedTheNextIsTheFirst)
     }
     BusConnection bus2(loop, bus.address());
     EXPECT_TRUE(SingleInstance(bus2).isFirst());
+}
+
+TEST_F(SessionBusTest, aBusThatAnswersLateTellsLateThatAnotherInstanceIsTheFirst)
+{
+    BusConnection firstBus(loop, bus.address());
+    SingleInstance first(firstBus);
+    bus.halt();
+    BusConnection secondBus(loop, bus.address());
+    SingleInstance second(secondBus);
+    int stoodBack = 0;
+    int greetings = 0;
+    second.onNotFirst([&] { ++stoodBack; });
+    secondBus.onGreeting([&] { ++greetings; });
+    EXPECT_TRUE(second.isFirst());
+    loop.runUntilIdle();
+    EXPECT_EQ(greetings, 0);
+    bus.goOn();
+    EXPECT_TRUE(eventually([&] { return stoodBack == 1 && greetings == 1; }));
+    EXPECT_FALSE(second.isFirst());
+}
+
+TEST_F(SessionBusTest, aBusThatHasGreetedTellsSoAtOnce)
+{
+    BusConnection ours(loop, bus.address());
+    ASSERT_TRUE(busGreets(*ours.get(), 5s));
+    int greetings = 0;
+    ours.onGreeting([&] { ++greetings; });
+    loop.runUntilIdle();
+    EXPECT_EQ(greetings, 1);
+}
+
+TEST_F(SessionBusTest, aBusThatNeverGreetsHoldsNoInstanceUp)
+{
+    const SilentBus silent;
+    BusConnection ours(loop, silent.address());
+    LogindWake wake(loop, ours, ours);
+    SingleInstance instance(ours);
+    EXPECT_TRUE(instance.isFirst());
 }
 
 TEST_F(SessionBusTest, withoutABusNothingIsToldAndEveryInstanceIsTheFirst)
