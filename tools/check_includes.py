@@ -52,6 +52,8 @@ EXCEPTIONS = {
     "QuenstalDDC/SoftwareVolumeTap/Session.cpp": Room("QuenstalPlatform", foreign=re.compile(r"unistd\.h$")),
     # The base that ports share with the seam's interfaces, which is all that the core knows of that room.
     "QuenstalCore/Ports.hpp": Room("QuenstalPlatform"),
+    # Which characters are what is another library's to know.
+    "QuenstalApp/PresentableText.cpp": Room("QuenstalApp", foreign=re.compile(r"glib\.h$")),
     "QuenstalCore/Models/Json.hpp": Room(foreign=re.compile(r"nlohmann/")),
     "QuenstalCore/Models/Json.cpp": Room(foreign=re.compile(r"nlohmann/")),
 }

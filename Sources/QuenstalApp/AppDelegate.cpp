@@ -131,7 +131,7 @@ Findings AppDelegate::findings() const
     requireMainThread();
     return {desk_->state(), statusController_->viewState().mediaKeyCaptureActive(),
         platform_.keys.permission.wayOfCapture(), platform_.keys.permission.advice(),
-        platform_.monitors.watch.problems(), platform_.session.preferences.problem()};
+        monitorProblems(platform_.monitors.watch), preferencesProblem(platform_.session.preferences)};
 }
 
 void AppDelegate::applicationShouldReopen()

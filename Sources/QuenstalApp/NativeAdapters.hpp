@@ -7,4 +7,5 @@
 #include "QuenstalApp/NativeAdapters/CoreAudioSystemVolumeController.hpp"
 #include "QuenstalApp/NativeAdapters/CoreAudioTapSoftwareVolumeController.hpp"
 #include "QuenstalApp/NativeAdapters/DisplayAdapters.hpp"
+#include "QuenstalApp/NativeAdapters/Problems.hpp"
 #include "QuenstalApp/NativeAdapters/SettingsAdapters.hpp"

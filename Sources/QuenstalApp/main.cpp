@@ -4,6 +4,7 @@
 #include "QuenstalApp/CommandLine.hpp"
 #include "QuenstalApp/Findings.hpp"
 #include "QuenstalApp/FindingsTeller.hpp"
+#include "QuenstalApp/PresentableText.hpp"
 #include "QuenstalLinux/Audio/LinuxAudio.hpp"
 #include "QuenstalLinux/Desktop/X11Screens.hpp"
 #include "QuenstalLinux/Desktop/X11WindowSystem.hpp"
@@ -146,7 +147,9 @@ private:
 int report()
 {
     const auto words = reportOfRunningInstance();
-    print(words.value_or("Quenstal does not run in this session.\n"));
+    // Whoever has the name on the bus has answered.
+    constexpr std::size_t longestReport = 20'000;
+    print(words ? presentableLines(*words, longestReport) : "Quenstal does not run in this session.\n");
     return words ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
@@ -208,7 +211,7 @@ int run(int argc, char** argv)
     const auto [request, unknown]
         = readCommandLine(std::span<const char* const>(argv, static_cast<std::size_t>(argc)).subspan(argc > 0 ? 1 : 0));
     if (!unknown.empty()) {
-        std::fprintf(stderr, "quenstal: %s is not known; see quenstal --help\n", unknown.c_str());
+        std::fprintf(stderr, "quenstal: %s is not known; see quenstal --help\n", presentable(unknown).c_str());
         return usageFailure;
     }
     switch (request) {

@@ -64,6 +64,12 @@ QList<QQuickItem*> textsIn(QQuickItem& root)
     return texts;
 }
 
+bool arePlain(const QList<QQuickItem*>& texts)
+{
+    const auto isPlain = [](const QQuickItem* text) { return text->property("textFormat").toInt() == Qt::PlainText; };
+    return std::ranges::all_of(texts, isPlain);
+}
+
 /// Every text against what is really behind it.
 void expectContrast(QQuickWindow& window, const QList<QQuickItem*>& texts)
 {
@@ -105,6 +111,11 @@ TEST_P(EveryScene, showsEveryTextWhole)
         EXPECT_FALSE(text->property("truncated").toBool()) << qPrintable(text->property("text").toString());
 }
 
+TEST_P(EveryScene, takesNoTextForMarkup)
+{
+    EXPECT_TRUE(arePlain(texts()));
+}
+
 TEST_P(EveryScene, keepsEveryTextInsideTheGlass)
 {
     const int margin = GetParam().hasCompositor ? gallery::shadowMargin : 0;
@@ -144,6 +155,11 @@ INSTANTIATE_TEST_SUITE_P(All, EveryScene, testing::ValuesIn(gallery::scenes()), 
 });
 
 class EveryFeedback : public testing::TestWithParam<gallery::NamedFeedback> { };
+
+TEST_P(EveryFeedback, takesNoTextForMarkup)
+{
+    EXPECT_TRUE(arePlain(textsIn(gallery::FeedbackStage(sharedEngine(), GetParam().feedback).root())));
+}
 
 TEST_P(EveryFeedback, givesEveryTextContrastOverAnyDesktop)
 {

@@ -106,5 +106,16 @@ TEST(Symbols, thatAreNotKnownPaintNothing)
     EXPECT_EQ(qAlpha(image.pixel(11, 11)), 0);
 }
 
+TEST(StatusNotifierItem, itsTipIsMarkupAndItsOtherTextsAreNot)
+{
+    sharedEngine();
+    StatusNotifierItem item;
+    const QString text = QStringLiteral("B&O <b>27</b>");
+    item.setTexts(text, text);
+    EXPECT_EQ(item.toolTip().text, QStringLiteral("B&amp;O &lt;b&gt;27&lt;/b&gt;"));
+    EXPECT_EQ(item.label(), text);
+    EXPECT_EQ(item.accessibleDescription(), QStringLiteral("Quenstal ") + text);
+}
+
 } // namespace
 } // namespace quenstal

@@ -1,6 +1,7 @@
 #include "QuenstalApp/NativeAdapters/CoreAudioDeviceProvider.hpp"
 
 #include "QuenstalApp/NativeAdapters/VolumeProperties.hpp"
+#include "QuenstalApp/PresentableText.hpp"
 
 #include <algorithm>
 #include <array>
@@ -24,6 +25,8 @@ constexpr std::array<TransportRow, 8> transportRows{{
     {AudioTransportCode::airPlay, AudioTransport::airPlay},
     {AudioTransportCode::aggregate, AudioTransport::aggregate},
 }};
+
+constexpr const char* unknownOutput = "Unknown Output";
 
 } // namespace
 
@@ -50,7 +53,11 @@ std::optional<AudioObjectID> CoreAudioDeviceProvider::defaultOutputDeviceID() co
 
 std::string CoreAudioDeviceProvider::deviceName(AudioObjectID device) const
 {
-    return text(device, AudioPropertySelector::name).value_or("Unknown Output");
+    const auto name = text(device, AudioPropertySelector::name);
+    if (!name || name->empty())
+        return name.value_or(unknownOutput);
+    const std::string shown = presentable(*name);
+    return shown.empty() ? unknownOutput : shown;
 }
 
 AudioTransport CoreAudioDeviceProvider::transport(AudioObjectID device) const

@@ -1,6 +1,6 @@
 #include "QuenstalApp/NativeAdapters/CoreAudioSoftwareVolumeSession.hpp"
 
-#include "QuenstalApp/NativeAdapters/RepairedText.hpp"
+#include "QuenstalApp/PresentableText.hpp"
 
 #include <algorithm>
 #include <array>
@@ -22,7 +22,7 @@ QSSoftwareVolumeSession* create(AudioTaps& taps, const std::string& deviceUID, c
         taps, deviceUID.c_str(), &session, message.data(), message.size(), softwareGain(initialVolume));
     if (created && session)
         return session;
-    const std::string reason = repairedText(message.data());
+    const std::string reason = presentable(message.data(), longestSentence);
     throw QuenstalError::commandFailed(
         reason.empty() ? "Core Audio software volume session could not be created." : reason);
 }

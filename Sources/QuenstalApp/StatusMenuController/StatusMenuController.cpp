@@ -1,5 +1,6 @@
 #include "QuenstalApp/StatusMenuController.hpp"
 
+#include "QuenstalApp/NativeAdapters/Problems.hpp"
 #include "QuenstalApp/StatusMenuController/QuenstalPanel.hpp"
 
 #include <utility>
@@ -41,7 +42,7 @@ void StatusMenuController::sync(const QuenstalState& state)
     refreshStatusButton(snapshot);
     viewState_.update(std::move(snapshot));
     publishSetup(state);
-    viewState_.setMonitorProblems(platform_.monitors.problems());
+    viewState_.setMonitorProblems(monitorProblems(platform_.monitors));
     updatePanelSize(false, true);
     updateLevelTimer();
     shownOutput_ = VolumeDesk::outputOf(state);

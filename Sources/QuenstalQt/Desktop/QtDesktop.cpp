@@ -34,13 +34,11 @@ QString fromUtf8(std::string_view text)
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
-void notify(const QString& title, const QString& text)
+void notify(const QString& title, const QString& body)
 {
-    const QString service = QStringLiteral("org.freedesktop.Notifications");
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        service, QStringLiteral("/org/freedesktop/Notifications"), service, QStringLiteral("Notify"));
     constexpr int untilClosed = 0;
-    call << QStringLiteral("Quenstal") << 0U << QStringLiteral("dialog-information") << title << text << QStringList()
+    QDBusMessage call = NotificationServer::call("Notify");
+    call << QStringLiteral("Quenstal") << 0U << QStringLiteral("dialog-information") << title << body << QStringList()
          << QVariantMap() << untilClosed;
     QDBusConnection::sessionBus().asyncCall(call);
 }
@@ -50,7 +48,7 @@ void notify(const QString& title, const QString& text)
 struct QtDesktop::State : QObject {
     explicit State(WindowSystem* windowSystem)
         : windowSystem(windowSystem)
-        , feedback(windowSystem)
+        , feedback(windowSystem, notifications)
     {
         connect(&motion, &MotionPreference::changed, this, [this] {
             if (panel)
@@ -75,6 +73,7 @@ struct QtDesktop::State : QObject {
     TrayStatusItem* statusItem = nullptr;
     Handlers<std::function<bool(const KeyEvent&)>> keyMonitors;
     Handlers<std::function<void()>> mouseMonitors;
+    NotificationServer notifications;
     KeyFeedbackPresenter feedback;
     MotionPreference motion;
 };
@@ -180,7 +179,7 @@ void QtDesktop::showNotice(std::string_view title, std::string_view text)
     if (state_->panel && state_->panel->isVisible())
         state_->panel->explain(heading, explanation);
     else
-        notify(heading, explanation);
+        state_->notifications.whenWritten(explanation, [heading](const QString& body) { notify(heading, body); });
 }
 
 void QtDesktop::showKeyFeedback(const KeyFeedback& feedback)

@@ -60,7 +60,11 @@ void FeedbackService::send(const KeyFeedback& feedback)
 {
     asked_ = feedback;
     patience_.start(patience);
-    const QDBusMessage call = makeCall_(feedback, lastAnswer_);
+    makeCall_(feedback, lastAnswer_, [this](const QDBusMessage& call) { sendCall(call); });
+}
+
+void FeedbackService::sendCall(const QDBusMessage& call)
+{
     auto* pending = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
     connect(pending, &QDBusPendingCallWatcher::finished, this, [this, pending] {
         pending->deleteLater();

@@ -19,8 +19,9 @@ class FeedbackService : public QObject {
     Q_OBJECT
 
 public:
-    /// Makes the call that shows a value. It may replace what the last answer told of.
-    using MakeCall = std::function<QDBusMessage(const KeyFeedback& feedback, const QDBusMessage& lastAnswer)>;
+    using Send = std::function<void(const QDBusMessage& call)>;
+    /// Sends the call that shows a value, once, now or later. It may replace what the last answer told of.
+    using MakeCall = std::function<void(const KeyFeedback& feedback, const QDBusMessage& lastAnswer, Send send)>;
     /// A service that is started by its first call need not run yet.
     enum class Presence { onlyIfRunning, startedByCall };
 
@@ -37,6 +38,7 @@ signals:
 private:
     void askWhetherItRuns(const QString& name);
     void send(const KeyFeedback& feedback);
+    void sendCall(const QDBusMessage& call);
     void answered(const QDBusMessage& answer);
     void beLate();
     void miss();

@@ -28,7 +28,7 @@ bool isMuted(const KeyFeedback& feedback)
 
 const QString plasma = QStringLiteral("org.kde.plasmashell");
 
-QDBusMessage callOfPlasma(const KeyFeedback& feedback, const QDBusMessage&)
+QDBusMessage callOfPlasma(const KeyFeedback& feedback)
 {
     QDBusMessage call = QDBusMessage::createMethodCall(plasma, QStringLiteral("/org/kde/osdService"),
         QStringLiteral("org.kde.osdService"),
@@ -40,30 +40,32 @@ QDBusMessage callOfPlasma(const KeyFeedback& feedback, const QDBusMessage&)
     return call;
 }
 
-const QString notifications = QStringLiteral("org.freedesktop.Notifications");
-
 /// The number of the last bubble and the hints make one bubble of all of them, with a bar for the level.
-QDBusMessage callOfNotifications(const KeyFeedback& feedback, const QDBusMessage& lastAnswer)
+QDBusMessage callOfNotifications(const KeyFeedback& feedback, const QDBusMessage& lastAnswer, const QString& body)
 {
     QVariantMap hints{{QStringLiteral("x-canonical-private-synchronous"), QStringLiteral("volume")},
         {QStringLiteral("transient"), true}};
     if (feedback.percent)
         hints.insert(QStringLiteral("value"), *feedback.percent);
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        notifications, QStringLiteral("/org/freedesktop/Notifications"), notifications, QStringLiteral("Notify"));
+    QDBusMessage call = NotificationServer::call("Notify");
     call << QStringLiteral("Quenstal") << lastAnswer.arguments().value(0).toUInt()
          << (isMuted(feedback) ? QStringLiteral("audio-volume-muted") : QStringLiteral("audio-volume-high"))
-         << (feedback.percent ? shownText(feedback.title) : QStringLiteral("Quenstal")) << shownText(feedback.text)
-         << QStringList() << hints << static_cast<int>(shownFor.count());
+         << (feedback.percent ? shownText(feedback.title) : QStringLiteral("Quenstal")) << body << QStringList()
+         << hints << static_cast<int>(shownFor.count());
     return call;
 }
 
 } // namespace
 
-KeyFeedbackPresenter::KeyFeedbackPresenter(WindowSystem* windowSystem)
+KeyFeedbackPresenter::KeyFeedbackPresenter(WindowSystem* windowSystem, NotificationServer& notificationServer)
     : windowSystem_(windowSystem)
-    , plasma_(plasma, FeedbackService::Presence::onlyIfRunning, callOfPlasma)
-    , notifications_(notifications, FeedbackService::Presence::startedByCall, callOfNotifications)
+    , plasma_(plasma, FeedbackService::Presence::onlyIfRunning,
+          [](const auto& feedback, const QDBusMessage&, const auto& send) { send(callOfPlasma(feedback)); })
+    , notifications_(QLatin1String(NotificationServer::service), FeedbackService::Presence::startedByCall,
+          [&notificationServer](const auto& feedback, const QDBusMessage& lastAnswer, const auto& send) {
+              notificationServer.whenWritten(shownText(feedback.text),
+                  [=](const QString& body) { send(callOfNotifications(feedback, lastAnswer, body)); });
+          })
 {
     hide_.setSingleShot(true);
     connect(&hide_, &QTimer::timeout, this, [this] { window_->hide(); });

@@ -3,6 +3,7 @@
 #include "QuenstalPlatform/Desktop.hpp"
 #include "QuenstalPlatform/WindowSystem.hpp"
 #include "QuenstalQt/Feedback/FeedbackService.hpp"
+#include "QuenstalQt/Feedback/NotificationServer.hpp"
 
 #include <memory>
 
@@ -21,7 +22,8 @@ class KeyFeedbackPresenter : public QObject {
     Q_OBJECT
 
 public:
-    explicit KeyFeedbackPresenter(WindowSystem* windowSystem);
+    /// The window system may be null. Both outlive the presenter.
+    KeyFeedbackPresenter(WindowSystem* windowSystem, NotificationServer& notificationServer);
     ~KeyFeedbackPresenter() override;
 
     void show(const KeyFeedback& feedback);

@@ -55,7 +55,7 @@ public:
     bool isRegistered() const { return isRegistered_; }
 
     void setIcon(const QList<QImage>& images);
-    /// `label` stands beside the icon on hosts that show text, `toolTip` elsewhere.
+    /// `label` stands beside the icon on hosts that show text, `toolTip` elsewhere. Both are plain text.
     void setTexts(const QString& label, const QString& toolTip);
 
     QString category() const { return QStringLiteral("Hardware"); }
@@ -65,7 +65,8 @@ public:
     int windowID() const { return 0; }
     QString iconName() const { return {}; }
     NotifierPixmaps icon() const { return icon_; }
-    NotifierToolTip toolTip() const { return {{}, {}, title(), toolTip_}; }
+    /// The protocol's tips are markup, but for their title.
+    NotifierToolTip toolTip() const { return {{}, {}, title(), toolTip_.toHtmlEscaped()}; }
     QString accessibleDescription() const { return title() + QLatin1Char(' ') + toolTip_; }
     bool itemIsMenu() const { return false; }
     QDBusObjectPath menu() const { return QDBusObjectPath(QStringLiteral("/NO_DBUSMENU")); }

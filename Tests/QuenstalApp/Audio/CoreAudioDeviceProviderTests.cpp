@@ -67,6 +67,12 @@ TEST_F(CoreAudioDeviceProviderTest, anUnreadableNameIsReplacedAndAnEmptyOneKept)
     EXPECT_EQ(described({.name = "Speakers"}).name, "Unknown Output");
 }
 
+TEST_F(CoreAudioDeviceProviderTest, aNameIsPresentableAndOneOfWhichNothingIsSeenReplaced)
+{
+    EXPECT_EQ(described({.name = "B&O\n\x1B[2J\u202E"}).name, "B&O  [2J");
+    EXPECT_EQ(described({.name = "\x1B\n"}).name, "Unknown Output");
+}
+
 TEST_F(CoreAudioDeviceProviderTest, anUnreadableUIDIsNoneAndAnEmptyOneKept)
 {
     EXPECT_EQ(described({.uid = std::nullopt}).coreAudioUID, std::nullopt);

@@ -3,8 +3,8 @@
 desktop_services.py plasma|notifications|settings [COMMAND...]
 
 Commands on the input: "hold" (answer no call from now on), "release" (answer them and all that follow), "refuse"
-(answer with an error), "set AREA KEY JSON" (a setting changes), "nothing". Further arguments are
-commands too.
+(answer with an error), "set AREA KEY JSON" (a setting changes), "can CAPABILITY..." (what the notifications can do, which
+they tell of only then), "nothing". Further arguments are commands too.
 """
 
 import json
@@ -53,6 +53,8 @@ class Desk(dbus.service.Object):
             self.held.clear()
         elif word == "set":
             self.set(*arguments)
+        elif word == "can":
+            self.capabilities = arguments
 
 
 class Plasma(Desk):
@@ -74,6 +76,15 @@ class Notifications(Desk):
     def __init__(self, bus):
         super().__init__(bus, NOTIFICATIONS, "/org/freedesktop/Notifications")
         self.count = 0
+        self.capabilities = None
+
+    @dbus.service.method(NOTIFICATIONS, out_signature="as", async_callbacks=("succeed", "fail"))
+    def GetCapabilities(self, succeed, fail):
+        say(asked=True)
+        if self.capabilities is None:
+            fail(dbus.DBusException("unknown", name="org.freedesktop.DBus.Error.UnknownMethod"))
+        else:
+            self.answer(succeed, fail, dbus.Array(self.capabilities, signature="s"))
 
     @dbus.service.method(NOTIFICATIONS, in_signature="susssasa{sv}i", out_signature="u",
                          async_callbacks=("succeed", "fail"))

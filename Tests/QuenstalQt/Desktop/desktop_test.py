@@ -199,7 +199,7 @@ class Screens(DesktopTest):
 
     def use(self):
         """Everything that shows a window; the program goes on."""
-        for command in ("feedback 48", "notice", "open", "feedback muted", "notice", "motion"):
+        for command in ("feedback 48", "notice A text.", "open", "feedback muted", "notice Another.", "motion"):
             self.stand.command(command)
         self.stand.command("quit")
         self.assertEqual(self.stand.child.wait(LIMIT), 0)

@@ -17,6 +17,9 @@ STAND = sys.argv.pop(1)
 BAR = "Quenstal volume"
 # A key held for two seconds, and its levels told as fast as they can be.
 HELD = [40 + step for step in range(60)]
+# What is text to us and markup to some who read it.
+NAME = 'B&O <b>loud</b> <a href="x">27</a> &lt;'
+ESCAPED = "B&amp;O &lt;b&gt;loud&lt;/b&gt; &lt;a href=&quot;x&quot;&gt;27&lt;/a&gt; &amp;lt;"
 
 
 class ServiceTest(unittest.TestCase):
@@ -174,6 +177,47 @@ class Notifications(ServiceTest):
         self.press("muted")
         bubble = self.notifications.expect("bubble")
         self.assertEqual((bubble["value"], bubble["title"], bubble["icon"]), (48, "Muted", "audio-volume-muted"))
+
+    def body(self, command):
+        self.stand.command(command)
+        return self.notifications.expect("bubble")["text"]
+
+    def test_a_server_that_reads_markup_gets_the_names_of_outputs_and_notices_escaped(self):
+        self.notifications.command("can body body-markup")
+        self.assertEqual(self.body(f"feedback on {NAME}"), ESCAPED)
+        self.assertEqual(self.body(f"notice {NAME}"), ESCAPED)
+
+    def test_one_that_reads_none_gets_them_as_they_are(self):
+        self.notifications.command("can body actions")
+        self.assertEqual(self.body(f"feedback on {NAME}"), NAME)
+        self.assertEqual(self.body(f"notice {NAME}"), NAME)
+
+    def test_one_that_does_not_tell_may_read_markup(self):
+        self.assertEqual(self.body(f"feedback on {NAME}"), ESCAPED)
+
+    def test_a_server_is_asked_once_and_the_next_one_again(self):
+        self.notifications.command("can body body-markup")
+        self.body("feedback 48")
+        self.body("feedback 49")
+        self.assertEqual(self.notifications.all("asked"), [])
+        self.session.stop(self.notifications.child)
+        self.notifications = self.serve("notifications", "can body")
+
+        def body():
+            self.press(f"on {NAME}")
+            return [bubble["text"] for bubble in self.notifications.all("bubble")]
+        self.assertEqual(set(wait_for(body, "the new server's turn")), {NAME})
+
+    def test_while_it_does_not_tell_the_last_value_waits(self):
+        for line in ("can body", "hold"):
+            self.notifications.command(line)
+        self.hold()
+        self.assertEqual(self.notifications.all("bubble"), [])
+        self.notifications.command("release")
+        self.assertEqual(self.notifications.expect("bubble")["value"], HELD[0])
+        self.press(99)
+        wait_for(lambda: [bubble for bubble in self.notifications.all("bubble") if bubble["value"] == 99],
+                 "the last level")
 
     def test_a_held_key_is_one_bubble_that_ends_with_the_last_level(self):
         self.hold()

@@ -1,7 +1,7 @@
 // quenstal_stand: the real desktop and panel over an output that lives in memory, for tests on a real X server. Reports
 // every change on its output and takes commands on its input: "feedback PERCENT", "feedback muted", "feedback ignored",
-// "motion", "notice", "open", "quit". Started with "--no-window-system" it has what a Wayland session without an X
-// server has.
+// "feedback on OUTPUT", "motion", "notice TEXT", "open", "quit". Started with "--no-window-system" it has what a
+// Wayland session without an X server has.
 
 #include "QuenstalApp/StatusMenuController.hpp"
 #include "QuenstalLinux/Desktop/X11WindowSystem.hpp"
@@ -104,6 +104,8 @@ KeyFeedback feedbackNamed(const std::string& name)
         return {"speaker.slash.fill", "Muted", 48, "Desk Monitor 27"};
     if (name == "ignored")
         return {"speaker.fill", "Off", std::nullopt, "Enable Quenstal to control volume."};
+    if (const std::string on = "on "; name.starts_with(on))
+        return {"speaker.wave.2.fill", "48%", 48, name.substr(on.size())};
     return {"speaker.wave.2.fill", name + "%", std::stoi(name), "Desk Monitor 27"};
 }
 
@@ -129,8 +131,8 @@ void obey(const std::string& command, QtDesktop& desktop, StatusMenuController& 
         desktop.showKeyFeedback(feedbackNamed(command.substr(feedback.size())));
     else if (command == "motion")
         reportMotion();
-    else if (command == "notice")
-        desktop.showNotice("Volume keys", "A text to read.");
+    else if (const std::string notice = "notice "; command.starts_with(notice))
+        desktop.showNotice("Volume keys", command.substr(notice.size()));
     else if (command == "open")
         openAndTime(statusMenu);
     else if (command == "quit")
