@@ -1,4 +1,8 @@
-"""Reads the panel as a screen reader does, uses its slider, and prints what it found as JSON."""
+"""Reads the panel as a screen reader does, uses its slider, and prints what it found as JSON.
+
+read_accessibility.py look             uses nothing
+read_accessibility.py press NAME...    presses controls, each as soon as it is there, and uses nothing else
+"""
 
 import json
 import sys
@@ -32,7 +36,23 @@ def wait_for_value(slider, value):
     return slider.queryValue().currentValue
 
 
+def press(name):
+    end = time.monotonic() + 10
+    while time.monotonic() < end:
+        for node in walk(application()):
+            if node.name == name and "Action" in pyatspi.listInterfaces(node):
+                action = node.queryAction()
+                names = [action.getName(index).lower() for index in range(action.nActions)]
+                action.doAction(next(index for index, name in enumerate(names) if name.startswith(("press", "toggle"))))
+                return
+        time.sleep(0.05)
+    sys.exit(f"there is no {name} to press")
+
+
 def main():
+    if sys.argv[1:2] == ["press"]:
+        for name in sys.argv[2:]:
+            press(name)
     nodes = list(walk(application()))
     tree = [{"role": node.getRoleName(), "name": node.name, "description": node.description} for node in nodes]
     sliders = [node for node in nodes if node.getRoleName() == "slider"]
@@ -41,7 +61,7 @@ def main():
         value = node.queryValue()
         values[node.name] = [value.currentValue, value.minimumValue, value.maximumValue]
     said = {"tree": tree, "values": values}
-    if "Volume" in values:
+    if "Volume" in values and len(sys.argv) == 1:
         use(next(node for node in sliders if node.name == "Volume"), said)
     print(json.dumps(said))
 
