@@ -18,7 +18,12 @@ STANDARD_LIBRARY = frozenset("""
     unordered_map unordered_set utility valarray variant vector version
 """.split())
 
-QT = re.compile(r"Q[A-Z]\w*$|Qt\w*(/|$)|q[a-z]+\.h$")
+QT = r"(Q[A-Z]\w*$|Qt\w*(/|$)|q[a-z]+\.h$)"
+# What the toolkit has of the session's buses and of other programs; and what it has of windows and views.
+QT_OF_THE_SESSION = r"(QDBus|QtDBus|QProcess)"
+QT_OF_VIEWS = r"(QQuick|QQml|QtQuick|QtQml)"
+TOOLKIT = re.compile(f"(?!{QT_OF_THE_SESSION}){QT}")
+SERVICES = re.compile(f"(?!{QT_OF_VIEWS}){QT}")
 # The processor's vector instructions, which the sample kernels are written in.
 VECTORS = re.compile(r"(immintrin|arm_neon)\.h$")
 # The simulated run loop watches real descriptors.
@@ -42,7 +47,8 @@ ROOMS = {
     "QuenstalApp": Room("QuenstalCore", "QuenstalDDC", "QuenstalPlatform"),
     "QuenstalLinux": Room("QuenstalPlatform", foreign=SYSTEM),
     "QuenstalKeyService": Room("QuenstalLinux", "QuenstalPlatform", foreign=SYSTEM),
-    "QuenstalQt": Room("QuenstalApp", "QuenstalCore", "QuenstalPlatform", foreign=QT),
+    "QuenstalFreedesktop": Room("QuenstalPlatform", foreign=SERVICES),
+    "QuenstalQt": Room("QuenstalApp", "QuenstalCore", "QuenstalFreedesktop", "QuenstalPlatform", foreign=TOOLKIT),
     "QuenstalSimulation": Room("QuenstalPlatform", foreign=WAITING),
 }
 EXCEPTIONS = {
@@ -66,7 +72,7 @@ def fault_of(room_name, room, sources, named):
     """What is wrong with one include; none when it is allowed."""
     if quoted := named["quoted"]:
         target = quoted.split("/")[0]
-        if room_name == "QuenstalQt" and quoted.endswith(".moc"):
+        if room_name in ("QuenstalFreedesktop", "QuenstalQt") and quoted.endswith(".moc"):
             return None
         if target not in ROOMS:
             return "does not begin with the name of a room"

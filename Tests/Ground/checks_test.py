@@ -51,6 +51,11 @@ class Includes(Check):
         ("QuenstalQt/A.cpp", "<QtQml/qqml.h>"),
         ("QuenstalQt/A.cpp", "<QtMath>"),
         ("QuenstalQt/A.cpp", '"QuenstalApp/Known.hpp"'),
+        ("QuenstalQt/A.cpp", '"QuenstalFreedesktop/Known.hpp"'),
+        ("QuenstalFreedesktop/A.cpp", "<QDBusMessage>"),
+        ("QuenstalFreedesktop/A.cpp", "<QProcess>"),
+        ("QuenstalFreedesktop/A.cpp", "<QImage>"),
+        ("QuenstalFreedesktop/A.cpp", '"QuenstalPlatform/Known.hpp"'),
         ("QuenstalSimulation/A.cpp", '"QuenstalPlatform/Known.hpp"'),
     ]
     FORBIDDEN = [
@@ -75,6 +80,15 @@ class Includes(Check):
         ("QuenstalQt/A.cpp", '"QuenstalLinux/Known.hpp"'),
         ("QuenstalQt/A.cpp", '"QuenstalDDC/Known.hpp"'),
         ("QuenstalQt/A.cpp", "<xcb/xcb.h>"),
+        ("QuenstalQt/A.cpp", "<QDBusConnection>"),
+        ("QuenstalQt/A.cpp", "<QtDBus/QDBusMessage>"),
+        ("QuenstalQt/A.cpp", "<QProcess>"),
+        ("QuenstalFreedesktop/A.cpp", '"QuenstalQt/Known.hpp"'),
+        ("QuenstalFreedesktop/A.cpp", '"QuenstalApp/Known.hpp"'),
+        ("QuenstalFreedesktop/A.cpp", "<QQuickWindow>"),
+        ("QuenstalFreedesktop/A.cpp", "<QtQml/qqml.h>"),
+        ("QuenstalFreedesktop/A.cpp", "<unistd.h>"),
+        ("QuenstalApp/main.cpp", '"QuenstalFreedesktop/Known.hpp"'),
         ("QuenstalSimulation/A.cpp", '"QuenstalLinux/Known.hpp"'),
         ("QuenstalSimulation/A.cpp", '"QuenstalCore/Known.hpp"'),
         ("QuenstalShed/A.cpp", "<vector>"),
@@ -82,7 +96,7 @@ class Includes(Check):
 
     def holds(self, path, include):
         shutil.rmtree(self.root / "Sources", ignore_errors=True)
-        for room in ("Core", "Platform", "DDC", "App", "Linux", "Qt", "Simulation"):
+        for room in ("Core", "Platform", "DDC", "App", "Linux", "Freedesktop", "Qt", "Simulation"):
             self.write(f"Sources/Quenstal{room}/Known.hpp", "#pragma once\n")
         self.write(f"Sources/{path}", f"#pragma once\n#  include {include} // why\n")
         return self.run_check("check_includes")

@@ -1,9 +1,10 @@
 #include "QuenstalQt/Desktop/QtDesktop.hpp"
 
+#include "QuenstalCore/MenuPresenter.hpp"
+#include "QuenstalFreedesktop/MotionPreference.hpp"
+#include "QuenstalFreedesktop/SoundSettings.hpp"
 #include "QuenstalPlatform/Handlers.hpp"
-#include "QuenstalQt/Desktop/MotionPreference.hpp"
 #include "QuenstalQt/Desktop/QtPanelWindow.hpp"
-#include "QuenstalQt/Desktop/SettingsLinks.hpp"
 #include "QuenstalQt/Feedback/KeyFeedbackPresenter.hpp"
 #include "QuenstalQt/Panel/CoreTexts.hpp"
 #include "QuenstalQt/Tray/TrayStatusItem.hpp"
@@ -12,12 +13,11 @@
 
 #include <QClipboard>
 #include <QCursor>
-#include <QDBusConnection>
-#include <QDBusMessage>
-#include <QDBusPendingCall>
+#include <QDesktopServices>
 #include <QGuiApplication>
 #include <QPointer>
 #include <QScreen>
+#include <QUrl>
 
 namespace quenstal {
 
@@ -32,15 +32,6 @@ Rect rectOf(const QRect& rect)
 QString fromUtf8(std::string_view text)
 {
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
-
-void notify(const QString& title, const QString& body)
-{
-    constexpr int untilClosed = 0;
-    QDBusMessage call = NotificationServer::call("Notify");
-    call << QStringLiteral("Quenstal") << 0U << QStringLiteral("dialog-information") << title << body << QStringList()
-         << QVariantMap() << untilClosed;
-    QDBusConnection::sessionBus().asyncCall(call);
 }
 
 } // namespace
@@ -179,7 +170,7 @@ void QtDesktop::showNotice(std::string_view title, std::string_view text)
     if (state_->panel && state_->panel->isVisible())
         state_->panel->explain(heading, explanation);
     else
-        state_->notifications.whenWritten(explanation, [heading](const QString& body) { notify(heading, body); });
+        state_->notifications.notify(heading, explanation);
 }
 
 void QtDesktop::showKeyFeedback(const KeyFeedback& feedback)
@@ -199,7 +190,12 @@ void QtDesktop::setPasteboardString(std::string_view text)
 
 bool QtDesktop::open(std::string_view url)
 {
-    return openLink(fromUtf8(url));
+    if (url == GlassDialSettingsDestination::soundSettingsURLString)
+        return openSoundSettings();
+    // No desktop has a page for who may read the keyboard: the panel's own advice says what to do.
+    if (url == GlassDialSettingsDestination::accessibilitySettingsURLString)
+        return false;
+    return QDesktopServices::openUrl(QUrl(fromUtf8(url)));
 }
 
 void QtDesktop::terminate()

@@ -1,9 +1,8 @@
 #pragma once
 
+#include "QuenstalFreedesktop/FeedbackServices.hpp"
 #include "QuenstalPlatform/Desktop.hpp"
 #include "QuenstalPlatform/WindowSystem.hpp"
-#include "QuenstalQt/Feedback/FeedbackService.hpp"
-#include "QuenstalQt/Feedback/NotificationServer.hpp"
 
 #include <memory>
 
@@ -26,7 +25,8 @@ public:
     KeyFeedbackPresenter(WindowSystem* windowSystem, NotificationServer& notificationServer);
     ~KeyFeedbackPresenter() override;
 
-    void show(const KeyFeedback& feedback);
+    /// The texts are the rooms' below.
+    void show(const KeyFeedback& english);
 
 private:
     void showOtherwise(const KeyFeedback& feedback);
@@ -34,8 +34,8 @@ private:
     void loadBar();
 
     WindowSystem* windowSystem_;
-    FeedbackService plasma_;
-    FeedbackService notifications_;
+    PlasmaFeedback plasma_;
+    NotificationFeedback notifications_;
     std::unique_ptr<QQuickWindow> window_;
     std::unique_ptr<QQmlEngine> engine_;
     std::unique_ptr<QQuickItem> bar_;

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "QuenstalFreedesktop/StatusNotifierItem.hpp"
 #include "QuenstalPlatform/Desktop.hpp"
 #include "QuenstalPlatform/WindowSystem.hpp"
-#include "QuenstalQt/Tray/StatusNotifierItem.hpp"
 
 #include <memory>
 

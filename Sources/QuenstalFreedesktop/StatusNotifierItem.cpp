@@ -1,4 +1,4 @@
-#include "QuenstalQt/Tray/StatusNotifierItem.hpp"
+#include "QuenstalFreedesktop/StatusNotifierItem.hpp"
 
 #include <QCoreApplication>
 #include <QDBusArgument>

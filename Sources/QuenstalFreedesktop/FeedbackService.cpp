@@ -1,4 +1,4 @@
-#include "QuenstalQt/Feedback/FeedbackService.hpp"
+#include "QuenstalFreedesktop/FeedbackService.hpp"
 
 #include <chrono>
 #include <utility>

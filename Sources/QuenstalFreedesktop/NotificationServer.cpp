@@ -1,4 +1,4 @@
-#include "QuenstalQt/Feedback/NotificationServer.hpp"
+#include "QuenstalFreedesktop/NotificationServer.hpp"
 
 #include <utility>
 
@@ -38,6 +38,17 @@ void NotificationServer::whenWritten(const QString& text, std::function<void(con
     waiting_.push_back({text, std::move(use)});
     if (waiting_.size() == 1)
         ask();
+}
+
+void NotificationServer::notify(const QString& title, const QString& text)
+{
+    whenWritten(text, [title](const QString& body) {
+        constexpr int untilClosed = 0;
+        QDBusMessage notice = call("Notify");
+        notice << QStringLiteral("Quenstal") << 0U << QStringLiteral("dialog-information") << title << body
+               << QStringList() << QVariantMap() << untilClosed;
+        QDBusConnection::sessionBus().asyncCall(notice);
+    });
 }
 
 void NotificationServer::ask()

@@ -24,6 +24,9 @@ public:
     /// once when that is known; else it is asked, which starts it.
     void whenWritten(const QString& text, std::function<void(const QString& body)> use);
 
+    /// Shows a text to be read and closed.
+    void notify(const QString& title, const QString& text);
+
     /// A call to the server without its arguments.
     static QDBusMessage call(const char* method);
 

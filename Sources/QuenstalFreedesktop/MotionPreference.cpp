@@ -1,4 +1,4 @@
-#include "QuenstalQt/Desktop/MotionPreference.hpp"
+#include "QuenstalFreedesktop/MotionPreference.hpp"
 
 #include <array>
 

@@ -1,14 +1,10 @@
-#include "QuenstalQt/Desktop/SettingsLinks.hpp"
-
-#include "QuenstalCore/MenuPresenter.hpp"
+#include "QuenstalFreedesktop/SoundSettings.hpp"
 
 #include <array>
 
-#include <QDesktopServices>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QStringList>
-#include <QUrl>
 
 namespace quenstal {
 
@@ -50,7 +46,9 @@ bool start(const Page& page)
     return QProcess::startDetached(program, arguments);
 }
 
-bool openSoundPage()
+} // namespace
+
+bool openSoundSettings()
 {
     const QString desktops = qEnvironmentVariable("XDG_CURRENT_DESKTOP");
     for (const Page& page : soundPages) {
@@ -58,23 +56,6 @@ bool openSoundPage()
             return true;
     }
     return false;
-}
-
-QString linkOf(std::string_view link)
-{
-    return QString::fromUtf8(link.data(), static_cast<qsizetype>(link.size()));
-}
-
-} // namespace
-
-bool openLink(const QString& link)
-{
-    if (link == linkOf(GlassDialSettingsDestination::soundSettingsURLString))
-        return openSoundPage();
-    // No desktop has a page for who may read the keyboard: the panel's own advice says what to do.
-    if (link == linkOf(GlassDialSettingsDestination::accessibilitySettingsURLString))
-        return false;
-    return QDesktopServices::openUrl(QUrl(link));
 }
 
 } // namespace quenstal

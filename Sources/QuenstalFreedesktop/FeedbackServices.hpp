@@ -1,0 +1,31 @@
+#pragma once
+
+#include "QuenstalFreedesktop/FeedbackService.hpp"
+#include "QuenstalFreedesktop/NotificationServer.hpp"
+
+#include <chrono>
+
+namespace quenstal {
+
+inline constexpr auto keyFeedbackTime = std::chrono::milliseconds(1500);
+
+bool isMuted(const KeyFeedback& feedback);
+
+/// Plasma's on-screen display, where it runs.
+class PlasmaFeedback : public FeedbackService {
+    Q_OBJECT
+
+public:
+    PlasmaFeedback();
+};
+
+/// One notification for all values, with a bar for the level.
+class NotificationFeedback : public FeedbackService {
+    Q_OBJECT
+
+public:
+    /// The server outlives this.
+    explicit NotificationFeedback(NotificationServer& server);
+};
+
+} // namespace quenstal
