@@ -129,7 +129,7 @@ class Parts(PackageCase):
         self.assertEqual(said, f"Quenstal {project}\n")
         self.assertEqual(package.field("Version"), f"{project}-1")
         self.assertIn(f'<release version="{project}"', self.text(f"usr/share/metainfo/{ID}.metainfo.xml"))
-        newest = re.search(r"^## (\S+)", (ROOT / "CHANGELOG.md").read_text(), re.MULTILINE).group(1)
+        newest = re.search(r"^## (\d\S*)", (ROOT / "CHANGELOG.md").read_text(), re.MULTILINE).group(1)
         self.assertEqual(newest, project)
 
     def test_the_licence_is_the_repositorys(self):
