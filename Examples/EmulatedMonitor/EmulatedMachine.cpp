@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -69,6 +71,7 @@ public:
         GError* error = nullptr;
         const std::string text = machine.asDeviceText();
         throwOnError(umockdev_testbed_add_from_string(testbed_.get(), text.c_str(), &error), error);
+        g_signal_connect(handler_.get(), "client-connected", G_CALLBACK(onOpen), this);
         g_signal_connect(handler_.get(), "handle-ioctl", G_CALLBACK(onIoctl), this);
         g_signal_connect(handler_.get(), "handle-read", G_CALLBACK(onRead), this);
         g_signal_connect(handler_.get(), "handle-write", G_CALLBACK(onWrite), this);
@@ -80,10 +83,29 @@ public:
 
     UMockdevTestbed* get() const { return testbed_.get(); }
 
+    std::set<int> opened() const
+    {
+        const std::lock_guard lock(mutex_);
+        return opened_;
+    }
+
     std::atomic<bool> isTracing = false;
 
 private:
     using Client = UMockdevIoctlClient;
+
+    static void onOpen(UMockdevIoctlBase*, Client* client, gpointer self)
+    {
+        Testbed& testbed = *static_cast<Testbed*>(self);
+        const std::lock_guard lock(testbed.mutex_);
+        testbed.opened_.insert(numberOf(client));
+    }
+
+    static int numberOf(Client* client)
+    {
+        const std::string node = umockdev_ioctl_client_get_devnode(client);
+        return std::stoi(node.substr(node.rfind('-') + 1));
+    }
 
     static gboolean onIoctl(UMockdevIoctlBase*, Client* client, gpointer self)
     {
@@ -150,9 +172,7 @@ private:
 
     int transfer(Client* client, const i2c_msg& message)
     {
-        const std::string node = umockdev_ioctl_client_get_devnode(client);
-        const int number = std::stoi(node.substr(node.rfind('-') + 1));
-        const auto monitor = monitors_.find(number);
+        const auto monitor = monitors_.find(numberOf(client));
         const std::span<std::uint8_t> bytes(message.buf, message.buf ? message.len : 0);
         const bool isRead = (message.flags & I2C_M_RD) != 0;
         const auto now = std::chrono::steady_clock::now();
@@ -161,13 +181,13 @@ private:
             error = isRead ? monitor->second->read(message.addr, bytes, now)
                            : monitor->second->write(message.addr, bytes, now);
         if (isTracing)
-            print(node, message, error);
+            print(umockdev_ioctl_client_get_devnode(client), message, error);
         return error;
     }
 
-    static void print(const std::string& node, const i2c_msg& message, int error)
+    static void print(const char* node, const i2c_msg& message, int error)
     {
-        std::string line = node + ((message.flags & I2C_M_RD) != 0 ? " read  " : " write ");
+        std::string line = std::string(node) + ((message.flags & I2C_M_RD) != 0 ? " read  " : " write ");
         std::array<char, 8> text{};
         std::snprintf(text.data(), text.size(), "0x%02x", message.addr);
         line += text.data();
@@ -190,6 +210,8 @@ private:
     }
 
     const Monitors monitors_;
+    mutable std::mutex mutex_;
+    std::set<int> opened_;
     const Reference<UMockdevTestbed> testbed_;
     const Reference<UMockdevIoctlBase> handler_;
 };
@@ -212,16 +234,26 @@ void EmulatedMachine::trace(bool isOn)
     testbed_->isTracing = isOn;
 }
 
+std::vector<std::string> EmulatedMachine::forbiddenBusesOpened() const
+{
+    const std::set<int> opened = testbed_->opened();
+    std::vector<std::string> names;
+    for (const MachineFixture::Bus& bus : MachineFixture::forbiddenBuses())
+        if (opened.contains(bus.number))
+            names.push_back(bus.name);
+    return names;
+}
+
 void EmulatedMachine::setStatus(const std::string& connector, const std::string& status)
 {
-    const std::string path = std::string("/sys") + MachineFixture::cardPath + "/drm/card0/card0-" + connector;
+    const std::string path = std::string("/sys") + MachineFixture::cardPath() + "/drm/card0/card0-" + connector;
     umockdev_testbed_set_attribute(testbed_->get(), path.c_str(), "status", (status + "\n").c_str());
     announceHotplug();
 }
 
 void EmulatedMachine::announceHotplug()
 {
-    const std::string card = std::string("/sys") + MachineFixture::cardPath + "/drm/card0";
+    const std::string card = std::string("/sys") + MachineFixture::cardPath() + "/drm/card0";
     umockdev_testbed_set_property(testbed_->get(), card.c_str(), "HOTPLUG", "1");
     umockdev_testbed_uevent(testbed_->get(), card.c_str(), "change");
 }

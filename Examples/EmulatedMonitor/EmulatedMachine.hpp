@@ -5,6 +5,8 @@
 
 #include <map>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace quenstal {
 
@@ -25,6 +27,9 @@ public:
 
     /// Prints every message to the error output.
     void trace(bool isOn);
+    /// The names of the forbidden buses that some program has opened.
+    std::vector<std::string> forbiddenBusesOpened() const;
+
     /// A monitor is plugged in ("connected") or out, and the kernel says so.
     void setStatus(const std::string& connector, const std::string& status);
     /// The event alone, as a storm of them is made.

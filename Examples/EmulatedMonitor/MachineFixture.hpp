@@ -7,8 +7,8 @@
 
 namespace quenstal {
 
-/// A graphics card with its connectors and buses, from which the kernel's view of it is made: as a directory, or as
-/// the text that an emulation of devices reads.
+/// Graphics cards with their connectors and buses, from which the kernel's view of them is made: as a directory, or as
+/// the text that an emulation of devices reads. The first card has two buses besides that nobody may touch.
 struct MachineFixture {
     enum class Link {
         /// The driver does not say which bus belongs to the connector.
@@ -25,15 +25,20 @@ struct MachineFixture {
         int bus = -1;
         std::vector<std::uint8_t> edid = {};
         std::string status = "connected";
+        int card = 0;
     };
-    /// A bus of the card that no connector is linked to.
+    /// A bus of a card that no connector is linked to. Without another name it leads to a display.
     struct Bus {
         int number;
-        std::string name = "card bus";
+        std::string name = "DPMST";
+        int card = 0;
     };
 
     std::vector<Connector> connectors;
     std::vector<Bus> buses;
+
+    /// The power controller and the lights.
+    static const std::vector<Bus>& forbiddenBuses();
 
     /// Numbers of all buses.
     std::vector<int> busNumbers() const;
@@ -41,7 +46,7 @@ struct MachineFixture {
     void writeTo(const std::filesystem::path& sysRoot) const;
     std::string asDeviceText() const;
 
-    static constexpr const char* cardPath = "/devices/pci0000:00/0000:00:02.0";
+    static std::string cardPath(int card = 0);
 };
 
 /// A directory that goes with its owner.

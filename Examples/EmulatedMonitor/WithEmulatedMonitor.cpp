@@ -8,7 +8,8 @@
 // are handed to the command.
 //
 // With --steered the monitor obeys the lines of the standard input (see Steering.hpp) and answers each on the standard
-// output, where the first line is the command's process number. The command ends when that input does.
+// output, where the first line is the command's process number. The command ends when that input does. The status is 70
+// when it has opened a bus of the card that leads to no display.
 
 #include "EmulatedMonitor/EmulatedMachine.hpp"
 #include "EmulatedMonitor/Steering.hpp"
@@ -62,6 +63,8 @@ struct Machine {
 
 constexpr int usageStatus = 64;
 constexpr int cannotRunStatus = 127;
+/// A steered command is a program under test.
+constexpr int forbiddenBusStatus = 70;
 
 std::shared_ptr<SimulatedMonitor> internalPanel()
 {
@@ -91,7 +94,8 @@ std::optional<Machine> machineOf(const Options& options)
         {"mst",
             {{{{"DP-1", Link::auxiliary, 4, {}, "disconnected"}, {"DP-5", Link::none, -1, edid}}, {{7}, {8}}},
                 {{8, monitor}}}},
-        {"unlinked", {{{{"HDMI-A-1", Link::none, -1, edid}}, {{2, "SMBus I801 adapter"}, {6}}}, {{6, monitor}}}},
+        {"unlinked",
+            {{{{"HDMI-A-1", Link::none, -1, edid}}, {{2, "Synopsys DesignWare I2C adapter"}, {6}}}, {{6, monitor}}}},
         {"internal", {{{panelConnector}, {}}, {{3, panel}}}},
         {"two",
             {{{{"DP-1", Link::auxiliary, 5, edid}, {"HDMI-A-1", Link::ddc, 6, edidOf(second)}}, {}},
@@ -294,7 +298,10 @@ int main(char** argv)
         steering.emplace(emulation, machine->steeredConnector(), machine->monitors.rbegin()->second);
     const int status = Run(options->command, signals, steering ? &*steering : nullptr).status();
     report(machine->monitors);
-    return status;
+    const std::vector<std::string> forbidden = emulation.forbiddenBusesOpened();
+    for (const std::string& name : forbidden)
+        std::fprintf(stderr, "%s was opened, which leads to no display\n", name.c_str());
+    return steering && !forbidden.empty() ? forbiddenBusStatus : status;
 }
 
 } // namespace

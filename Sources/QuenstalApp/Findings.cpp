@@ -99,11 +99,14 @@ std::string description(const DisplayBusProblem& problem)
     case DisplayBusProblem::Kind::accessDenied:
         return problem.monitor + ": no access to " + problem.device + ".";
     case DisplayBusProblem::Kind::notAnswering:
-        return problem.monitor + " tells no volume over " + problem.device + ".";
+        return problem.monitor + " does not report its volume on " + problem.device + ".";
     case DisplayBusProblem::Kind::writesRefused:
-        return problem.monitor + " takes no volume over " + problem.device + ".";
+        return problem.monitor + " does not accept volume changes on " + problem.device + ".";
     case DisplayBusProblem::Kind::stuck:
-        return problem.monitor + ": the driver of " + problem.device + " hangs.";
+        return problem.monitor + ": the driver for " + problem.device + " is not responding.";
+    case DisplayBusProblem::Kind::unknownBuses:
+        return problem.monitor + " cannot be reached over DDC/CI. Left alone, because no display is known to be there: "
+            + problem.device + ".";
     }
     programmingError("The problem is none of its kinds.");
 }

@@ -71,11 +71,13 @@ struct DisplayBusProblem {
         /// Reads are answered, writes are not carried out.
         writesRefused,
         /// A call to the driver has not come back.
-        stuck
+        stuck,
+        /// The buses that it may be behind are not known to lead to displays, and are left alone.
+        unknownBuses
     };
 
     Kind kind = Kind::notAnswering;
-    /// As the user finds it, for example "/dev/i2c-5".
+    /// As the user finds it, for example "/dev/i2c-5"; of unknown buses all of them, with their names.
     std::string device;
     /// The monitor's own name, or that of its connector.
     std::string monitor;

@@ -128,6 +128,12 @@ std::vector<MonitorTransaction> SimulatedMonitor::journal() const
     return journal_;
 }
 
+std::size_t SimulatedMonitor::messages() const
+{
+    const std::lock_guard lock(mutex_);
+    return messages_;
+}
+
 std::optional<int> SimulatedMonitor::injectedFailure(Time now)
 {
     if (now < busyUntil_ || description_.quirks.isDeaf)
@@ -142,6 +148,7 @@ std::optional<int> SimulatedMonitor::injectedFailure(Time now)
 int SimulatedMonitor::write(std::uint16_t address, std::span<const std::uint8_t> bytes, Time now)
 {
     const std::lock_guard lock(mutex_);
+    ++messages_;
     if (!present_ || (address != edidAddress && address != ddcAddress))
         return ENXIO;
     if (address == ddcAddress)
@@ -154,6 +161,7 @@ int SimulatedMonitor::write(std::uint16_t address, std::span<const std::uint8_t>
 int SimulatedMonitor::read(std::uint16_t address, std::span<std::uint8_t> bytes, Time now)
 {
     const std::lock_guard lock(mutex_);
+    ++messages_;
     if (!present_ || (address != edidAddress && address != ddcAddress))
         return ENXIO;
     if (address == edidAddress) {

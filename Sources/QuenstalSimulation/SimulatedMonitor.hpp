@@ -97,6 +97,8 @@ public:
     /// An absent monitor acknowledges nothing.
     void setPresent(bool present);
     std::vector<MonitorTransaction> journal() const;
+    /// How many messages its bus carried, to whatever address.
+    std::size_t messages() const;
 
 private:
     using Message = std::vector<std::uint8_t>;
@@ -122,6 +124,7 @@ private:
     std::deque<int> failures_;
     std::minstd_rand noise_;
     std::vector<MonitorTransaction> journal_;
+    std::size_t messages_ = 0;
 };
 
 } // namespace quenstal

@@ -16,6 +16,8 @@
 #include <fstream>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -24,6 +26,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using Kind = DisplayBusProblem::Kind;
+using Link = MachineFixture::Link;
 
 /// What a command prints; its status does not matter here.
 std::string outputOf(const std::string& command)
@@ -51,17 +54,21 @@ bool isStuckInTheKernel()
 struct MachineMonitorTest : testing::Test {
     static void SetUpTestSuite()
     {
-        if (Emulator::isPresent())
-            loadModules("vhci-hcd i2c-tiny-usb i2c-dev");
+        if (!Emulator::isPresent())
+            return;
+        loadModules("vhci-hcd i2c-tiny-usb i2c-dev");
+        powerController = std::make_unique<UsbMonitor>(powerChip);
+        powerBus = powerController->bus();
     }
+
+    static void TearDownTestSuite() { powerController.reset(); }
 
     void SetUp() override
     {
         if (!Emulator::isPresent())
             GTEST_SKIP() << "runs on an emulated machine";
         plugIn();
-        // No driver of a graphics card has this bus: a connector that says so is made up.
-        MachineFixture({{{"HDMI-A-1", MachineFixture::Link::ddc, bus, edid()}}, {}}).writeTo(sysfs.path());
+        writeCard({{"HDMI-A-1", Link::ddc, bus, edidOf(*monitor)}});
         start();
         ASSERT_TRUE(loop.runUntil([this] { return read().maximum > 0; }));
     }
@@ -71,6 +78,13 @@ struct MachineMonitorTest : testing::Test {
         monitors.reset();
         adapter.reset();
         EXPECT_TRUE(loop.runUntil([this] { return !hasNode(); }));
+        EXPECT_EQ(powerChip->messages(), 0u) << "the card's power controller was touched";
+    }
+
+    /// No driver of a graphics card has these buses: a card that says so is made up.
+    void writeCard(std::vector<MachineFixture::Connector> connectors) const
+    {
+        MachineFixture(std::move(connectors), {{powerBus, "AMDGPU SMU 1"}}).writeTo(sysfs.path());
     }
 
     void plugIn()
@@ -86,7 +100,10 @@ struct MachineMonitorTest : testing::Test {
         monitors = std::make_unique<LinuxMonitors>(loop, nullptr, machine);
     }
 
-    std::vector<std::uint8_t> edid() const { return {monitor->edid().begin(), monitor->edid().end()}; }
+    static std::vector<std::uint8_t> edidOf(const SimulatedMonitor& one)
+    {
+        return {one.edid().begin(), one.edid().end()};
+    }
     std::string node() const { return "/dev/i2c-" + std::to_string(bus); }
     bool hasNode() const { return std::filesystem::exists(node()); }
 
@@ -104,6 +121,10 @@ struct MachineMonitorTest : testing::Test {
         return !problems.empty() && problems.front().kind == kind;
     }
 
+    static inline const auto powerChip = std::make_shared<SimulatedMonitor>(MonitorDescription{.name = "Power"});
+    static inline std::unique_ptr<UsbMonitor> powerController;
+    static inline int powerBus = -1;
+
     const std::shared_ptr<SimulatedMonitor> monitor = std::make_shared<SimulatedMonitor>();
     TemporaryDirectory sysfs;
     MachineLoop loop;
@@ -119,6 +140,16 @@ TEST_F(MachineMonitorTest, theVolumeIsReadAndWrittenThroughTheKernelsOwnDriver)
         EXPECT_TRUE(set(value));
     EXPECT_TRUE(loop.runUntil([this] { return monitor->volume() == 60; }));
     expectBusRules(*monitor);
+}
+
+TEST_F(MachineMonitorTest, theCardsPowerControllerIsLeftAloneWhateverIsLookedFor)
+{
+    // Whoever asked it would find the very monitor that is missing.
+    writeCard({{"HDMI-A-1", Link::ddc, bus, edidOf(*monitor)}, {"HDMI-A-2", Link::none, -1, edidOf(*powerChip)}});
+    monitors.reset();
+    start();
+    EXPECT_TRUE(loop.runUntil([this] { return hasProblem(Kind::unknownBuses); }));
+    EXPECT_TRUE(loop.runUntil([this] { return read().maximum > 0; }));
 }
 
 TEST_F(MachineMonitorTest, whatOneProgramWritesTheOtherReads)

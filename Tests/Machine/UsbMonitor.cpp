@@ -9,6 +9,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <stdexcept>
 #include <string>
 
@@ -113,6 +114,19 @@ std::string firstLine(const fs::path& file)
     return line;
 }
 
+/// The nodes that such adapters have.
+std::set<std::string> adapterNodes()
+{
+    std::set<std::string> nodes;
+    std::error_code none;
+    for (const auto& device : fs::directory_iterator("/sys/class/i2c-dev", none)) {
+        const std::string node = device.path().filename().string();
+        if (firstLine(device.path() / "name").starts_with("i2c-tiny-usb") && fs::exists("/dev/" + node))
+            nodes.insert(node);
+    }
+    return nodes;
+}
+
 /// The first port that nothing is plugged into.
 std::string freePort()
 {
@@ -142,6 +156,7 @@ struct UsbMonitor::Request {
 
 UsbMonitor::UsbMonitor(std::shared_ptr<SimulatedMonitor> monitor)
     : monitor_(std::move(monitor))
+    , othersNodes_(adapterNodes())
 {
     std::array<int, 2> ends{};
     if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) != 0)
@@ -187,12 +202,9 @@ int UsbMonitor::bus() const
     constexpr auto usualLimit = std::chrono::seconds(10);
     const auto end = Clock::now() + slowed(usualLimit);
     while (Clock::now() < end) {
-        std::error_code none;
-        for (const auto& device : fs::directory_iterator("/sys/class/i2c-dev", none)) {
-            const std::string node = device.path().filename().string();
-            if (firstLine(device.path() / "name").starts_with("i2c-tiny-usb") && fs::exists("/dev/" + node))
+        for (const std::string& node : adapterNodes())
+            if (!othersNodes_.contains(node))
                 return std::stoi(node.substr(node.find('-') + 1));
-        }
         poll(nullptr, 0, 10);
     }
     throw std::runtime_error("the bus of the USB adapter: " + gaveUpAfter(usualLimit));

@@ -9,6 +9,8 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <set>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -44,6 +46,7 @@ private:
     Answer message(const Request& request);
 
     const std::shared_ptr<SimulatedMonitor> monitor_;
+    const std::set<std::string> othersNodes_;
     FileDescriptor wire_;
     std::uint8_t status_ = 0;
     std::mutex mutex_; // guards hangs_, isOut_

@@ -162,12 +162,14 @@ TEST(FindingsTest, aMonitorThatIsOddComesWithItsOwnRemedyAndNoCommand)
     Findings findings = monitorFindings();
     findings.monitorProblems = {{Kind::notAnswering, "/dev/i2c-5", "Left", "Switch it on."},
         {Kind::writesRefused, "/dev/i2c-6", "Right", ""}, {Kind::stuck, "/dev/i2c-7", "Third", "Unplug it."},
-        {Kind::notAnswering, "", "Fourth", ""}};
+        {Kind::notAnswering, "", "Fourth", ""}, {Kind::unknownBuses, "/dev/i2c-8 (some bus)", "Fifth", ""}};
     EXPECT_THAT(inPlainWords(findings, commands),
-        EndsWith("Missing:  Left tells no volume over /dev/i2c-5. Switch it on.\n"
-                 "          Right takes no volume over /dev/i2c-6.\n"
-                 "          Third: the driver of /dev/i2c-7 hangs. Unplug it.\n"
-                 "          Fourth cannot be reached over DDC/CI.\n"));
+        EndsWith("Missing:  Left does not report its volume on /dev/i2c-5. Switch it on.\n"
+                 "          Right does not accept volume changes on /dev/i2c-6.\n"
+                 "          Third: the driver for /dev/i2c-7 is not responding. Unplug it.\n"
+                 "          Fourth cannot be reached over DDC/CI.\n"
+                 "          Fifth cannot be reached over DDC/CI. Left alone, because no display is known to be there: "
+                 "/dev/i2c-8 (some bus).\n"));
 }
 
 TEST(FindingsTest, preferencesThatAreNotKeptAreMissing)

@@ -267,10 +267,11 @@ TEST_F(PanelViews, aProblemOfAMonitorIsShownWithWhatHelpsSaidOnce)
     const char* const module = "Load the kernel module i2c-dev.";
     const Row rows[]{
         // clang-format off
-        {{{Kind::stuck, "/dev/i2c-3", "Left", "Do it."}}, "Left: the driver of /dev/i2c-3 hangs. Do it."},
+        {{{Kind::stuck, "/dev/i2c-3", "Left", "Do it."}}, "Left: the driver for /dev/i2c-3 is not responding. Do it."},
         {{{Kind::accessDenied, "/dev/i2c-3", "Left", "Do it."}, {Kind::accessDenied, "/dev/i2c-4", "Right", "Do it."}}, "Left: no access to /dev/i2c-3. Right: no access to /dev/i2c-4. Do it."},
-        {{{Kind::writesRefused, "/dev/i2c-3", "Left", ""}, {Kind::notAnswering, "/dev/i2c-4", "Right", "Do it."}}, "Left takes no volume over /dev/i2c-3. Right tells no volume over /dev/i2c-4. Do it."},
+        {{{Kind::writesRefused, "/dev/i2c-3", "Left", ""}, {Kind::notAnswering, "/dev/i2c-4", "Right", "Do it."}}, "Left does not accept volume changes on /dev/i2c-3. Right does not report its volume on /dev/i2c-4. Do it."},
         {{{Kind::notAnswering, "", "Left", module}}, "Left cannot be reached over DDC/CI. Load the kernel module i2c-dev."},
+        {{{Kind::unknownBuses, "/dev/i2c-3 (some bus)", "Left", ""}}, "Left cannot be reached over DDC/CI. Left alone, because no display is known to be there: /dev/i2c-3 (some bus)."},
         {{}, ""},
         // clang-format on
     };

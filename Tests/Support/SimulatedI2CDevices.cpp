@@ -68,7 +68,17 @@ std::size_t SimulatedI2CDevices::openDescriptors() const
 std::size_t SimulatedI2CDevices::opens() const
 {
     const std::lock_guard lock(mutex_);
-    return opens_;
+    std::size_t opens = 0;
+    for (const auto& [path, count] : opens_)
+        opens += count;
+    return opens;
+}
+
+std::size_t SimulatedI2CDevices::opens(const std::string& path) const
+{
+    const std::lock_guard lock(mutex_);
+    const auto count = opens_.find(path);
+    return count == opens_.end() ? 0 : count->second;
 }
 
 WorkerTime::Duration SimulatedI2CDevices::longestIdle() const
@@ -89,7 +99,7 @@ int SimulatedI2CDevices::overlaps() const
 int SimulatedI2CDevices::open(const std::string& path, int& descriptor)
 {
     const std::lock_guard lock(mutex_);
-    ++opens_;
+    ++opens_[path];
     descriptor = -1;
     if (const int error = nextFault(openFaults_); error != 0)
         return error;

@@ -37,7 +37,9 @@ public:
     void release();
 
     std::size_t openDescriptors() const;
+    /// How often any device was opened, or tried to be, and how often this one.
     std::size_t opens() const;
+    std::size_t opens(const std::string& path) const;
     /// The longest that a descriptor stayed open after its last transfer, by now.
     WorkerTime::Duration longestIdle() const;
     /// Transfers that began while another was under way on the same device.
@@ -78,7 +80,7 @@ private:
     std::map<std::string, Device> devices_;
     std::map<int, Descriptor> descriptors_;
     int lastDescriptor_ = 100;
-    std::size_t opens_ = 0;
+    std::map<std::string, std::size_t> opens_;
     WorkerTime::Duration longestIdle_{};
     int overlaps_ = 0;
     Faults openFaults_;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <set>
 #include <utility>
 
 namespace quenstal {
@@ -20,10 +21,10 @@ Bytes firstBlock(const Bytes& edid)
 }
 
 /// Empty when nothing answers.
-Bytes edidOn(const UnclaimedBus& bus, const DisplayMachine& machine, CardGates& gates)
+Bytes edidOn(const CardBus& bus, const DisplayMachine& machine, CardGates& gates)
 {
     constexpr std::array<std::uint8_t, 1> fromTheBeginning{0};
-    BusLink link(machine.devRoot / bus.name, machine.devices, machine.time, gates.of(bus.card));
+    BusLink link(machine.devRoot / bus.device, machine.devices, machine.time, gates.of(bus.card));
     Bytes edid(edidBlockLength);
     const int error = link.exchange(edidAddress, fromTheBeginning, WorkerTime::Duration::zero(), edid);
     return error == 0 && monitorIdentityOf(edid) ? edid : Bytes();
@@ -31,23 +32,42 @@ Bytes edidOn(const UnclaimedBus& bus, const DisplayMachine& machine, CardGates& 
 
 bool lacksBus(const Connector& connector)
 {
-    return !connector.isInternal && connector.bus.empty() && !connector.edid.empty();
+    return !connector.isInternal && connector.bus.empty() && connector.leftAlone.empty() && !connector.edid.empty();
 }
 
-void matchByEdid(std::vector<Connector>& connectors, const DisplayMachine& machine, CardGates& gates)
+/// What the search goes by: a monitor is behind a bus of its own card.
+using Place = std::pair<std::string, Bytes>;
+
+void matchByEdid(std::vector<Connector>& connectors, const std::vector<CardBus>& unclaimed,
+    const DisplayMachine& machine, CardGates& gates)
 {
-    if (std::ranges::none_of(connectors, lacksBus))
-        return;
-    std::multimap<Bytes, std::string> buses;
-    for (const UnclaimedBus& bus : unclaimedDisplayBuses(machine.sysRoot))
-        buses.emplace(edidOn(bus, machine, gates), bus.name);
-    std::multimap<Bytes, Connector*> lacking;
-    for (Connector& connector : connectors)
-        if (lacksBus(connector))
-            lacking.emplace(firstBlock(connector.edid), &connector);
-    for (const auto& [edid, connector] : lacking)
-        if (lacking.count(edid) == 1 && buses.count(edid) == 1)
-            connector->bus = buses.find(edid)->second;
+    std::multimap<Place, Connector*> lacking;
+    std::set<std::string> cards;
+    for (Connector& connector : connectors) {
+        if (!lacksBus(connector))
+            continue;
+        lacking.emplace(Place(connector.card(), firstBlock(connector.edid)), &connector);
+        cards.insert(connector.card());
+    }
+    std::multimap<Place, std::string> buses;
+    for (const CardBus& bus : unclaimed)
+        if (bus.isKnown && cards.contains(bus.card))
+            buses.emplace(Place(bus.card, edidOn(bus, machine, gates)), bus.device);
+    for (const auto& [place, connector] : lacking)
+        if (lacking.count(place) == 1 && buses.count(place) == 1)
+            connector->bus = buses.find(place)->second;
+}
+
+/// Of what was not found, it is told where it was not looked for.
+void nameWhatIsLeftAlone(std::vector<Connector>& connectors, const std::vector<CardBus>& unclaimed)
+{
+    for (Connector& connector : connectors) {
+        if (!lacksBus(connector))
+            continue;
+        for (const CardBus& bus : unclaimed)
+            if (!bus.isKnown && bus.card == connector.card())
+                connector.leftAlone.push_back(bus.title());
+    }
 }
 
 } // namespace
@@ -64,7 +84,11 @@ std::shared_ptr<CardGate> CardGates::of(const std::string& card)
 ConnectorScan scanConnectors(const DisplayMachine& machine, CardGates& gates)
 {
     ConnectorScan scan{readConnectors(machine.sysRoot), hasI2CDevices(machine.sysRoot)};
-    matchByEdid(scan.connectors, machine, gates);
+    if (std::ranges::none_of(scan.connectors, lacksBus))
+        return scan;
+    const std::vector<CardBus> unclaimed = unclaimedBuses(machine.sysRoot);
+    matchByEdid(scan.connectors, unclaimed, machine, gates);
+    nameWhatIsLeftAlone(scan.connectors, unclaimed);
     return scan;
 }
 

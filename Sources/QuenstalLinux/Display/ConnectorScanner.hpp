@@ -40,9 +40,10 @@ struct ConnectorScan {
     bool hasI2CDevices = false;
 };
 
-/// Reads the connectors and finds the buses of those that do not name theirs, by the EDID that each bus gives. Blocks
-/// for as long as the driver probes, and for a transaction with each unclaimed bus. Two connectors, or two buses, with
-/// one and the same EDID stay without: a guess could send the volume to the wrong monitor.
+/// Reads the connectors and finds the buses of those that do not name theirs, by the EDID that the buses of the same
+/// card give which are known to lead to displays. Blocks for as long as the driver probes, and for a transaction with
+/// each such bus that no connector claims. Two connectors, or two buses, with one and the same EDID stay without: a
+/// guess could send the volume to the wrong monitor.
 ConnectorScan scanConnectors(const DisplayMachine& machine, CardGates& gates);
 
 /// Makes such scans on a thread of its own. Main thread, but for the callback.

@@ -1,6 +1,7 @@
 #include "QuenstalLinux/Display/Connectors.hpp"
 
 #include "QuenstalLinux/Display/Edid.hpp"
+#include "QuenstalLinux/Display/KnownBuses.hpp"
 
 #include <algorithm>
 #include <array>
@@ -20,7 +21,6 @@ namespace fs = std::filesystem;
 constexpr std::array<std::string_view, 4> internalTypes{"eDP", "LVDS", "DSI", "DPI"};
 constexpr std::array<std::string_view, 2> typesWithoutMonitor{"Writeback", "Virtual"};
 constexpr std::string_view busPrefix = "i2c-";
-constexpr std::string_view displayClass = "0x03";
 
 /// Nothing below /sys that is read here is longer; a fault elsewhere must not fill the memory.
 constexpr std::size_t longestFile = 32 * edidBlockLength;
@@ -73,10 +73,13 @@ std::string linkedBus(const fs::path& connector)
     return !error && isBus(target) ? target : std::string();
 }
 
-std::string busOf(const fs::path& connector)
+/// The buses that are this connector's, the one that serves its monitor first. A DisplayPort has a second one for
+/// adapters to another plug.
+std::vector<std::string> busesOf(const fs::path& connector)
 {
-    std::string bus = auxiliaryBus(connector);
-    return bus.empty() ? linkedBus(connector) : bus;
+    std::vector<std::string> buses{auxiliaryBus(connector), linkedBus(connector)};
+    std::erase(buses, std::string());
+    return buses;
 }
 
 /// "HDMI-A-1" of "card1-HDMI-A-1"; empty for anything that is not a connector.
@@ -112,7 +115,6 @@ Connector readConnector(const fs::path& directory, const std::string& name)
     connector.isInternal = startsWithOneOf(connectorType(name), internalTypes);
     connector.edid.assign(edid.begin(), edid.end());
     connector.identity = monitorIdentityOf(connector.edid).value_or(MonitorIdentity{});
-    connector.bus = busOf(directory);
     return connector;
 }
 
@@ -123,23 +125,53 @@ std::vector<std::string> connectorNames(const fs::path& directory)
     return names;
 }
 
-bool isSystemManagementBus(const fs::path& bus)
+std::string firstLine(const fs::path& file)
 {
-    return contents(bus / "name").find("SMBus") != std::string::npos;
+    const std::string text = contents(file);
+    return text.substr(0, text.find('\n'));
 }
 
-/// The card that the bus hangs below; empty when it is not a graphics card.
-std::string cardAbove(const fs::path& bus)
+std::string driverOf(const fs::path& device)
+{
+    std::error_code error;
+    return fs::read_symlink(device / "driver", error).filename();
+}
+
+/// "card1" of a graphics card's device; empty for every other.
+std::string cardOf(const fs::path& device)
+{
+    const std::vector<std::string> nodes = namesIn(device / "drm");
+    const auto node = std::ranges::find_if(nodes, [](const std::string& name) { return name.starts_with("card"); });
+    return node == nodes.end() ? std::string() : *node;
+}
+
+/// What the property is of the nearest device above the bus that has it.
+std::string nearest(const fs::path& bus, std::string (*property)(const fs::path& device))
 {
     std::error_code error;
     fs::path device = fs::canonical(bus, error);
-    while (!error && device.has_relative_path() && contents(device / "class").empty())
+    std::string found;
+    while (found.empty() && device.has_relative_path()) {
         device = device.parent_path();
-    if (error || !contents(device / "class").starts_with(displayClass))
-        return {};
-    const std::vector<std::string> nodes = namesIn(device / "drm");
-    const auto card = std::ranges::find_if(nodes, [](const std::string& name) { return name.starts_with("card"); });
-    return card == nodes.end() ? std::string() : *card;
+        found = property(device);
+    }
+    return found;
+}
+
+CardBus readBus(const fs::path& sysRoot, const std::string& device)
+{
+    const fs::path directory = sysRoot / "bus/i2c/devices" / device;
+    CardBus bus{device, firstLine(directory / "name"), nearest(directory, cardOf)};
+    bus.isKnown = leadsToDisplay(nearest(directory, driverOf), bus.name);
+    return bus;
+}
+
+void adoptBus(Connector& connector, const CardBus& bus)
+{
+    if (bus.isKnown)
+        connector.bus = bus.device;
+    else
+        connector.leftAlone.push_back(bus.title());
 }
 
 } // namespace
@@ -148,25 +180,30 @@ std::vector<Connector> readConnectors(const fs::path& sysRoot)
 {
     const fs::path directory = sysRoot / "class/drm";
     std::vector<Connector> connectors;
-    for (const std::string& name : connectorNames(directory))
-        if (isConnected(directory / name))
-            connectors.push_back(readConnector(directory / name, name));
+    for (const std::string& name : connectorNames(directory)) {
+        if (!isConnected(directory / name))
+            continue;
+        Connector connector = readConnector(directory / name, name);
+        if (const std::vector<std::string> buses = busesOf(directory / name); !buses.empty())
+            adoptBus(connector, readBus(sysRoot, buses.front()));
+        connectors.push_back(std::move(connector));
+    }
     return connectors;
 }
 
-std::vector<UnclaimedBus> unclaimedDisplayBuses(const fs::path& sysRoot)
+std::vector<CardBus> unclaimedBuses(const fs::path& sysRoot)
 {
     // Disconnected and internal connectors keep their buses, too.
     std::set<std::string> claimed;
     for (const std::string& name : connectorNames(sysRoot / "class/drm"))
-        claimed.insert(busOf(sysRoot / "class/drm" / name));
-    const fs::path directory = sysRoot / "bus/i2c/devices";
-    std::vector<UnclaimedBus> buses;
-    for (const std::string& name : namesIn(directory)) {
-        if (!isBus(name) || claimed.contains(name) || isSystemManagementBus(directory / name))
+        for (std::string& bus : busesOf(sysRoot / "class/drm" / name))
+            claimed.insert(std::move(bus));
+    std::vector<CardBus> buses;
+    for (const std::string& device : namesIn(sysRoot / "bus/i2c/devices")) {
+        if (!isBus(device) || claimed.contains(device))
             continue;
-        if (std::string card = cardAbove(directory / name); !card.empty())
-            buses.push_back({name, std::move(card)});
+        if (CardBus bus = readBus(sysRoot, device); !bus.card.empty())
+            buses.push_back(std::move(bus));
     }
     return buses;
 }

@@ -18,8 +18,11 @@ struct Connector {
     std::vector<std::uint8_t> edid;
     /// None of it known when there is no valid EDID.
     MonitorIdentity identity;
-    /// For example "i2c-5"; empty when the driver does not say.
+    /// For example "i2c-5"; empty when the driver does not say, or names one that is not known to lead to a display.
     std::string bus;
+    /// Buses that the monitor may be behind, but are not known to lead to displays and are left alone, with their
+    /// names: "i2c-3 (AMDGPU SMU 0)".
+    std::vector<std::string> leftAlone;
 
     bool operator==(const Connector&) const = default;
 
@@ -33,17 +36,25 @@ struct Connector {
 /// empty. May block for as long as the driver probes; not on the main thread.
 std::vector<Connector> readConnectors(const std::filesystem::path& sysRoot);
 
-/// A bus of a graphics card that no connector claims.
-struct UnclaimedBus {
+/// An I2C bus, most often of a graphics card.
+struct CardBus {
+    /// "i2c-5".
+    std::string device;
+    /// As its driver calls it.
     std::string name;
-    /// "card1".
+    /// "card1"; empty when it hangs below something else.
     std::string card;
+    /// To lead to a display. Others are not to be touched.
+    bool isKnown = false;
 
-    bool operator==(const UnclaimedBus&) const = default;
+    bool operator==(const CardBus&) const = default;
+
+    /// "i2c-5 (AMDGPU DM i2c hw bus 0)".
+    std::string title() const { return device + " (" + name + ")"; }
 };
 
-/// System management buses left out, in a stable order: where the monitors of connectors without a bus may be.
-std::vector<UnclaimedBus> unclaimedDisplayBuses(const std::filesystem::path& sysRoot);
+/// The buses that no connector claims, in a stable order: where the monitors of connectors without a bus may be.
+std::vector<CardBus> unclaimedBuses(const std::filesystem::path& sysRoot);
 
 /// Whether the kernel offers I2C devices at all.
 bool hasI2CDevices(const std::filesystem::path& sysRoot);

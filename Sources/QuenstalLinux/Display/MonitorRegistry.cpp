@@ -30,8 +30,19 @@ std::string remedyFor(DisplayBusProblem::Kind kind)
         return "";
     case Kind::stuck:
         return "Unplug the monitor and plug it in again.";
+    case Kind::unknownBuses:
+        return "";
     }
     return "";
+}
+
+/// "/dev/i2c-3 (AMDGPU SMU 0), /dev/i2c-4 (AMDGPU SMU 1)".
+std::string listOf(const std::vector<std::string>& buses, const std::filesystem::path& devRoot)
+{
+    std::string list;
+    for (const std::string& bus : buses)
+        list += (list.empty() ? "" : ", ") + (devRoot / bus).string();
+    return list;
 }
 
 } // namespace
@@ -290,6 +301,8 @@ std::optional<DisplayBusProblem> MonitorRegistry::problemOf(const Monitor& monit
     const std::string& title = monitor.connector.title();
     if (!hasI2CDevices_)
         return DisplayBusProblem{Kind::notAnswering, "", title, "Load the kernel module i2c-dev."};
+    if (!monitor.connector.leftAlone.empty())
+        return DisplayBusProblem{Kind::unknownBuses, listOf(monitor.connector.leftAlone, machine_.devRoot), title, ""};
     if (!monitor.engine)
         return DisplayBusProblem{Kind::notAnswering, "", title, ""};
     const std::optional<Kind> kind = monitor.engine->problem();

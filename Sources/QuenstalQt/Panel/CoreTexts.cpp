@@ -126,9 +126,11 @@ constexpr std::array texts{
     QT_TRANSLATE_NOOP("Core",
         "Your preferences cannot be saved. Quenstal tries again; until then, changes last only until Quenstal quits."),
     QT_TRANSLATE_NOOP("Core", "%1: no access to %2."),
-    QT_TRANSLATE_NOOP("Core", "%1 tells no volume over %2."),
-    QT_TRANSLATE_NOOP("Core", "%1 takes no volume over %2."),
-    QT_TRANSLATE_NOOP("Core", "%1: the driver of %2 hangs."),
+    QT_TRANSLATE_NOOP("Core", "%1 does not report its volume on %2."),
+    QT_TRANSLATE_NOOP("Core", "%1 does not accept volume changes on %2."),
+    QT_TRANSLATE_NOOP("Core", "%1: the driver for %2 is not responding."),
+    QT_TRANSLATE_NOOP(
+        "Core", "%1 cannot be reached over DDC/CI. Left alone, because no display is known to be there: %2."),
     QT_TRANSLATE_NOOP("Core", "%1 cannot be reached over DDC/CI."),
     QT_TRANSLATE_NOOP(
         "Core", "Install the package: its udev rule 70-quenstal-i2c.rules lets in whoever is logged in at the screen."),

@@ -17,11 +17,13 @@ const char* statementOf(const DisplayBusProblem& problem)
     case Kind::accessDenied:
         return "%1: no access to %2.";
     case Kind::notAnswering:
-        return "%1 tells no volume over %2.";
+        return "%1 does not report its volume on %2.";
     case Kind::writesRefused:
-        return "%1 takes no volume over %2.";
+        return "%1 does not accept volume changes on %2.";
     case Kind::stuck:
-        return "%1: the driver of %2 hangs.";
+        return "%1: the driver for %2 is not responding.";
+    case Kind::unknownBuses:
+        return "%1 cannot be reached over DDC/CI. Left alone, because no display is known to be there: %2.";
     }
     return "";
 }

@@ -302,16 +302,20 @@
         <translation>%1: kein Zugriff auf %2.</translation>
     </message>
     <message>
-        <source>%1 tells no volume over %2.</source>
+        <source>%1 does not report its volume on %2.</source>
         <translation>%1 meldet keine Lautstärke über %2.</translation>
     </message>
     <message>
-        <source>%1 takes no volume over %2.</source>
+        <source>%1 does not accept volume changes on %2.</source>
         <translation>%1 nimmt keine Lautstärke über %2 an.</translation>
     </message>
     <message>
-        <source>%1: the driver of %2 hangs.</source>
-        <translation>%1: Der Treiber von %2 hängt.</translation>
+        <source>%1: the driver for %2 is not responding.</source>
+        <translation>%1: Der Treiber für %2 reagiert nicht.</translation>
+    </message>
+    <message>
+        <source>%1 cannot be reached over DDC/CI. Left alone, because no display is known to be there: %2.</source>
+        <translation>%1 ist über DDC/CI nicht erreichbar. Nicht angerührt, weil dort kein Bildschirm bekannt ist: %2.</translation>
     </message>
     <message>
         <source>%1 cannot be reached over DDC/CI.</source>

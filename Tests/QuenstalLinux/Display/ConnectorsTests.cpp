@@ -1,10 +1,18 @@
 #include "EmulatedMonitor/MachineFixture.hpp"
 #include "QuenstalLinux/Display/Connectors.hpp"
 #include "QuenstalLinux/Display/Edid.hpp"
+#include "QuenstalLinux/Display/KnownBuses.hpp"
 #include "QuenstalSimulation/SimulatedMonitor.hpp"
 
+#include <algorithm>
 #include <fstream>
+#include <map>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
 
+#include <fnmatch.h>
 #include <gtest/gtest.h>
 
 namespace quenstal {
@@ -40,6 +48,16 @@ struct DisplayConnectorsTest : testing::Test {
     std::filesystem::path connectorFile(const std::string& name, const std::string& file) const
     {
         return directory.path() / "class/drm" / ("card0-" + name) / file;
+    }
+
+    std::filesystem::path cardFile(const std::string& file) const
+    {
+        return directory.path() / MachineFixture::cardPath().substr(1) / file;
+    }
+
+    void rename(int bus, const std::string& name) const
+    {
+        std::ofstream(directory.path() / "bus/i2c/devices" / ("i2c-" + std::to_string(bus)) / "name") << name << "\n";
     }
 
     TemporaryDirectory directory;
@@ -128,7 +146,7 @@ TEST_F(DisplayConnectorsTest, missingAndOddFilesLeaveTheirFieldEmpty)
     std::filesystem::remove(connectorFile("DP-1", "status"));
     EXPECT_TRUE(readConnectors(directory.path()).empty());
     EXPECT_TRUE(readConnectors(directory.path() / "nothing here").empty());
-    EXPECT_TRUE(unclaimedDisplayBuses(directory.path() / "nothing here").empty());
+    EXPECT_TRUE(unclaimedBuses(directory.path() / "nothing here").empty());
 }
 
 TEST_F(DisplayConnectorsTest, aLinkToSomethingThatIsNoBusIsNone)
@@ -143,17 +161,114 @@ TEST_F(DisplayConnectorsTest, aLinkToSomethingThatIsNoBusIsNone)
     }
 }
 
-TEST_F(DisplayConnectorsTest, onlyUnclaimedBusesOfGraphicsCardsAreOnesToSearch)
+TEST_F(DisplayConnectorsTest, aBusThatIsNotKnownIsNamedAndNotTheConnectors)
+{
+    const MachineFixture machine{{{"DP-1", Link::auxiliary, 1, edid}, {"HDMI-A-1", Link::ddc, 2, edid}}, {}};
+    machine.writeTo(directory.path());
+    rename(1, "some new bus");
+    rename(2, "");
+    const std::vector<Connector> connectors = readConnectors(directory.path());
+    EXPECT_EQ(connectors.at(0).bus, "");
+    EXPECT_EQ(connectors.at(0).leftAlone, Names{"i2c-1 (some new bus)"});
+    EXPECT_EQ(connectors.at(1).bus, "");
+    EXPECT_EQ(connectors.at(1).leftAlone, Names{"i2c-2 ()"});
+}
+
+TEST_F(DisplayConnectorsTest, onlyBusesThatNoConnectorClaimsAreOnesToSearch)
 {
     const MachineFixture machine{{{"eDP-1", Link::auxiliary, 1, edid}, {"DP-1", Link::ddc, 2, {}, "disconnected"},
                                      {"DP-2", Link::none, -1, edid}},
-        {{3, "SMBus PIIX4 adapter"}, {12}, {4}}};
+        {{3, "Synopsys DesignWare I2C adapter"}, {12}, {4, "DPMST", 1}}};
     machine.writeTo(directory.path());
-    EXPECT_EQ(
-        unclaimedDisplayBuses(directory.path()), (std::vector<UnclaimedBus>{{"i2c-4", "card0"}, {"i2c-12", "card0"}}));
+    EXPECT_EQ(unclaimedBuses(directory.path()),
+        (std::vector<CardBus>{{"i2c-3", "Synopsys DesignWare I2C adapter", "card0", false},
+            {"i2c-4", "DPMST", "card1", true}, {"i2c-12", "DPMST", "card0", true},
+            {"i2c-90", "AMDGPU SMU 0", "card0", false}, {"i2c-91", "AMDGPU DM i2c OEM bus", "card0", false}}));
 
-    std::ofstream(directory.path() / (std::string(MachineFixture::cardPath).substr(1) + "/class")) << "0x0c0500\n";
-    EXPECT_TRUE(unclaimedDisplayBuses(directory.path()).empty()) << "not below a graphics card";
+    std::filesystem::remove_all(cardFile("drm"));
+    EXPECT_EQ(unclaimedBuses(directory.path()).size(), 1u) << "not below a graphics card";
+}
+
+TEST_F(DisplayConnectorsTest, aConnectorWithTwoBusesClaimsBoth)
+{
+    const MachineFixture machine{{{"eDP-1", Link::auxiliary, 1, edid}}, {{2, "AMDGPU DM i2c hw bus 2"}}};
+    machine.writeTo(directory.path());
+    ASSERT_EQ(unclaimedBuses(directory.path()).front().device, "i2c-2");
+    std::filesystem::create_symlink(directory.path() / "bus/i2c/devices/i2c-2", connectorFile("eDP-1", "ddc"));
+    EXPECT_EQ(readConnectors(directory.path()).at(0).bus, "i2c-1");
+    EXPECT_EQ(unclaimedBuses(directory.path()).front().device, "i2c-90");
+}
+
+TEST_F(DisplayConnectorsTest, aBusIsKnownByItsDriverToo)
+{
+    const MachineFixture machine{{{"DP-1", Link::ddc, 1, edid}}, {}};
+    machine.writeTo(directory.path());
+    EXPECT_EQ(readConnectors(directory.path()).at(0).bus, "i2c-1");
+    std::filesystem::remove(cardFile("driver"));
+    EXPECT_EQ(readConnectors(directory.path()).at(0).bus, "") << "no driver";
+    std::filesystem::create_symlink("nowhere/i915", cardFile("driver"));
+    EXPECT_EQ(readConnectors(directory.path()).at(0).bus, "") << "another driver";
+}
+
+struct NamedBus {
+    bool hasDisplay = false;
+    std::string driver;
+    std::string name;
+};
+
+std::vector<NamedBus> namedBuses()
+{
+    std::ifstream file(QUENSTAL_BUSES);
+    std::vector<NamedBus> buses;
+    for (std::string line; std::getline(file, line);) {
+        std::istringstream words(line);
+        std::string answer;
+        NamedBus bus;
+        words >> answer >> bus.driver >> std::ws;
+        std::getline(words, bus.name);
+        bus.hasDisplay = answer == "yes";
+        if (answer != "#")
+            buses.push_back(std::move(bus));
+    }
+    return buses;
+}
+
+TEST(KnownBusesTest, theNamesOfKernelsAreToldApart)
+{
+    ASSERT_FALSE(namedBuses().empty());
+    for (const NamedBus& bus : namedBuses())
+        EXPECT_EQ(leadsToDisplay(bus.driver, bus.name), bus.hasDisplay) << bus.driver << ": " << bus.name;
+    EXPECT_FALSE(leadsToDisplay("", ""));
+}
+
+TEST(KnownBusesTest, everyRowHasAnExample)
+{
+    const std::vector<NamedBus> examples = namedBuses();
+    for (const KnownBus& known : knownBuses()) {
+        const auto isExample = [&known](const NamedBus& bus) {
+            return bus.driver == known.driver && ::fnmatch(known.name, bus.name.c_str(), 0) == 0;
+        };
+        EXPECT_TRUE(std::ranges::any_of(examples, isExample)) << known.driver << ": " << known.name;
+    }
+}
+
+TEST(KnownBusesTest, theRuleOfTheDeviceManagerIsAboutTheSameBuses)
+{
+    std::map<std::string, std::string> names;
+    for (const KnownBus& known : knownBuses()) {
+        std::string& ofDriver = names[known.driver];
+        ofDriver += (ofDriver.empty() ? "" : "|") + std::string(known.name);
+    }
+    std::set<std::string> expected;
+    for (const auto& [driver, pattern] : names)
+        expected.insert(
+            R"(SUBSYSTEM=="i2c-dev", DRIVERS==")" + driver + R"(", ATTR{name}==")" + pattern + R"(", TAG+="uaccess")");
+    std::set<std::string> rules;
+    std::ifstream file(QUENSTAL_I2C_RULE);
+    for (std::string line; std::getline(file, line);)
+        if (!line.starts_with("#"))
+            rules.insert(line);
+    EXPECT_EQ(rules, expected);
 }
 
 TEST_F(DisplayConnectorsTest, withoutTheKernelModuleThereAreNoDevices)

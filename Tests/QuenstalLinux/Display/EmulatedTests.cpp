@@ -14,6 +14,7 @@
 #include <memory>
 #include <thread>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 namespace quenstal {
@@ -59,8 +60,9 @@ struct DisplayEmulatedTest : testing::Test {
     void TearDown() override
     {
         monitors.reset();
-        if (hasOtherProgram)
+        if (!emulation || hasOtherProgram)
             return; // Its transactions are in the journals, too.
+        EXPECT_THAT(emulation->forbiddenBusesOpened(), testing::IsEmpty());
         EXPECT_TRUE(panel->journal().empty()) << "a panel inside the machine was probed";
         for (const Monitor& one : {monitor, other})
             expectBusRules(*one);
@@ -145,8 +147,8 @@ TEST_F(DisplayEmulatedTest, theMonitorIsFoundHoweverTheDriverLinksIt)
         {"MST by EDID",
             {{inside, {"DP-1", Link::auxiliary, 4, {}, "disconnected"}, {"DP-5", Link::none, -1, edid}}, {{7}, {8}}},
             {{3, panel}, {7, other}, {8, monitor}}, true},
-        {"no link at all", {{{"HDMI-A-1", Link::none, -1, edid}}, {{2, "SMBus adapter"}, {6}}}, {{6, monitor}}, true},
-        {"on the wrong bus only", {{{"HDMI-A-1", Link::none, -1, edid}}, {{2, "SMBus adapter"}}}, {{2, monitor}},
+        {"no link at all", {{{"HDMI-A-1", Link::none, -1, edid}}, {{2, "AMDGPU SMU 1"}, {6}}}, {{6, monitor}}, true},
+        {"on an unknown bus only", {{{"HDMI-A-1", Link::none, -1, edid}}, {{2, "AMDGPU SMU 1"}}}, {{2, monitor}},
             false},
         {"a panel inside the machine alone", {{inside}, {}}, {{3, panel}}, false},
     };
@@ -154,8 +156,11 @@ TEST_F(DisplayEmulatedTest, theMonitorIsFoundHoweverTheDriverLinksIt)
         SCOPED_TRACE(row.what);
         emulation.reset();
         emulate(row.machine, row.behind);
+        const std::size_t messages = monitor->messages();
         EXPECT_EQ(startAndRead(row.isFound), row.isFound ? (QSDDCVolume{37, 100}) : QSDDCVolume{});
         monitors.reset();
+        EXPECT_EQ(monitor->messages() > messages, row.isFound);
+        EXPECT_THAT(emulation->forbiddenBusesOpened(), testing::IsEmpty());
     }
     EXPECT_TRUE(other->journal().empty()) << "a bus without a connector was probed";
 }

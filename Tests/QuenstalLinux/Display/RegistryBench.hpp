@@ -43,6 +43,8 @@ struct RegistryBench : testing::Test {
         EXPECT_LE(devices->longestIdle(), std::chrono::seconds(1));
         for (const Monitor& monitor : {left, right, panel})
             expectBusRules(*monitor);
+        for (const MachineFixture::Bus& bus : MachineFixture::forbiddenBuses())
+            EXPECT_EQ(devices->opens("/dev/i2c-" + std::to_string(bus.number)), 0u) << bus.name;
     }
 
     void connect(const std::string& bus, Monitor monitor) { devices->connect("/dev/" + bus, std::move(monitor)); }

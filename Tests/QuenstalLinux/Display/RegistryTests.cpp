@@ -2,6 +2,7 @@
 #include "QuenstalLinux/Display/RegistryBench.hpp"
 
 #include <cerrno>
+#include <fstream>
 
 #include <gtest/gtest.h>
 
@@ -132,6 +133,49 @@ TEST_F(DisplayRegistryTest, anUnclaimedBusIsOnlyAskedForItsEdid)
     pass(2s);
     EXPECT_EQ(candidates(), Names{"card0-DP-5 /dev/i2c-7"});
     EXPECT_TRUE(panel->journal().empty());
+}
+
+TEST_F(DisplayRegistryTest, aBusThatIsNotKnownIsNeverOpenedAndNamed)
+{
+    write({{{"DP-5", Link::none, -1, edidOf(left)}}, {{7, "AMDGPU SMU 1"}}});
+    connect("i2c-7", left);
+    start();
+    pass(2s);
+    EXPECT_EQ(candidates(), Names{"card0-DP-5"});
+    EXPECT_EQ(devices->opens(), 0u);
+    EXPECT_EQ(registry->problems(),
+        (std::vector<DisplayBusProblem>{{Kind::unknownBuses,
+            "/dev/i2c-7 (AMDGPU SMU 1), /dev/i2c-90 (AMDGPU SMU 0), /dev/i2c-91 (AMDGPU DM i2c OEM bus)", "Left",
+            ""}}));
+}
+
+TEST_F(DisplayRegistryTest, aBusOfItsOwnThatIsNotKnownIsNeverOpenedAndNamedAlone)
+{
+    write({{{"HDMI-A-1", Link::ddc, 6, edidOf(left)}, {"DP-5", Link::none, -1, edidOf(right)}}, {{7}}});
+    std::ofstream(sysfs.path() / "bus/i2c/devices/i2c-6/name") << "some new bus\n";
+    connect("i2c-6", left);
+    connect("i2c-7", right);
+    start();
+    pass(2s);
+    EXPECT_EQ(candidates(), (Names{"card0-DP-5 /dev/i2c-7", "card0-HDMI-A-1"}));
+    EXPECT_EQ(devices->opens("/dev/i2c-6"), 0u);
+    EXPECT_EQ(registry->problems(),
+        (std::vector<DisplayBusProblem>{{Kind::unknownBuses, "/dev/i2c-6 (some new bus)", "Left", ""}}));
+}
+
+TEST_F(DisplayRegistryTest, onlyTheCardOfTheConnectorIsSearched)
+{
+    write({{{"DP-5", Link::none, -1, edidOf(left), "connected", 1}, {"DP-1", Link::auxiliary, 5, edidOf(right)}},
+        {{7, "DPMST", 0}, {8, "DPMST", 1}}});
+    connect("i2c-5", right);
+    connect("i2c-7", left);
+    connect("i2c-8", panel);
+    start();
+    pass(2s);
+    EXPECT_EQ(candidates(), (Names{"card0-DP-1 /dev/i2c-5", "card1-DP-5"}));
+    EXPECT_EQ(devices->opens("/dev/i2c-7"), 0u);
+    EXPECT_EQ(panel->messages(), 2u) << "asked for its EDID";
+    EXPECT_EQ(registry->problems(), (std::vector<DisplayBusProblem>{{Kind::notAnswering, "", "Left", ""}}));
 }
 
 TEST_F(DisplayRegistryTest, theMonitorThatPlaysIsAskedBeforeAStepThatComesLate)

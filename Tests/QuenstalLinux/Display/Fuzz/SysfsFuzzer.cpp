@@ -60,14 +60,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     write(root / "class/drm/card0-HDMI-A-1/status", nextLine(text));
     linkTo(root / "class/drm/card0-HDMI-A-1/ddc", nextLine(text));
     write(root / "bus/i2c/devices/i2c-6/name", nextLine(text));
-    write(root / std::string(MachineFixture::cardPath).substr(1) / "class", nextLine(text));
+    linkTo(root / MachineFixture::cardPath().substr(1) / "driver", nextLine(text));
     write(root / "class/drm/card0-DP-1/edid", text);
 
     for (const Connector& connector : readConnectors(root))
         if (!connector.name.starts_with("card0-") || !isBusOrEmpty(connector.bus))
             std::abort();
-    for (const UnclaimedBus& bus : unclaimedDisplayBuses(root))
-        if (!isBusOrEmpty(bus.name))
+    for (const CardBus& bus : unclaimedBuses(root))
+        if (!isBusOrEmpty(bus.device) || (bus.isKnown && bus.name.empty()))
             std::abort();
     return 0;
 }
