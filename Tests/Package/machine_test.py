@@ -21,6 +21,7 @@ FIRST = PACKAGES / "quenstal.deb"
 LATER = PACKAGES / "quenstal-later.deb"
 UNIT = f"{ID}.service"
 KEY_SERVICE = "quenstal-keyd.service"
+RULE = pathlib.Path("/usr/lib/udev/rules.d/70-quenstal-i2c.rules")
 ACTIVATE = (ID, "/app/quenstal/Quenstal", "org.freedesktop.Application", "Activate", "a{sv}", "0")
 # Seconds; more on a machine that took longer to boot.
 LIMIT = 60 * int(os.environ["QUENSTAL_MACHINE_SLOWNESS"])
@@ -248,6 +249,11 @@ class Installed(RunningCase):
         cls.addClassCleanup(cls.login.log_out)
         purge()
         cls.reached_before = [bus for bus in buses("") if alice.may_open(bus)]
+        # As an earlier version that gave away more than leads to monitors.
+        RULE.write_text('SUBSYSTEM=="i2c-dev", TAG+="uaccess"\n')
+        run("udevadm", "control", "--reload")
+        run("udevadm", "trigger", "--settle", "--action=change", "--subsystem-match=i2c-dev")
+        cls.reached_with_earlier = [bus for bus in buses("") if alice.may_open(bus)]
         install(FIRST)
         # The very next moment.
         cls.reached_after = [bus for bus in buses("") if alice.may_open(bus)]
@@ -255,6 +261,7 @@ class Installed(RunningCase):
 
     def test_monitors_can_be_reached_at_once(self):
         self.assertEqual(self.reached_before, [])
+        self.assertEqual(self.reached_with_earlier, buses(""))
         self.assertEqual(self.reached_after, buses("radeonfb"))
         self.assert_monitors_can_be_reached()
 
