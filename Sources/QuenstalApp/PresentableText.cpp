@@ -83,7 +83,7 @@ void cut(std::u32string& text, std::size_t longest)
         --end;
     // One character with more accents than there is room for.
     text.resize(end > 0 ? end : longest - 1);
-    text += ellipsis;
+    text.push_back(ellipsis);
 }
 
 /// What becomes of the ends of lines.
@@ -95,9 +95,9 @@ std::u32string shown(std::string_view outside, std::size_t longest, Ends ends)
     while (!outside.empty() && text.size() <= longest) {
         const gunichar character = takeCharacter(outside);
         if (ends == Ends::areKept && character == U'\n')
-            text += character;
+            text.push_back(character);
         else if (const auto instead = shownFor(character))
-            text += *instead;
+            text.push_back(*instead);
     }
     if (text.size() > longest)
         cut(text, longest);
