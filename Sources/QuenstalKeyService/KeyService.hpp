@@ -75,7 +75,7 @@ private:
     void consider(Requests::iterator request);
     std::optional<KeyServiceRefusal> obstacleOf(const Request& request) const;
     std::optional<KeyServiceRefusal> obstacleIn(const ActiveSession::Session& session) const;
-    void askLogind(Requests::iterator request);
+    void askLogind(Requests::iterator entry);
     void askPolkit(Requests::iterator request);
     /// With the reason for a no.
     void decide(Requests::iterator entry, std::optional<KeyServiceRefusal> refusal);
