@@ -96,7 +96,8 @@ void QuenstalController::apply(const VolumeSnapshot& snapshot)
 
 void QuenstalController::applySoftwareFallback(const VolumeSnapshot& next)
 {
-    const AudioOutputDevice& device = required(state_.outputDevice, QuenstalError::noOutputDevice());
+    const auto noDevice = QuenstalError::noOutputDevice();
+    const AudioOutputDevice& device = required(state_.outputDevice, noDevice);
     if (!isGranted(state_.permissions.systemAudioCapture))
         throw QuenstalError::permissionMissing();
     if (!softwareVolume_->isAvailable(device))

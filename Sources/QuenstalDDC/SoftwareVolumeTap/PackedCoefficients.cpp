@@ -1,6 +1,8 @@
 #include "QuenstalDDC/SoftwareVolumeTap/RelaxedAccess.hpp"
 #include "QuenstalDDC/SoftwareVolumeTap/SessionRecord.hpp"
 
+#include <iterator>
+
 namespace quenstal {
 
 namespace {
