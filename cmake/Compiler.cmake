@@ -1,8 +1,10 @@
 # The language, the warnings and the instrumentation, for every target, in this one place.
 
+set(CMAKE_C_STANDARD 11)
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 
 option(QUENSTAL_WERROR "Warnings stop the build" ON)
@@ -12,8 +14,9 @@ set(QUENSTAL_SANITIZERS "" CACHE STRING "Value of -fsanitize for every target")
 
 add_library(quenstal_options INTERFACE)
 target_compile_options(quenstal_options INTERFACE
-    -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wold-style-cast
-    -Wnon-virtual-dtor -Woverloaded-virtual -Wcast-align -Wnull-dereference -Wformat=2
+    -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion
+    $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast;-Wnon-virtual-dtor;-Woverloaded-virtual>
+    -Wcast-align -Wnull-dereference -Wformat=2
     # A constructor's parameter may carry the name of the field it sets.
     $<IF:$<CXX_COMPILER_ID:GNU>,-Wshadow=local,-Wshadow>
     # When g++ optimises, its flow analysis sees overlapping copies, endless reads and null pointers in the libraries'
@@ -47,5 +50,6 @@ endif()
 
 find_program(QUENSTAL_CCACHE ccache)
 if(QUENSTAL_CCACHE)
+    set(CMAKE_C_COMPILER_LAUNCHER ${QUENSTAL_CCACHE})
     set(CMAKE_CXX_COMPILER_LAUNCHER ${QUENSTAL_CCACHE})
 endif()

@@ -1,16 +1,12 @@
 #include "QuenstalLinux/Keys/X11KeyCapture.hpp"
 
 #include "QuenstalLinux/Keys/KeyAdvice.hpp"
+#include "QuenstalLinux/Keys/XkbEvents.h"
 #include "QuenstalPlatform/EventTaps.hpp"
 
 #include <algorithm>
 #include <array>
 #include <utility>
-
-// The header names a field with a word of C++.
-#define explicit isExplicit
-#include <xcb/xkb.h>
-#undef explicit
 
 namespace quenstal {
 
@@ -26,13 +22,6 @@ constexpr std::array volumeKeysyms{
     VolumeKeysym{0x1008FF13, AuxiliaryButton::soundUp},
 };
 
-/// One member of the union of XKB events, told apart by the second byte.
-bool isKeymapChange(const xcb_generic_event_t& event)
-{
-    const std::uint8_t kind = event.pad0;
-    return kind == XCB_XKB_NEW_KEYBOARD_NOTIFY || kind == XCB_XKB_MAP_NOTIFY;
-}
-
 } // namespace
 
 X11KeyCapture::X11KeyCapture(RunLoop& runLoop, const std::string& display)
@@ -45,34 +34,13 @@ X11KeyCapture::X11KeyCapture(RunLoop& runLoop, const std::string& display)
         return;
     root_ = rootWindow(connection_.get(), screenNumber);
     symbols_.reset(xcb_key_symbols_alloc(connection_.get()));
-    selectKeyboardChanges();
+    xkbEvent_ = selectKeymapEvents(connection_.get());
     watch_ = runLoop_.watchReadable(xcb_get_file_descriptor(connection_.get()), [this] { dispatch(); });
 }
 
 X11KeyCapture::~X11KeyCapture()
 {
     stop();
-}
-
-void X11KeyCapture::selectKeyboardChanges()
-{
-    xcb_connection_t* const connection = connection_.get();
-    const xcb_query_extension_reply_t* extension = xcb_get_extension_data(connection, &xcb_xkb_id);
-    if (!extension || !extension->present)
-        return;
-    const XcbReply<xcb_xkb_use_extension_reply_t> use(
-        xcb_xkb_use_extension_reply(connection, xcb_xkb_use_extension(connection, 1, 0), nullptr));
-    if (!use || !use->supported)
-        return;
-    xkbEvent_ = extension->first_event;
-    // Without it a repeat looks like the key being let go and pressed again.
-    constexpr std::uint32_t repeats = XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT;
-    const XcbReply<xcb_xkb_per_client_flags_reply_t> flags(xcb_xkb_per_client_flags_reply(
-        connection, xcb_xkb_per_client_flags(connection, XCB_XKB_ID_USE_CORE_KBD, repeats, repeats, 0, 0, 0), nullptr));
-    constexpr std::uint16_t changes = XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY;
-    constexpr std::uint16_t everyPart = 0xFF;
-    xcb_xkb_select_events(connection, XCB_XKB_ID_USE_CORE_KBD, changes, 0, changes, everyPart, everyPart, nullptr);
-    xcb_flush(connection);
 }
 
 std::vector<X11KeyCapture::Grab> X11KeyCapture::volumeKeys() const
@@ -203,7 +171,7 @@ void X11KeyCapture::handle(const xcb_generic_event_t& event)
         keyReleased(reinterpret_cast<const xcb_key_release_event_t&>(event).detail);
     else if (event.response_type == XCB_MAPPING_NOTIFY)
         keymapChanged();
-    else if (xkbEvent_ != 0 && event.response_type == xkbEvent_ && isKeymapChange(event))
+    else if (xkbEvent_ != 0 && event.response_type == xkbEvent_ && isKeymapChange(&event))
         keymapChanged();
 }
 

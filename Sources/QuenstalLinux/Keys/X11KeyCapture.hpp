@@ -47,7 +47,6 @@ private:
         std::int64_t button = 0;
     };
 
-    void selectKeyboardChanges();
     std::vector<Grab> volumeKeys() const;
     Obstacle grab();
     void ungrab();
