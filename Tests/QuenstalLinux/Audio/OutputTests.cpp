@@ -1,4 +1,5 @@
 #include "AudioSessionTest.hpp"
+#include "QuenstalApp/PresentableText.hpp"
 #include "QuenstalLinux/Audio/ServerLimits.hpp"
 
 #include <algorithm>
@@ -102,7 +103,7 @@ TEST_F(OutputTest, theDefaultFollowsWhatIsPluggedInAndOut)
 
 TEST_F(OutputTest, anEndlessDescriptionIsCut)
 {
-    EXPECT_EQ(plugInDefault("talkative", talkativeUID).name, std::string(ServerLimits::description - 3, 'W') + "…");
+    EXPECT_EQ(plugInDefault("talkative", talkativeUID).name, std::string(longestName - 1, 'W') + "…");
 }
 
 TEST_F(OutputTest, anOutputWithAnEndlessNameIsNone)
