@@ -28,6 +28,10 @@ const char* explanation(KeyServiceRefusal refusal)
         return "The system makes no clones of the keyboards.";
     case KeyServiceRefusal::unguarded:
         return "There is no process to guard the keyboards.";
+    case KeyServiceRefusal::keyHeld:
+        return "A key is held on the keyboards.";
+    case KeyServiceRefusal::lostAtOnce:
+        return "The service loses the keyboards as soon as it has them.";
     case KeyServiceRefusal::noAccess:
         return "The service may not use the keyboards or uinput.";
     case KeyServiceRefusal::tooMany:
@@ -136,6 +140,10 @@ std::optional<KeyServiceRefusal> KeyService::obstacleIn(const ActiveSession::Ses
         return KeyServiceRefusal::notCloned;
     case EvdevKeyCapture::Obstacle::unguarded:
         return KeyServiceRefusal::unguarded;
+    case EvdevKeyCapture::Obstacle::keyHeld:
+        return KeyServiceRefusal::keyHeld;
+    case EvdevKeyCapture::Obstacle::lostAtOnce:
+        return KeyServiceRefusal::lostAtOnce;
     case EvdevKeyCapture::Obstacle::noAccess:
         return KeyServiceRefusal::noAccess;
     case EvdevKeyCapture::Obstacle::noKeyboard: // One may come.

@@ -161,6 +161,19 @@ TEST_F(MachineKeyboardTest, aLightSetOnTheCloneShinesOnTheKeyboard)
     }
 }
 
+TEST_F(MachineKeyboardTest, lightsStayAsTheyAreWhenTheKeyboardIsTakenAndGivenBack)
+{
+    keyboard->itself().light(LED_CAPSL, true);
+    EvdevKeyCapture capture(loop);
+    ASSERT_TRUE(capture.start(log));
+    const auto clone = keyboard->openCloneOnceGrabbed();
+    EXPECT_TRUE(clone->isLit(LED_CAPSL));
+    EXPECT_TRUE(keyboard->itself().isLit(LED_CAPSL));
+    capture.stop();
+    EXPECT_TRUE(keyboard->itself().isLit(LED_CAPSL));
+    keyboard->itself().light(LED_CAPSL, false);
+}
+
 TEST_F(MachineKeyboardTest, aKilledHolderLeavesTheKeyboardFree)
 {
     Holder holder;

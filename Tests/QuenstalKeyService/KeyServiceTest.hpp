@@ -36,7 +36,7 @@ struct KeyServiceTest : testing::Test {
     void startService()
     {
         serviceBus = std::make_unique<BusConnection>(loop, bus.address());
-        keyboards = std::make_unique<EvdevKeyCapture>(loop);
+        keyboards = std::make_unique<EvdevKeyCapture>(loop, firstSeat, EmulatedKeyboard::shortPatience());
         const auto note = [this](const std::string& line) { notes.push_back(line); };
         service = std::make_unique<KeyService>(
             loop, *serviceBus, *keyboards, KeyService::Handlers{[this] { ++idles; }, note});

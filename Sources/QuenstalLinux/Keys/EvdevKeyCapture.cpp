@@ -1,41 +1,48 @@
 #include "QuenstalLinux/Keys/EvdevKeyCapture.hpp"
 
 #include "QuenstalLinux/Keys/KeyAdvice.hpp"
+#include "QuenstalLinux/Keys/KeyRelease.hpp"
 
 #include <algorithm>
 
+#include <system_error>
 #include <unistd.h>
 
 namespace quenstal {
 
 namespace {
 
-/// None where the next try may do better at once.
-EvdevKeyCapture::Obstacle reasonToWait(KeyGrabber::Loss loss)
+using Obstacle = EvdevKeyCapture::Obstacle;
+
+Obstacle obstacleAfter(KeyGrabber::Loss loss)
 {
     switch (loss) {
     case KeyGrabber::Loss::busy:
-        return EvdevKeyCapture::Obstacle::takenByOther;
+        return Obstacle::takenByOther;
     case KeyGrabber::Loss::notCloned:
-        return EvdevKeyCapture::Obstacle::notCloned;
+        return Obstacle::notCloned;
     case KeyGrabber::Loss::unguarded:
-        return EvdevKeyCapture::Obstacle::unguarded;
-    case KeyGrabber::Loss::allGone:
+        return Obstacle::unguarded;
+    case KeyGrabber::Loss::keyHeld:
+        return Obstacle::keyHeld;
+    case KeyGrabber::Loss::gone:
     case KeyGrabber::Loss::stalled:
         break;
     }
-    return EvdevKeyCapture::Obstacle::none;
+    return Obstacle::lostAtOnce;
+}
+
+bool isThere(const std::string& node)
+{
+    return access(node.c_str(), F_OK) == 0;
 }
 
 } // namespace
 
-struct EvdevKeyCapture::Session {
-    EvdevKeyCapture& capture;
-};
-
-EvdevKeyCapture::EvdevKeyCapture(RunLoop& runLoop, std::string seat)
+EvdevKeyCapture::EvdevKeyCapture(RunLoop& runLoop, std::string seat, KeyGrabber::Patience patience)
     : runLoop_(runLoop)
     , seat_(std::move(seat))
+    , patience_(patience)
     , changes_(runLoop)
     , udev_(udev_new())
 {
@@ -67,14 +74,18 @@ void EvdevKeyCapture::watchHotplug()
 
 void EvdevKeyCapture::nodesMayHaveChanged()
 {
-    const std::vector<InputNode> nodes = findVolumeKeyNodes(*udev_, seat_);
+    std::vector<InputNode> nodes = findVolumeKeyNodes(*udev_, seat_);
     if (nodes == nodes_)
         return;
-    nodes_ = nodes;
+    nodes_ = std::move(nodes);
     changes_.notify();
-    // The same keyboards are left as they are: taking them anew would drop keys that are held.
-    if (listener_ && accessibleNodes() != grabbedNodes_)
-        grab();
+    // The others stay as they are: taking them anew would disturb whoever types on them.
+    std::erase_if(keyboards_,
+        [this](const auto& entry) { return std::ranges::find(nodes_, entry.first, &InputNode::path) == nodes_.end(); });
+    if (!listener_)
+        return;
+    captureAll();
+    loseIfNothingIsCaptured();
 }
 
 std::vector<std::string> EvdevKeyCapture::accessibleNodes() const
@@ -93,14 +104,16 @@ EvdevKeyCapture::Obstacle EvdevKeyCapture::obstacleKind() const
     if (listener_)
         return Obstacle::none;
     // One that was just pulled out is still in the list until its removal is announced.
-    const auto isThere = [](const InputNode& node) { return access(node.path.c_str(), F_OK) == 0; };
-    if (std::ranges::none_of(nodes_, isThere))
+    if (std::ranges::none_of(nodes_, isThere, &InputNode::path))
         return Obstacle::noKeyboard;
-    if (pause_)
-        return pauseReason_;
-    if (!uinputNode() || accessibleNodes().empty())
+    const std::vector<std::string> nodes = accessibleNodes();
+    if (!uinputNode() || nodes.empty())
         return Obstacle::noAccess;
-    return Obstacle::none;
+    const auto isLeftAlone = [this](const std::string& node) {
+        const auto keyboard = keyboards_.find(node);
+        return keyboard != keyboards_.end() && keyboard->second.wait;
+    };
+    return std::ranges::all_of(nodes, isLeftAlone) ? keyboards_.at(nodes.front()).reason : Obstacle::none;
 }
 
 bool EvdevKeyCapture::isPossible()
@@ -121,6 +134,10 @@ std::string EvdevKeyCapture::obstacle()
         return KeyAdvice::notCloned;
     case Obstacle::unguarded:
         return KeyAdvice::unguarded;
+    case Obstacle::keyHeld:
+        return KeyAdvice::keyHeld;
+    case Obstacle::lostAtOnce:
+        return KeyAdvice::lostAtOnce;
     case Obstacle::noAccess:
         break;
     }
@@ -132,55 +149,97 @@ bool EvdevKeyCapture::start(KeyCaptureListener& listener)
     if (!isPossible())
         return false;
     listener_ = &listener;
-    grab();
+    captureAll();
     return true;
 }
 
-void EvdevKeyCapture::grab()
+/// Those that are captured, and those that are left alone, stay as they are.
+void EvdevKeyCapture::captureAll()
 {
-    grabber_.reset();
-    session_ = std::make_shared<Session>(Session{*this});
-    grabbedNodes_ = accessibleNodes();
-    const auto onMain = [&loop = runLoop_, weak = std::weak_ptr(session_)](auto task) {
-        loop.post([weak, task] {
-            if (const auto session = weak.lock())
-                task(session->capture);
+    for (const std::string& node : accessibleNodes()) {
+        if (const Keyboard& keyboard = keyboards_[node]; !keyboard.grabber && !keyboard.wait)
+            capture(node);
+    }
+}
+
+void EvdevKeyCapture::capture(const std::string& node)
+{
+    Keyboard& keyboard = keyboards_[node];
+    keyboard.backoff.began(runLoop_.steadyNow());
+    // What a former grabber has posted is not about this one.
+    keyboard.tasks = std::make_unique<OwnedTasks>(runLoop_);
+    const auto onMain = keyboard.tasks->poster();
+    const auto press = [this, onMain](std::int64_t button, bool isRepeat) {
+        onMain([this, button, isRepeat] {
+            if (listener_)
+                listener_->volumeKeyDown(button, isRepeat);
         });
     };
-    const auto press = [onMain](std::int64_t button, bool isRepeat) {
-        onMain([button, isRepeat](EvdevKeyCapture& capture) { capture.listener_->volumeKeyDown(button, isRepeat); });
-    };
-    const auto lost
-        = [onMain](KeyGrabber::Loss loss) { onMain([loss](EvdevKeyCapture& capture) { capture.lost(loss); }); };
-    grabber_ = std::make_unique<KeyGrabber>(grabbedNodes_, KeyGrabber::Handlers{press, lost});
+    const auto lose = [this, onMain, node](KeyGrabber::Loss loss) { onMain([this, node, loss] { lost(node, loss); }); };
+    try {
+        keyboard.grabber = std::make_unique<KeyGrabber>(node, patience_, KeyGrabber::Handlers{press, lose});
+    } catch (const std::system_error&) {
+        // No thread is to be had, and then no process either.
+        lose(KeyGrabber::Loss::unguarded);
+    }
 }
 
-void EvdevKeyCapture::lost(KeyGrabber::Loss loss)
+void EvdevKeyCapture::lost(const std::string& node, KeyGrabber::Loss loss)
 {
-    if (const Obstacle reason = reasonToWait(loss); reason != Obstacle::none)
-        leaveAloneBecauseOf(reason);
-    KeyCaptureListener* const listener = listener_;
-    stop();
+    Keyboard& keyboard = keyboards_.at(node);
+    keyboard.grabber.reset();
+    keyboard.reason = obstacleAfter(loss);
+    keyboard.wait = waitAfter(node, keyboard, loss);
+    if (!keyboard.wait && isThere(node))
+        capture(node);
+    loseIfNothingIsCaptured();
+}
+
+/// Null where it may be taken again at once.
+Cancellation EvdevKeyCapture::waitAfter(const std::string& node, Keyboard& keyboard, KeyGrabber::Loss loss)
+{
+    const auto end = [this, node] { waitEnded(node); };
+    if (loss == KeyGrabber::Loss::keyHeld) {
+        if (Cancellation wait = whenReleased(runLoop_, node, end))
+            return wait;
+    }
+    const bool isSudden = loss == KeyGrabber::Loss::gone || loss == KeyGrabber::Loss::stalled;
+    const auto duration = isSudden ? keyboard.backoff.lost(runLoop_.steadyNow()) : pause;
+    return duration > duration.zero() ? runLoop_.after(duration, end) : nullptr;
+}
+
+/// Whoever waits for the keyboards hears of it: nothing else tells that they may be had.
+void EvdevKeyCapture::waitEnded(const std::string& node)
+{
+    keyboards_.at(node).wait.reset();
+    if (listener_)
+        capture(node);
+    else
+        changes_.notify();
+}
+
+void EvdevKeyCapture::loseIfNothingIsCaptured()
+{
+    const auto isCaptured = [](const auto& entry) { return entry.second.grabber != nullptr; };
+    if (!listener_ || std::ranges::any_of(keyboards_, isCaptured))
+        return;
+    KeyCaptureListener* const listener = std::exchange(listener_, nullptr);
     changes_.notify();
     listener->captureLost();
-}
-
-/// Whoever waits for the keyboards hears of the end: nothing else tells that they are free.
-void EvdevKeyCapture::leaveAloneBecauseOf(Obstacle reason)
-{
-    pauseReason_ = reason;
-    pause_ = runLoop_.after(pause, [this] {
-        pause_.reset();
-        changes_.notify();
-    });
 }
 
 void EvdevKeyCapture::stop()
 {
     listener_ = nullptr;
-    session_.reset();
-    grabber_.reset();
-    grabbedNodes_.clear();
+    // All at once, and then none waits for another.
+    for (auto& [node, keyboard] : keyboards_) {
+        if (keyboard.grabber)
+            keyboard.grabber->end();
+    }
+    for (auto& [node, keyboard] : keyboards_) {
+        keyboard.grabber.reset();
+        keyboard.tasks.reset();
+    }
 }
 
 } // namespace quenstal

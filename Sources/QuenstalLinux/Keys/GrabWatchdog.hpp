@@ -2,36 +2,48 @@
 
 #include "QuenstalLinux/FileDescriptor.hpp"
 
+#include <atomic>
 #include <chrono>
-#include <vector>
+#include <cstdint>
+#include <memory>
 
 #include <sys/types.h>
 
 namespace quenstal {
 
-/// A process of its own that frees grabbed keyboards when their reader stalls: a stopped reader must never leave the
-/// user without a keyboard. It shares the open files, sleeps until a key is pressed, and ends with its owner, however
+/// A process of its own that frees a grabbed keyboard when its reader stalls: a stopped reader must never leave the
+/// user without a keyboard. It shares the open file, sleeps until a key is pressed, and ends with its owner, however
 /// that ends. Any one thread.
 class GrabWatchdog {
 public:
-    /// Events that stay unread for this long mean that the reader has stalled.
+    /// Events that stay unread for this long, while the reader does not turn, mean that it has stalled.
     static constexpr auto patience = std::chrono::milliseconds(1000);
 
-    /// Watches these open devices. The one that it takes over from may stand until this one does.
-    explicit GrabWatchdog(const std::vector<int>& devices, const GrabWatchdog* former = nullptr);
+    /// Counted by the reader, looked at by the guard.
+    using Turns = std::atomic<std::uint32_t>;
+    static_assert(Turns::is_always_lock_free, "it is shared with another process");
+
+    explicit GrabWatchdog(int device);
     GrabWatchdog(const GrabWatchdog&) = delete;
     GrabWatchdog& operator=(const GrabWatchdog&) = delete;
     ~GrabWatchdog();
 
-    /// False when the system had no process, no pipe or nothing to wait on to give.
+    /// False when the system had no process, or not what it needs, to give.
     bool isWatching() const { return process_ > 0; }
-    /// Readable once the grabs were taken away, or when the watchdog was ended by others.
+    /// The reader goes on. A queue that is not empty does not mean then that it has stalled.
+    void readerTurns() { ++*turns_; }
+    /// Readable once the grab was taken away, or when the watchdog was ended by others.
     int releasedDescriptor() const { return released_.get(); }
 
 private:
+    struct Unmap {
+        void operator()(Turns* turns) const;
+    };
+
     FileDescriptor released_;
-    /// Closing it ends the watchdog.
+    /// The end of the last copy ends the watchdog.
     FileDescriptor lifeline_;
+    std::unique_ptr<Turns, Unmap> turns_;
     pid_t process_ = -1;
 };
 

@@ -1,25 +1,62 @@
 #include "QuenstalLinux/Keys/GrabbedKeyboard.hpp"
 
-#include "QuenstalLinux/Keys/InputNodes.hpp"
-
 #include <algorithm>
-#include <array>
 #include <cerrno>
+#include <cstdint>
+#include <set>
 #include <utility>
 
 #include <fcntl.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace quenstal {
 
+namespace {
+
+/// At one time, of a device that never stops: many times what the kernel keeps.
+constexpr std::size_t mostEvents = 4096;
+
+FileDescriptor openNode(const std::string& node, int mode)
+{
+    return FileDescriptor(open(node.c_str(), mode | O_NONBLOCK | O_CLOEXEC));
+}
+
+auto isSameAs(const input_event& one)
+{
+    return [one](const input_event& other) {
+        return one.input_event_sec == other.input_event_sec && one.input_event_usec == other.input_event_usec
+            && one.type == other.type && one.code == other.code && one.value == other.value;
+    };
+}
+
+bool isDrop(const input_event& event)
+{
+    return event.type == EV_SYN && event.code == SYN_DROPPED;
+}
+
+template <typename Iterator>
+bool leavesAKeyDown(Iterator begin, Iterator end)
+{
+    std::set<std::uint16_t> down;
+    for (; begin != end; ++begin) {
+        if (begin->type == EV_KEY && begin->value != 0)
+            down.insert(begin->code);
+        else if (begin->type == EV_KEY)
+            down.erase(begin->code);
+    }
+    return !down.empty();
+}
+
+} // namespace
+
+// The bystander is open before the file, so that the kernel tells it first: what the file has told it has heard.
 GrabbedKeyboard::GrabbedKeyboard(const std::string& node, VolumeKeyFilter::Press press)
-    : node_(node)
-    , file_(open(node.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC))
-    , filter_([this](const input_event& event) { pass(event); }, std::move(press))
+    : bystander_(openNode(node, O_RDONLY))
+    , file_(openNode(node, O_RDWR))
+    , filter_([this](const input_event& event) { clone_->write(event); }, std::move(press))
 {
     libevdev* device = nullptr;
-    if (!file_ || libevdev_new_from_fd(file_.get(), &device) != 0)
+    if (!bystander_ || !file_ || libevdev_new_from_fd(file_.get(), &device) != 0)
         return;
     device_.reset(device);
     state_ = State::waiting;
@@ -27,98 +64,136 @@ GrabbedKeyboard::GrabbedKeyboard(const std::string& node, VolumeKeyFilter::Press
 
 GrabbedKeyboard::~GrabbedKeyboard()
 {
-    if (state_ == State::grabbed)
-        libevdev_grab(device_.get(), LIBEVDEV_UNGRAB);
-}
-
-int GrabbedKeyboard::cloneDescriptor() const
-{
-    return clone_ ? libevdev_uinput_get_fd(clone_.get()) : -1;
+    letGo();
 }
 
 bool GrabbedKeyboard::isAnyKeyHeld() const
 {
-    std::array<unsigned char, KEY_MAX / 8 + 1> held{};
-    // A device that cannot be asked is not grabbed.
-    if (ioctl(file_.get(), EVIOCGKEY(held.size()), held.data()) < 0)
-        return true;
-    return std::ranges::any_of(held, [](unsigned char bits) { return bits != 0; });
+    for (unsigned key = 0; key < KEY_CNT; ++key) {
+        if (libevdev_get_event_value(device_.get(), EV_KEY, key) != 0)
+            return true;
+    }
+    return false;
 }
 
 bool GrabbedKeyboard::makeClone()
 {
-    libevdev_set_name(device_.get(), (cloneNamePrefix + std::string(libevdev_get_name(device_.get()))).c_str());
-    // Repeats are passed on as they come; a clone that repeats by itself would double them.
-    libevdev_disable_event_type(device_.get(), EV_REP);
-    const char* const node = uinputNode();
-    // Not blocking: the thread would wait for the next light as soon as it has read one.
-    uinput_ = FileDescriptor(node ? open(node, O_RDWR | O_NONBLOCK | O_CLOEXEC) : -1);
-    libevdev_uinput* clone = nullptr;
-    if (!uinput_ || libevdev_uinput_create_from_device(device_.get(), uinput_.get(), &clone) != 0)
-        return false;
-    clone_.reset(clone);
-    return true;
+    clone_ = KeyboardClone::of(*device_);
+    return clone_ != nullptr;
 }
 
 void GrabbedKeyboard::tryToGrab()
 {
+    heardByOthers();
+    readEvents();
     if (state_ != State::waiting || isAnyKeyHeld())
         return;
-    if (!clone_ && !makeClone()) {
-        state_ = State::notCloned;
+    if (const int status = libevdev_grab(device_.get(), LIBEVDEV_GRAB); status != 0) {
+        state_ = status == -EBUSY ? State::busy : State::gone;
         return;
     }
-    const int status = libevdev_grab(device_.get(), LIBEVDEV_GRAB);
-    if (status == 0)
-        state_ = State::grabbed;
-    else
-        state_ = status == -EBUSY ? State::busy : State::gone;
-    if (state_ == State::grabbed && isAnyKeyHeld()) {
-        // Pressed in between: its release belongs to whoever saw the press.
-        libevdev_grab(device_.get(), LIBEVDEV_UNGRAB);
+    state_ = State::grabbed;
+    const Events events = unread();
+    const Events heard = heardByOthers();
+    clone_->matchState();
+    // Others heard the keyboard until the grab took effect.
+    const auto ours
+        = heard.empty() ? events.begin() : std::find_if(events.rbegin(), events.rend(), isSameAs(heard.back())).base();
+    handle(ours, events.end());
+    // A key that went down before that must come up for them.
+    if (leavesAKeyDown(events.begin(), ours))
+        letGo();
+}
+
+void GrabbedKeyboard::letGo()
+{
+    if (state_ != State::grabbed)
+        return;
+    // To end the grab takes the kernel a while, in which others type on: what is ours goes first.
+    const bool doOthersHear = passUntilOthersHear();
+    libevdev_grab(device_.get(), LIBEVDEV_UNGRAB);
+    if (!doOthersHear)
+        passUntilOthersHear();
+    // The kernel gives a keyboard that is freed the lights of the console.
+    clone_->passAllLights();
+    if (state_ == State::grabbed)
         state_ = State::waiting;
-    }
+}
+
+/// Nobody else hears the keyboard until the grab ends, which the guard may have done already. True when they do.
+bool GrabbedKeyboard::passUntilOthersHear()
+{
+    const Events events = unread();
+    const Events heard = heardByOthers();
+    auto theirs = heard.empty() ? events.end() : std::find_if(events.begin(), events.end(), isSameAs(heard.front()));
+    // More than the kernel keeps can only have come afterwards.
+    theirs = std::min(theirs, std::find_if(events.begin(), events.end(), isDrop));
+    handle(events.begin(), theirs);
+    std::for_each(theirs, events.end(), [this](const input_event& event) { passRelease(event); });
+    return !heard.empty();
 }
 
 void GrabbedKeyboard::readEvents()
 {
+    const bool isOurs = state_ == State::grabbed;
+    const Events events = unread();
+    if (isOurs)
+        handle(events.begin(), events.end());
+    else if (clone_)
+        std::ranges::for_each(events, [this](const input_event& event) { passRelease(event); });
+}
+
+/// Of a key that went down when the keyboard was ours: it is the clone that must let go of it.
+void GrabbedKeyboard::passRelease(const input_event& event)
+{
+    if (event.type != EV_KEY || event.value != 0 || !clone_->isKeyDown(event.code))
+        return;
+    clone_->write(event);
+    clone_->write({{}, EV_SYN, SYN_REPORT, 0});
+}
+
+void GrabbedKeyboard::handle(Events::const_iterator begin, Events::const_iterator end)
+{
+    std::for_each(begin, end, [this](const input_event& event) {
+        if (!isDrop(event))
+            filter_.handle(event);
+    });
+}
+
+GrabbedKeyboard::Events GrabbedKeyboard::unread()
+{
+    Events events;
     unsigned flags = LIBEVDEV_READ_FLAG_NORMAL;
-    for (;;) {
+    while (events.size() < mostEvents) {
         input_event event{};
         const int status = libevdev_next_event(device_.get(), flags, &event);
         if (status == LIBEVDEV_READ_STATUS_SYNC && flags == LIBEVDEV_READ_FLAG_NORMAL) {
             // Events were lost: what follows is the difference to the keyboard's present state.
             flags = LIBEVDEV_READ_FLAG_SYNC;
+            events.push_back(event);
             continue;
         }
         if (status == -EAGAIN && flags == LIBEVDEV_READ_FLAG_SYNC) {
             flags = LIBEVDEV_READ_FLAG_NORMAL;
             continue;
         }
-        if (status == -EAGAIN)
-            return;
         if (status < 0) {
-            state_ = State::gone;
-            return;
+            if (status != -EAGAIN)
+                state_ = State::gone;
+            return events;
         }
-        // Before the grab others hear the keyboard themselves.
-        if (state_ == State::grabbed)
-            filter_.handle(event);
+        events.push_back(event);
     }
+    return events;
 }
 
-void GrabbedKeyboard::pass(const input_event& event)
+GrabbedKeyboard::Events GrabbedKeyboard::heardByOthers() const
 {
-    libevdev_uinput_write_event(clone_.get(), event.type, event.code, event.value);
-}
-
-void GrabbedKeyboard::readLights()
-{
-    input_event event{};
-    while (read(cloneDescriptor(), &event, sizeof event) == sizeof event) {
-        if (event.type == EV_LED)
-            libevdev_kernel_set_led_value(device_.get(), event.code, event.value ? LIBEVDEV_LED_ON : LIBEVDEV_LED_OFF);
-    }
+    Events events;
+    for (input_event event{};
+         events.size() < mostEvents && read(bystander_.get(), &event, sizeof event) == sizeof event;)
+        events.push_back(event);
+    return events;
 }
 
 } // namespace quenstal

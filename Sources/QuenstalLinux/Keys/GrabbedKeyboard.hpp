@@ -1,12 +1,13 @@
 #pragma once
 
 #include "QuenstalLinux/FileDescriptor.hpp"
+#include "QuenstalLinux/Keys/KeyboardClone.hpp"
 #include "QuenstalLinux/Keys/VolumeKeyFilter.hpp"
 
 #include <memory>
 #include <string>
+#include <vector>
 
-#include <libevdev/libevdev-uinput.h>
 #include <libevdev/libevdev.h>
 
 namespace quenstal {
@@ -16,54 +17,55 @@ namespace quenstal {
 class GrabbedKeyboard {
 public:
     enum class State {
-        /// Not grabbed yet, or not while a key is held.
+        /// Not grabbed: everyone hears it.
         waiting,
         grabbed,
         /// Unplugged, or no longer ours to read.
         gone,
         /// Another program has grabbed it.
         busy,
-        /// The system makes no clone of it.
-        notCloned,
     };
 
     /// Opens the node and grabs nothing yet. `gone` when it cannot be opened.
     GrabbedKeyboard(const std::string& node, VolumeKeyFilter::Press press);
-    /// The clone outlives the grab, so that no key is lost between them.
+    /// The keyboard is given back, and then the clone goes.
     ~GrabbedKeyboard();
     GrabbedKeyboard(const GrabbedKeyboard&) = delete;
     GrabbedKeyboard& operator=(const GrabbedKeyboard&) = delete;
 
     State state() const { return state_; }
-    const std::string& node() const { return node_; }
     int descriptor() const { return file_.get(); }
-    /// Readable when the system sets the clone's lights; -1 without a clone.
-    int cloneDescriptor() const;
+    bool isAnyKeyHeld() const;
 
-    /// Grabs when no key is held.
+    /// False when the system makes none.
+    bool makeClone();
+    /// Null before it is made.
+    KeyboardClone* clone() const { return clone_.get(); }
+
+    /// Grabs when no key is held. Needs the clone.
     void tryToGrab();
     /// Reads what is there, and passes or swallows it.
     void readEvents();
-    /// Passes the lights on to the real keyboard.
-    void readLights();
+    /// Gives the keyboard back to everyone. Nothing happens when it is not grabbed.
+    void letGo();
 
 private:
     struct FreeDevice {
         void operator()(libevdev* device) const { libevdev_free(device); }
     };
-    struct DestroyClone {
-        void operator()(libevdev_uinput* clone) const { libevdev_uinput_destroy(clone); }
-    };
+    using Events = std::vector<input_event>;
 
-    bool isAnyKeyHeld() const;
-    bool makeClone();
-    void pass(const input_event& event);
+    bool passUntilOthersHear();
+    void handle(Events::const_iterator begin, Events::const_iterator end);
+    void passRelease(const input_event& event);
+    Events unread();
+    /// What everyone else has heard of the keyboard since the last call.
+    Events heardByOthers() const;
 
-    std::string node_;
+    FileDescriptor bystander_;
     FileDescriptor file_;
     std::unique_ptr<libevdev, FreeDevice> device_;
-    FileDescriptor uinput_;
-    std::unique_ptr<libevdev_uinput, DestroyClone> clone_;
+    std::unique_ptr<KeyboardClone> clone_;
     VolumeKeyFilter filter_;
     State state_ = State::gone;
 };

@@ -56,11 +56,11 @@ const char* uinputNode()
     return nullptr;
 }
 
-bool hasVolumeKeys(std::string_view keyBitmap)
+bool hasVolumeKey(std::string_view keyBitmap)
 {
     constexpr std::size_t bits = sizeof(long) * CHAR_BIT;
     const std::vector<std::uint64_t> words = wordsOf(keyBitmap);
-    return std::ranges::all_of(std::array{KEY_MUTE, KEY_VOLUMEDOWN, KEY_VOLUMEUP}, [&](int key) {
+    return std::ranges::any_of(std::array{KEY_MUTE, KEY_VOLUMEDOWN, KEY_VOLUMEUP}, [&](int key) {
         const auto index = static_cast<std::size_t>(key);
         return index / bits < words.size() && (words[index / bits] >> index % bits & 1) != 0;
     });
@@ -82,7 +82,7 @@ std::vector<InputNode> findVolumeKeyNodes(udev& context, std::string_view seat)
         if (!path || !input || !isEventNode(path) || isOwnClone(*input) || seatOf(*device) != seat)
             continue;
         const char* keys = udev_device_get_sysattr_value(input, "capabilities/key");
-        if (keys && hasVolumeKeys(keys))
+        if (keys && hasVolumeKey(keys))
             nodes.push_back({path, access(path, R_OK | W_OK) == 0});
     }
     std::ranges::sort(nodes, {}, &InputNode::path);

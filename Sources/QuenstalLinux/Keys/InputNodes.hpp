@@ -26,7 +26,7 @@ struct ReleaseUdev {
     void operator()(udev_enumerate* enumeration) const { udev_enumerate_unref(enumeration); }
 };
 
-/// A device node of a keyboard with volume keys.
+/// A device node with volume keys: a keyboard may have them on several.
 struct InputNode {
     std::string path;
     /// This process may read it.
@@ -35,10 +35,10 @@ struct InputNode {
     bool operator==(const InputNode&) const = default;
 };
 
-/// Whether a kernel bitmap of keys, as sysfs prints it, has all three volume keys.
-bool hasVolumeKeys(std::string_view keyBitmap);
+/// Whether a kernel bitmap of keys, as sysfs prints it, has any of the three volume keys.
+bool hasVolumeKey(std::string_view keyBitmap);
 
-/// The nodes of all keyboards with volume keys at that seat, sorted by path.
+/// All of them at that seat, sorted by path.
 std::vector<InputNode> findVolumeKeyNodes(udev& context, std::string_view seat);
 
 } // namespace quenstal

@@ -23,6 +23,8 @@ struct KeyAdvice {
     static constexpr const char* unguarded
         = "The system is out of processes or open files, and Quenstal takes no keyboard without a process that guards "
           "it. Close some programs; Quenstal tries again in half a minute.";
+    static constexpr const char* keyHeld
+        = "A key of the keyboard is held down, or stuck. Quenstal takes the volume keys when it is let go of.";
     static constexpr const char* lostAtOnce
         = "The volume keys are lost again as soon as they are captured. Quenstal tries again in half a minute at the "
           "latest.";
@@ -52,7 +54,7 @@ struct KeyAdvice {
           "if you have just installed it.";
     static constexpr const char* tooMany = "Quenstal's key service is busy. Quenstal tries again in half a minute.";
 
-    static constexpr std::array all{keysTaken, noKeysInLayout, noKeyboard, keyboardTaken, notCloned, unguarded,
+    static constexpr std::array all{keysTaken, noKeysInLayout, noKeyboard, keyboardTaken, notCloned, unguarded, keyHeld,
         lostAtOnce, noAccess, noAnswer, notActive, notAuthorized, undecided, inUse, serviceWithoutAccess, tooMany};
 };
 

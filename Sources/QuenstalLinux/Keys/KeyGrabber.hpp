@@ -1,64 +1,61 @@
 #pragma once
 
 #include "QuenstalLinux/FileDescriptor.hpp"
-#include "QuenstalLinux/Keys/GrabWatchdog.hpp"
-#include "QuenstalLinux/Keys/GrabbedKeyboard.hpp"
+#include "QuenstalLinux/Keys/CloneDebut.hpp"
+#include "QuenstalLinux/Keys/VolumeKeyFilter.hpp"
 
+#include <chrono>
 #include <functional>
-#include <memory>
 #include <string>
 #include <thread>
-#include <vector>
 
 namespace quenstal {
 
-/// The thread that owns the grabbed keyboards. It waits for nothing but its descriptors. Made and destroyed on the
-/// main thread; the handlers are called on the thread.
+/// The thread that owns one grabbed keyboard. It waits for nothing but its descriptors. Made and destroyed on the main
+/// thread; the handlers are called on the thread.
+///
+/// What is typed reaches the desktop throughout: the keyboard is grabbed once the desktop has its clone, and the clone
+/// goes once what was typed last has been read.
 class KeyGrabber {
 public:
     enum class Loss {
-        /// No keyboard is left.
-        allGone,
-        /// Another program has grabbed what there is.
+        /// The keyboard is not there any more, or not ours to read.
+        gone,
+        /// Another program has grabbed it.
         busy,
-        /// The system makes no clones of what there is.
+        /// The system makes no clone of it, or announces none.
         notCloned,
-        /// There is no process to guard them, without which nothing is grabbed.
+        /// There is no process to guard it, without which it is not grabbed.
         unguarded,
-        /// This program did not keep up, and the keyboards were freed.
+        /// A key of it is held and not let go of.
+        keyHeld,
+        /// This program did not keep up, and the keyboard was freed.
         stalled,
     };
     struct Handlers {
         VolumeKeyFilter::Press press;
-        /// Told once; nothing is grabbed any more.
+        /// Told once, when the keyboard is free and its clone is gone.
         std::function<void(Loss)> lost;
     };
+    struct Patience {
+        CloneDebut::Patience debut;
+        /// For the device manager to announce the clone.
+        std::chrono::milliseconds announcement{30000};
+        /// Whoever types lets go of all keys more often than that.
+        std::chrono::milliseconds heldKey{10000};
+    };
 
-    KeyGrabber(std::vector<std::string> nodes, Handlers handlers);
-    /// Ends the thread and frees the keyboards.
+    KeyGrabber(const std::string& node, const Patience& patience, Handlers handlers);
+    /// Waits for the thread, which frees the keyboard and leaves the desktop the time to read what was typed last.
     ~KeyGrabber();
     KeyGrabber(const KeyGrabber&) = delete;
     KeyGrabber& operator=(const KeyGrabber&) = delete;
 
+    /// Has the thread free the keyboard and end, and does not wait for it.
+    void end();
+
 private:
-    using Keyboards = std::vector<std::unique_ptr<GrabbedKeyboard>>;
-
-    void run(const std::vector<std::string>& nodes);
-    void open(const std::vector<std::string>& nodes);
-    /// False when the thread is to end.
-    bool waitForEvents();
-    bool isAny(GrabbedKeyboard::State state) const;
-    bool isAnyUnusable() const;
-    bool dropUnusable();
-    bool tendWatchdog();
-    bool grabAll();
-
-    Handlers handlers_;
     FileDescriptor wake_;
-    Keyboards keyboards_;
-    std::unique_ptr<GrabWatchdog> watchdog_;
-    /// How many keyboards the watchdog watches.
-    std::size_t watched_ = 0;
     std::thread thread_;
 };
 

@@ -21,6 +21,8 @@ constexpr std::array namedRefusals{
     NamedRefusal{KeyServiceRefusal::takenByOther, "app.quenstal.KeyService1.Error.TakenByOther"},
     NamedRefusal{KeyServiceRefusal::notCloned, "app.quenstal.KeyService1.Error.NotCloned"},
     NamedRefusal{KeyServiceRefusal::unguarded, "app.quenstal.KeyService1.Error.Unguarded"},
+    NamedRefusal{KeyServiceRefusal::keyHeld, "app.quenstal.KeyService1.Error.KeyHeld"},
+    NamedRefusal{KeyServiceRefusal::lostAtOnce, "app.quenstal.KeyService1.Error.LostAtOnce"},
     NamedRefusal{KeyServiceRefusal::noAccess, "app.quenstal.KeyService1.Error.NoAccess"},
     NamedRefusal{KeyServiceRefusal::tooMany, "app.quenstal.KeyService1.Error.TooMany"},
 };

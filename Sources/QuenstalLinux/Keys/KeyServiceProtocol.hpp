@@ -37,6 +37,10 @@ enum class KeyServiceRefusal {
     notCloned,
     /// The service has no process to guard the keyboards.
     unguarded,
+    /// A key is held on the keyboards, and not let go of.
+    keyHeld,
+    /// The service loses the keyboards as soon as it has them.
+    lostAtOnce,
     /// The service itself may not use the keyboards.
     noAccess,
     /// Too many calls wait for an answer.

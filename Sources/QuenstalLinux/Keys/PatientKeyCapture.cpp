@@ -2,7 +2,7 @@
 
 #include "QuenstalLinux/Keys/KeyAdvice.hpp"
 
-#include <algorithm>
+#include <utility>
 
 namespace quenstal {
 
@@ -31,7 +31,7 @@ bool PatientKeyCapture::start(KeyCaptureListener& listener)
     if (!isHeld_ && pause_)
         return false;
     if (!isHeld_) {
-        heldSince_ = runLoop_.steadyNow();
+        backoff_.began(runLoop_.steadyNow());
         isHeld_ = way_.start(*this);
         if (!isHeld_)
             noteLoss();
@@ -73,14 +73,10 @@ void PatientKeyCapture::captureLost()
 /// A way that knows what stands in its way waits by itself.
 void PatientKeyCapture::noteLoss()
 {
-    if (runLoop_.steadyNow() - heldSince_ >= probation)
-        lossesInARow_ = 0;
-    ++lossesInARow_;
-    if (lossesInARow_ == 1 || !way_.isPossible())
+    const auto pause = backoff_.lost(runLoop_.steadyNow());
+    if (pause == pause.zero() || !way_.isPossible())
         return;
-    constexpr int doublings = 5; // 32 s: past the longest.
-    const auto pause = shortestPause * (1 << std::min(lossesInARow_ - 2, doublings));
-    pause_ = runLoop_.after(std::min<std::chrono::seconds>(pause, longestPause), [this] {
+    pause_ = runLoop_.after(pause, [this] {
         pause_.reset();
         changes_.notify();
     });

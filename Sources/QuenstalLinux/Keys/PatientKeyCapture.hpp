@@ -1,9 +1,9 @@
 #pragma once
 
+#include "QuenstalLinux/Keys/Backoff.hpp"
 #include "QuenstalLinux/Keys/KeyCapture.hpp"
 #include "QuenstalPlatform/Notifier.hpp"
 
-#include <chrono>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -14,12 +14,6 @@ namespace quenstal {
 /// that is lost again and again is left alone, each time for longer. Main thread.
 class PatientKeyCapture final : public KeyCapture, private KeyCaptureListener {
 public:
-    /// What has held for this long was not lost at once: it is taken again without a pause.
-    static constexpr auto probation = std::chrono::minutes(1);
-    /// After the second loss in a row; twice as long after each further one.
-    static constexpr auto shortestPause = std::chrono::seconds(1);
-    static constexpr auto longestPause = std::chrono::seconds(30);
-
     /// Both outlive this, and nobody else starts or stops the way.
     PatientKeyCapture(RunLoop& runLoop, KeyCapture& way);
     ~PatientKeyCapture() override;
@@ -45,9 +39,8 @@ private:
     KeyCaptureListener* listener_ = nullptr;
     /// The way is started, with or without a listener.
     bool isHeld_ = false;
-    RunLoop::SteadyTime heldSince_{};
     Cancellation givingBack_;
-    int lossesInARow_ = 0;
+    Backoff backoff_;
     /// While it waits the way is left alone.
     Cancellation pause_;
 };

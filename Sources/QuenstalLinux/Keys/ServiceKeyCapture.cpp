@@ -140,6 +140,10 @@ std::string ServiceKeyCapture::obstacle()
         return KeyAdvice::notCloned;
     case KeyServiceRefusal::unguarded:
         return KeyAdvice::unguarded;
+    case KeyServiceRefusal::keyHeld:
+        return KeyAdvice::keyHeld;
+    case KeyServiceRefusal::lostAtOnce:
+        return KeyAdvice::lostAtOnce;
     case KeyServiceRefusal::noAccess:
         return KeyAdvice::serviceWithoutAccess;
     case KeyServiceRefusal::tooMany:

@@ -90,6 +90,8 @@ constexpr std::array texts{
     QT_TRANSLATE_NOOP("Core",
         "The system is out of processes or open files, and Quenstal takes no keyboard without a process "
         "that guards it. Close some programs; Quenstal tries again in half a minute."),
+    QT_TRANSLATE_NOOP(
+        "Core", "A key of the keyboard is held down, or stuck. Quenstal takes the volume keys when it is let go of."),
     QT_TRANSLATE_NOOP("Core",
         "The volume keys are lost again as soon as they are captured. Quenstal tries again in half a "
         "minute at the latest."),

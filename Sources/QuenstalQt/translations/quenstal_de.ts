@@ -359,6 +359,10 @@
         <translation>Dem System sind Prozesse oder offene Dateien ausgegangen, und Quenstal übernimmt keine Tastatur ohne einen Prozess, der sie bewacht. Schließen Sie einige Programme; Quenstal versucht es in einer halben Minute wieder.</translation>
     </message>
     <message>
+        <source>A key of the keyboard is held down, or stuck. Quenstal takes the volume keys when it is let go of.</source>
+        <translation>Auf der Tastatur ist eine Taste gedrückt oder klemmt. Quenstal übernimmt die Lautstärketasten, wenn sie losgelassen ist.</translation>
+    </message>
+    <message>
         <source>The volume keys are lost again as soon as they are captured. Quenstal tries again in half a minute at the latest.</source>
         <translation>Die Lautstärketasten gehen sofort wieder verloren. Quenstal versucht es spätestens in einer halben Minute wieder.</translation>
     </message>

@@ -24,19 +24,17 @@ namespace quenstal {
 
 namespace {
 
-constexpr const char* uinputNode = "/dev/uinput";
+constexpr const char* systemsUinput = "/dev/uinput";
 constexpr unsigned capabilitiesRequest = 0x20;
 
 constexpr const char* anotherNode = "/dev/input/event7";
+constexpr const char* clonePath = "/sys/devices/virtual/input/input9/event9";
 
-std::string keyboardDevice(const std::string& number)
+std::string keyboardDevice(const std::string& number, const std::string& keys)
 {
     const std::string input = "/devices/keyboard/input/input" + number;
-    return "P: " + input
-        + "\nE: SUBSYSTEM=input\nA: name=Test keyboard\n"
-          "A: capabilities/key=402000000 3803078f800d001 feffffdfffefffff fffffffffffffffe\n\n"
-          "P: "
-        + input + "/event" + number + "\nN: input/event" + number
+    return "P: " + input + "\nE: SUBSYSTEM=input\nA: name=Test keyboard\nA: capabilities/key=" + keys
+        + "\n\nP: " + input + "/event" + number + "\nN: input/event" + number
         + "\nE: SUBSYSTEM=input\nE: ID_INPUT_KEYBOARD=1\nE: DEVNAME=/dev/input/event" + number
         + "\nA: dev=13:" + std::to_string(64 + std::stoi(number)) + "\n";
 }
@@ -46,6 +44,10 @@ constexpr const char* otherDevices
       "A: capabilities/key=1f0000 0 0 0 0\n\n"
       "P: /devices/mouse/input/input6/event6\nN: input/event6\nE: SUBSYSTEM=input\n"
       "E: DEVNAME=/dev/input/event6\nA: dev=13:70\n\n"
+      "P: /devices/virtual/input/input9\nE: SUBSYSTEM=input\nA: name=Quenstal Test keyboard\n"
+      "A: capabilities/key=0\n\n"
+      "P: /devices/virtual/input/input9/event9\nN: input/event9\nE: SUBSYSTEM=input\n"
+      "E: DEVNAME=/dev/input/event9\nA: dev=13:73\n\n"
       "P: /devices/virtual/misc/uinput\nN: uinput\nE: SUBSYSTEM=misc\nE: DEVNAME=/dev/uinput\nA: dev=10:223\n";
 
 void answer(UMockdevIoctlClient* client, const void* bytes, std::size_t size)
@@ -115,6 +117,12 @@ void acceptWrite(UMockdevIoctlClient* client)
 
 } // namespace
 
+KeyGrabber::Patience EmulatedKeyboard::shortPatience()
+{
+    using namespace std::chrono_literals;
+    return {{.afterOpening = 0ms, .afterAnnouncement = 0ms, .longest = 0ms}, 5000ms, 200ms};
+}
+
 bool EmulatedKeyboard::isPossible()
 {
     const char* preloaded = std::getenv("LD_PRELOAD");
@@ -126,15 +134,16 @@ EmulatedKeyboard::EmulatedKeyboard()
     , keyboard_(umockdev_ioctl_base_new())
     , uinput_(umockdev_ioctl_base_new())
 {
-    umockdev_testbed_add_from_string(testbed_, keyboardDevice("5").c_str(), nullptr);
+    umockdev_testbed_add_from_string(testbed_, keyboardDevice("5", allKeys).c_str(), nullptr);
     umockdev_testbed_add_from_string(testbed_, otherDevices, nullptr);
     g_signal_connect(keyboard_, "handle-ioctl", G_CALLBACK(answerKeyboard), this);
-    g_signal_connect(keyboard_, "handle-read", G_CALLBACK(noteRead), this);
+    g_signal_connect(keyboard_, "handle-read", G_CALLBACK(answerRead), this);
     g_signal_connect(keyboard_, "handle-write", G_CALLBACK(takeWriteToKeyboard), this);
+    g_signal_connect(keyboard_, "client-vanished", G_CALLBACK(forget), this);
     g_signal_connect(uinput_, "handle-ioctl", G_CALLBACK(answerUinput), this);
     g_signal_connect(uinput_, "handle-write", G_CALLBACK(takeWriteToClone), this);
     umockdev_testbed_attach_ioctl(testbed_, node, keyboard_, nullptr);
-    umockdev_testbed_attach_ioctl(testbed_, uinputNode, uinput_, nullptr);
+    umockdev_testbed_attach_ioctl(testbed_, systemsUinput, uinput_, nullptr);
 }
 
 EmulatedKeyboard::~EmulatedKeyboard()
@@ -142,7 +151,7 @@ EmulatedKeyboard::~EmulatedKeyboard()
     umockdev_testbed_detach_ioctl(testbed_, node, nullptr);
     if (hasAnother_)
         umockdev_testbed_detach_ioctl(testbed_, anotherNode, nullptr);
-    umockdev_testbed_detach_ioctl(testbed_, uinputNode, nullptr);
+    umockdev_testbed_detach_ioctl(testbed_, systemsUinput, nullptr);
     g_object_unref(keyboard_);
     g_object_unref(uinput_);
     g_object_unref(testbed_);
@@ -154,9 +163,9 @@ void EmulatedKeyboard::announceRemoval()
     umockdev_testbed_remove_device(testbed_, "/sys/devices/keyboard/input/input5");
 }
 
-void EmulatedKeyboard::plugInAnother()
+void EmulatedKeyboard::plugInAnother(const std::string& keys)
 {
-    umockdev_testbed_add_from_string(testbed_, keyboardDevice("7").c_str(), nullptr);
+    umockdev_testbed_add_from_string(testbed_, keyboardDevice("7", keys).c_str(), nullptr);
     umockdev_testbed_attach_ioctl(testbed_, anotherNode, keyboard_, nullptr);
     hasAnother_ = true;
     umockdev_testbed_uevent(testbed_, "/sys/devices/keyboard/input/input7/event7", "add");
@@ -185,7 +194,7 @@ void EmulatedKeyboard::tell(const std::vector<Event>& events)
 
 void EmulatedKeyboard::setLight(std::uint16_t light, bool isOn)
 {
-    send(uinputNode, {EV_LED, light, isOn ? 1 : 0});
+    send(systemsUinput, {EV_LED, light, isOn ? 1 : 0});
 }
 
 /// From the kernel's side of a device.
@@ -254,6 +263,7 @@ gboolean EmulatedKeyboard::answerKeyboard(UMockdevIoctlBase*, UMockdevIoctlClien
     auto& keyboard = *static_cast<EmulatedKeyboard*>(self);
     const unsigned long request = umockdev_ioctl_client_get_request(client);
     const unsigned number = _IOC_NR(request);
+    keyboard.askers_.insert(client);
     if (request == EVIOCGRAB) {
         keyboard.answerGrab(client);
     } else if (keyboard.isPulledOut_) {
@@ -264,7 +274,6 @@ gboolean EmulatedKeyboard::answerKeyboard(UMockdevIoctlBase*, UMockdevIoctlClien
     } else if (number == _IOC_NR(EVIOCGNAME(0))) {
         answer(client, "Test keyboard", sizeof "Test keyboard");
     } else if (number == _IOC_NR(EVIOCGKEY(0))) {
-        keyboard.asked_();
         std::array<unsigned char, KEY_MAX / 8 + 1> held{};
         held[KEY_A / 8] = keyboard.isHeld_ ? 1 << KEY_A % 8 : 0;
         answer(client, held.data(), held.size());
@@ -283,8 +292,11 @@ gboolean EmulatedKeyboard::answerUinput(UMockdevIoctlBase*, UMockdevIoctlClient*
         umockdev_ioctl_client_complete(client, -1, ENOMEM);
         return TRUE;
     }
-    if (request == UI_DEV_CREATE)
+    if (request == UI_DEV_CREATE) {
         ++keyboard.clones_;
+        ++keyboard.clonesEver_;
+        umockdev_testbed_uevent(keyboard.testbed_, clonePath, "add");
+    }
     if (request == UI_DEV_DESTROY)
         --keyboard.clones_;
     if (request == UI_GET_VERSION) {
@@ -313,8 +325,9 @@ gboolean EmulatedKeyboard::takeWriteToClone(UMockdevIoctlBase*, UMockdevIoctlCli
 {
     auto& keyboard = *static_cast<EmulatedKeyboard*>(self);
     const std::lock_guard lock(keyboard.mutex_);
-    keyboard.hasReadLast_ = false;
     keyboard.note(client, keyboard.passed_);
+    for (const input_event& event : writtenEvents(client))
+        keyboard.isFrameWhole_ = event.type == EV_SYN;
     if (keyboard.stallsWriters_)
         keyboard.stalledWriters_.push_back(static_cast<UMockdevIoctlClient*>(g_object_ref(client)));
     else
@@ -322,11 +335,19 @@ gboolean EmulatedKeyboard::takeWriteToClone(UMockdevIoctlBase*, UMockdevIoctlCli
     return TRUE;
 }
 
-/// The reading itself is left to the emulation.
-gboolean EmulatedKeyboard::noteRead(UMockdevIoctlBase*, UMockdevIoctlClient*, gpointer self)
+void EmulatedKeyboard::forget(UMockdevIoctlBase*, UMockdevIoctlClient* client, gpointer self)
 {
-    static_cast<EmulatedKeyboard*>(self)->hasReadLast_ = true;
-    return FALSE;
+    static_cast<EmulatedKeyboard*>(self)->askers_.erase(client);
+}
+
+/// The reading itself is left to the emulation, which has one stream for everyone: whoever asks nothing and only
+/// listens, and is told nothing while the keyboard is grabbed, would take the events from the one that has grabbed it.
+gboolean EmulatedKeyboard::answerRead(UMockdevIoctlBase*, UMockdevIoctlClient* client, gpointer self)
+{
+    if (static_cast<EmulatedKeyboard*>(self)->askers_.contains(client))
+        return FALSE;
+    umockdev_ioctl_client_complete(client, -1, EAGAIN);
+    return TRUE;
 }
 
 gboolean EmulatedKeyboard::takeWriteToKeyboard(UMockdevIoctlBase*, UMockdevIoctlClient* client, gpointer self)

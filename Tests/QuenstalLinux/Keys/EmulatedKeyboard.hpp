@@ -1,9 +1,11 @@
 #pragma once
 
+#include "QuenstalLinux/Keys/KeyGrabber.hpp"
+
 #include <atomic>
 #include <cstdint>
-#include <functional>
 #include <mutex>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -17,12 +19,17 @@ namespace quenstal {
 class EmulatedKeyboard {
 public:
     static constexpr const char* node = "/dev/input/event5";
+    static constexpr const char* allKeys = "402000000 3803078f800d001 feffffdfffefffff fffffffffffffffe";
+    static constexpr const char* muteAlone = "2000000000000 0";
 
     struct Event {
         std::uint16_t type;
         std::uint16_t code;
         std::int32_t value;
     };
+
+    /// For desktops that open a clone at once, and keys that are held for ever.
+    static KeyGrabber::Patience shortPatience();
 
     /// Whether umockdev started this program.
     static bool isPossible();
@@ -33,8 +40,6 @@ public:
     EmulatedKeyboard& operator=(const EmulatedKeyboard&) = delete;
 
     void holdKey(bool isHeld) { isHeld_ = isHeld; }
-    /// Runs on the emulation's thread, when the keyboard is open.
-    void whenAskedForItsKeys(std::function<void()> task) { asked_ = std::move(task); }
     void refuseGrab(bool isRefused) { grabIsRefused_ = isRefused; }
     /// A uinput that may be opened and makes nothing.
     void refuseClones(bool isRefused) { cloneIsRefused_ = isRefused; }
@@ -45,8 +50,8 @@ public:
     void pullOutAfterAKey() { pullsOut_ = true; }
     /// The kernel's announcement of the same.
     void announceRemoval();
-    /// One more like it, which nobody types on.
-    void plugInAnother();
+    /// One more, which nobody types on, with these keys as sysfs prints them.
+    void plugInAnother(const std::string& keys = allKeys);
     /// A system without uinput, or one that this program may not use.
     void removeUinput();
 
@@ -61,14 +66,16 @@ public:
     /// Whether every request so far was answered, and whoever asked has taken the answer. A process and its children
     /// share one stream for each device: before one of them goes on, another must have its answer.
     bool hasAnsweredAll() const;
-    /// The same, and the reader of the keyboard has looked for more since the last event that reached the clone. A
-    /// reader may be stopped or killed then: it waits.
-    bool isReaderAtRest() const { return hasReadLast_ && hasAnsweredAll(); }
+    /// The same, and what the reader of the keyboard has written to the clone is whole. A reader may be stopped or
+    /// killed then: it waits.
+    bool isReaderAtRest() const { return isFrameWhole_ && hasAnsweredAll(); }
     /// Times that it was grabbed.
     int grabs() const { return grabs_; }
     /// Whether this program had a child process to guard the keyboard, every time that it was grabbed.
     bool wasAlwaysGuarded() const { return wasAlwaysGuarded_; }
     int clones() const { return clones_; }
+    /// Those included that are gone.
+    int clonesEver() const { return clonesEver_; }
     /// Types, codes and values that reached the clone, without the reports.
     std::vector<std::string> passed();
     /// The same of what was written to the keyboard itself.
@@ -78,7 +85,8 @@ private:
     static gboolean answerKeyboard(UMockdevIoctlBase* base, UMockdevIoctlClient* client, gpointer self);
     static gboolean answerUinput(UMockdevIoctlBase* base, UMockdevIoctlClient* client, gpointer self);
     static gboolean takeWriteToClone(UMockdevIoctlBase* base, UMockdevIoctlClient* client, gpointer self);
-    static gboolean noteRead(UMockdevIoctlBase* base, UMockdevIoctlClient* client, gpointer self);
+    static void forget(UMockdevIoctlBase* base, UMockdevIoctlClient* client, gpointer self);
+    static gboolean answerRead(UMockdevIoctlBase* base, UMockdevIoctlClient* client, gpointer self);
     static gboolean takeWriteToKeyboard(UMockdevIoctlBase* base, UMockdevIoctlClient* client, gpointer self);
     void send(const char* device, const Event& event);
     void answerGrab(UMockdevIoctlClient* client);
@@ -88,22 +96,24 @@ private:
     UMockdevTestbed* testbed_;
     UMockdevIoctlBase* keyboard_;
     UMockdevIoctlBase* uinput_;
-    std::function<void()> asked_ = [] {};
     std::atomic<bool> isHeld_ = false;
     std::atomic<bool> grabIsRefused_ = false;
     std::atomic<bool> cloneIsRefused_ = false;
     std::atomic<bool> isGrabbed_ = false;
     std::atomic<int> grabs_ = 0;
     std::atomic<bool> wasAlwaysGuarded_ = true;
-    std::atomic<bool> hasReadLast_ = false;
+    std::atomic<bool> isFrameWhole_ = false;
     std::atomic<bool> stallsWriters_ = false;
     std::atomic<bool> pullsOut_ = false;
     std::atomic<bool> isPulledOut_ = false;
     std::atomic<int> clones_ = 0;
+    std::atomic<int> clonesEver_ = 0;
     std::mutex mutex_; // guards the journals and stalledWriters_
     std::vector<std::string> passed_;
     std::vector<std::string> lights_;
     std::vector<UMockdevIoctlClient*> stalledWriters_;
+    /// Who has asked the keyboard anything. The emulation's thread only.
+    std::set<UMockdevIoctlClient*> askers_;
 };
 
 } // namespace quenstal

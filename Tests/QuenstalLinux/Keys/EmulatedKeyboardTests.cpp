@@ -8,6 +8,7 @@
 #include "Support/Eventually.hpp"
 
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <functional>
 #include <future>
@@ -15,12 +16,26 @@
 #include <utility>
 #include <vector>
 
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <linux/input.h>
 #include <poll.h>
-#include <sys/resource.h>
 #include <unistd.h>
+
+namespace {
+
+std::atomic<bool> isOutOfProcesses = false;
+
+} // namespace
+
+/// In place of the system's own, for whoever asks for a process here.
+extern "C" pid_t fork() noexcept
+{
+    static const auto systemsOwn = reinterpret_cast<pid_t (*)()>(dlsym(RTLD_NEXT, "fork"));
+    errno = EAGAIN;
+    return isOutOfProcesses ? -1 : systemsOwn();
+}
 
 namespace quenstal {
 namespace {
@@ -49,7 +64,7 @@ struct EmulatedKeyboardTest : testing::Test, KeyCaptureListener {
 
 TEST_F(EmulatedKeyboardTest, volumeKeysAreSwallowedAndEverythingElseReachesTheClone)
 {
-    EvdevKeyCapture capture(loop);
+    EvdevKeyCapture capture(loop, firstSeat, EmulatedKeyboard::shortPatience());
     ASSERT_TRUE(capture.isPossible());
     ASSERT_TRUE(capture.start(*this));
     ASSERT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
@@ -64,7 +79,7 @@ TEST_F(EmulatedKeyboardTest, volumeKeysAreSwallowedAndEverythingElseReachesTheCl
 
 TEST_F(EmulatedKeyboardTest, stoppingFreesTheKeyboardAndRemovesTheClone)
 {
-    EvdevKeyCapture capture(loop);
+    EvdevKeyCapture capture(loop, firstSeat, EmulatedKeyboard::shortPatience());
     ASSERT_TRUE(capture.start(*this));
     ASSERT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
     capture.stop();
@@ -78,17 +93,40 @@ TEST_F(EmulatedKeyboardTest, stoppingFreesTheKeyboardAndRemovesTheClone)
 TEST_F(EmulatedKeyboardTest, theKeyboardIsNotTakenWhileAKeyIsHeld)
 {
     keyboard->holdKey(true);
-    EvdevKeyCapture capture(loop);
+    EvdevKeyCapture capture(loop, firstSeat, EmulatedKeyboard::shortPatience());
     ASSERT_TRUE(capture.start(*this));
     poll(nullptr, 0, 100);
     EXPECT_FALSE(keyboard->isGrabbed());
     keyboard->holdKey(false);
+    keyboard->type({{KEY_A, 0}});
+    EXPECT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
+}
+
+TEST_F(EmulatedKeyboardTest, aKeyHeldForEverIsALossThatMakesNoCloneAndEndsWhenItIsLetGoOf)
+{
+    keyboard->holdKey(true);
+    EvdevKeyCapture capture(loop, firstSeat, EmulatedKeyboard::shortPatience());
+    int changes = 0;
+    const auto waiting = capture.onMayHaveChanged([&] { ++changes; });
+    ASSERT_TRUE(capture.start(*this));
+    ASSERT_TRUE(eventually([&] { return losses == 1; }));
+    loop.runUntilIdle();
+    changes = 0;
+    loop.advance(1h);
+    EXPECT_EQ(changes, 0);
+    EXPECT_EQ(keyboard->clonesEver(), 0);
+    EXPECT_FALSE(capture.isPossible());
+    EXPECT_THAT(capture.obstacle(), testing::HasSubstr("A key of the keyboard is held down"));
+    keyboard->holdKey(false);
+    keyboard->type({{KEY_A, 0}});
+    ASSERT_TRUE(eventually([&] { return changes == 1; }));
+    ASSERT_TRUE(capture.start(*this));
     EXPECT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
 }
 
 TEST_F(EmulatedKeyboardTest, whatIsNoKeyPassesToo)
 {
-    EvdevKeyCapture capture(loop);
+    EvdevKeyCapture capture(loop, firstSeat, EmulatedKeyboard::shortPatience());
     ASSERT_TRUE(capture.start(*this));
     ASSERT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
     keyboard->tell({{EV_MSC, MSC_SCAN, 30}, {EV_MSC, MSC_RAW, 7}, {EV_KEY, KEY_MUTE, 1}});
@@ -98,7 +136,7 @@ TEST_F(EmulatedKeyboardTest, whatIsNoKeyPassesToo)
 
 TEST_F(EmulatedKeyboardTest, theKeyboardShowsTheLightsOfItsClone)
 {
-    EvdevKeyCapture capture(loop);
+    EvdevKeyCapture capture(loop, firstSeat, EmulatedKeyboard::shortPatience());
     ASSERT_TRUE(capture.start(*this));
     ASSERT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
     keyboard->setLight(LED_CAPSL, true);
@@ -113,7 +151,7 @@ TEST_F(EmulatedKeyboardTest, theKeyboardShowsTheLightsOfItsClone)
 
 TEST_F(EmulatedKeyboardTest, aReleaseThatTheKernelDroppedIsMadeUpFor)
 {
-    EvdevKeyCapture capture(loop);
+    EvdevKeyCapture capture(loop, firstSeat, EmulatedKeyboard::shortPatience());
     ASSERT_TRUE(capture.start(*this));
     ASSERT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
     keyboard->tell({{EV_KEY, KEY_A, 1}, {EV_SYN, SYN_DROPPED, 0}});
@@ -125,19 +163,21 @@ TEST_F(EmulatedKeyboardTest, aReleaseThatTheKernelDroppedIsMadeUpFor)
 
 TEST_F(EmulatedKeyboardTest, aKeyboardPulledOutWithAKeyDownIsALossAndItsCloneGoes)
 {
-    EvdevKeyCapture capture(loop);
+    EvdevKeyCapture capture(loop, firstSeat, EmulatedKeyboard::shortPatience());
     ASSERT_TRUE(capture.start(*this));
     ASSERT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
     keyboard->pullOutAfterAKey();
-    keyboard->tell({{EV_KEY, KEY_A, 1}, {EV_SYN, SYN_DROPPED, 0}});
+    keyboard->type({{KEY_A, 1}});
+    ASSERT_TRUE(eventually([&] { return keyboard->passed().size() == 1; }));
+    keyboard->tell({{EV_SYN, SYN_DROPPED, 0}});
     ASSERT_TRUE(eventually([&] { return losses == 1; }));
-    EXPECT_THAT(keyboard->passed(), ElementsAre("1 30 1"));
+    EXPECT_THAT(keyboard->passed(), ElementsAre("1 30 1", "1 30 0"));
     EXPECT_EQ(keyboard->clones(), 0);
 }
 
 TEST_F(EmulatedKeyboardTest, theAnnouncedRemovalOfTheLastKeyboardIsALoss)
 {
-    EvdevKeyCapture capture(loop);
+    EvdevKeyCapture capture(loop, firstSeat, EmulatedKeyboard::shortPatience());
     ASSERT_TRUE(capture.start(*this));
     ASSERT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
     keyboard->announceRemoval();
@@ -149,7 +189,7 @@ TEST_F(EmulatedKeyboardTest, theAnnouncedRemovalOfTheLastKeyboardIsALoss)
 
 TEST_F(EmulatedKeyboardTest, aKeyboardThatComesAfterTheLastOneWentIsToldAndTaken)
 {
-    EvdevKeyCapture capture(loop);
+    EvdevKeyCapture capture(loop, firstSeat, EmulatedKeyboard::shortPatience());
     int changes = 0;
     const auto waiting = capture.onMayHaveChanged([&] { ++changes; });
     keyboard->announceRemoval();
@@ -163,7 +203,7 @@ TEST_F(EmulatedKeyboardTest, aKeyboardThatComesAfterTheLastOneWentIsToldAndTaken
 
 TEST_F(EmulatedKeyboardTest, theGuardStandsBeforeTheKeyboardIsGrabbed)
 {
-    EvdevKeyCapture capture(loop);
+    EvdevKeyCapture capture(loop, firstSeat, EmulatedKeyboard::shortPatience());
     ASSERT_TRUE(capture.start(*this));
     ASSERT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
     capture.stop();
@@ -174,23 +214,15 @@ TEST_F(EmulatedKeyboardTest, theGuardStandsBeforeTheKeyboardIsGrabbed)
 
 TEST_F(EmulatedKeyboardTest, withoutAGuardNothingIsGrabbedAndTheKeyboardsAreLeftAloneForAWhile)
 {
-    rlimit before{};
-    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
-    // The keyboard is open then, and the pipes to the guard are not. A lower limit would hinder waiting for what is
-    // open.
-    keyboard->whenAskedForItsKeys([&] {
-        const int lowestFree = dup(STDIN_FILENO);
-        close(lowestFree);
-        const rlimit noMore{static_cast<rlim_t>(lowestFree), before.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &noMore);
-    });
-    EvdevKeyCapture capture(loop);
+    EvdevKeyCapture capture(loop, firstSeat, EmulatedKeyboard::shortPatience());
+    isOutOfProcesses = true;
     ASSERT_TRUE(capture.start(*this));
     const bool isLost = eventually([&] { return losses == 1; });
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+    isOutOfProcesses = false;
     EXPECT_TRUE(isLost);
     EXPECT_EQ(keyboard->grabs(), 0);
     EXPECT_FALSE(capture.isPossible());
+    EXPECT_THAT(capture.obstacle(), testing::HasSubstr("out of processes"));
     loop.advance(EvdevKeyCapture::pause);
     EXPECT_TRUE(capture.isPossible());
 }
@@ -198,7 +230,7 @@ TEST_F(EmulatedKeyboardTest, withoutAGuardNothingIsGrabbedAndTheKeyboardsAreLeft
 TEST_F(EmulatedKeyboardTest, aKeyboardWithoutACloneIsNotGrabbedAndLeftAloneForAWhile)
 {
     keyboard->refuseClones(true);
-    EvdevKeyCapture capture(loop);
+    EvdevKeyCapture capture(loop, firstSeat, EmulatedKeyboard::shortPatience());
     ASSERT_TRUE(capture.start(*this));
     ASSERT_TRUE(eventually([&] { return losses == 1; }));
     EXPECT_EQ(keyboard->grabs(), 0);
@@ -212,20 +244,29 @@ TEST_F(EmulatedKeyboardTest, aKeyboardWithoutACloneIsNotGrabbedAndLeftAloneForAW
 
 TEST_F(EmulatedKeyboardTest, aSecondKeyboardIsTakenTooWhileTheKeysAreCaptured)
 {
-    EvdevKeyCapture capture(loop);
+    EvdevKeyCapture capture(loop, firstSeat, EmulatedKeyboard::shortPatience());
     ASSERT_TRUE(capture.start(*this));
     ASSERT_TRUE(eventually([&] { return keyboard->isGrabbed() && keyboard->clones() == 1; }));
     keyboard->plugInAnother();
-    EXPECT_TRUE(eventually([&] { return keyboard->grabs() == 3 && keyboard->clones() == 2; }));
+    EXPECT_TRUE(eventually([&] { return keyboard->grabs() == 2 && keyboard->clones() == 2; }));
+    EXPECT_EQ(keyboard->clonesEver(), 2);
     keyboard->type({{KEY_MUTE, 1}});
     EXPECT_TRUE(eventually([&] { return presses.size() == 1; }));
     EXPECT_EQ(losses, 0);
 }
 
+TEST_F(EmulatedKeyboardTest, aNodeWithOneOfTheKeysIsTakenToo)
+{
+    keyboard->plugInAnother(EmulatedKeyboard::muteAlone);
+    EvdevKeyCapture capture(loop, firstSeat, EmulatedKeyboard::shortPatience());
+    ASSERT_TRUE(capture.start(*this));
+    EXPECT_TRUE(eventually([&] { return keyboard->grabs() == 2 && keyboard->clones() == 2; }));
+}
+
 TEST_F(EmulatedKeyboardTest, withoutUinputNothingIsGrabbedAndTheUserIsToldWhatHelps)
 {
     keyboard->removeUinput();
-    EvdevKeyCapture capture(loop);
+    EvdevKeyCapture capture(loop, firstSeat, EmulatedKeyboard::shortPatience());
     EXPECT_FALSE(capture.isPossible());
     EXPECT_THAT(capture.obstacle(), testing::HasSubstr("Quenstal may not use the keyboard."));
     EXPECT_FALSE(capture.start(*this));
@@ -242,7 +283,7 @@ TEST_F(EmulatedKeyboardTest, aReaderThatStallsLosesTheKeyboardToItsUser)
         end.wait();
     };
     const auto count = [&](KeyGrabber::Loss loss) { stalls += loss == KeyGrabber::Loss::stalled ? 1 : 0; };
-    const KeyGrabber grabber({EmulatedKeyboard::node}, {stall, count});
+    const KeyGrabber grabber(EmulatedKeyboard::node, EmulatedKeyboard::shortPatience(), {stall, count});
     ASSERT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
     keyboard->type({{KEY_MUTE, 1}});
     ASSERT_TRUE(eventually([&] { return isStalled.load(); }));
@@ -254,7 +295,7 @@ TEST_F(EmulatedKeyboardTest, aReaderThatStallsLosesTheKeyboardToItsUser)
 
 TEST_F(EmulatedKeyboardTest, aLostKeyboardDisablesTheTapByTimeout)
 {
-    EvdevKeyCapture capture(loop);
+    EvdevKeyCapture capture(loop, firstSeat, EmulatedKeyboard::shortPatience());
     LinuxEventTaps taps(loop, {&capture});
     std::vector<EventType> told;
     const auto note = [](EventType type, const TapEvent* event, void* userInfo) {
@@ -269,7 +310,9 @@ TEST_F(EmulatedKeyboardTest, aLostKeyboardDisablesTheTapByTimeout)
     tap->enable(true);
     ASSERT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
     keyboard->pullOutAfterAKey();
-    keyboard->tell({{EV_KEY, KEY_A, 1}, {EV_SYN, SYN_DROPPED, 0}});
+    keyboard->type({{KEY_A, 1}});
+    ASSERT_TRUE(eventually([&] { return keyboard->passed().size() == 1; }));
+    keyboard->tell({{EV_SYN, SYN_DROPPED, 0}});
     EXPECT_TRUE(eventually([&] { return !told.empty(); }));
     EXPECT_THAT(told, ElementsAre(eventTypeTapDisabledByTimeout));
 }
@@ -277,7 +320,7 @@ TEST_F(EmulatedKeyboardTest, aLostKeyboardDisablesTheTapByTimeout)
 TEST_F(EmulatedKeyboardTest, aKeyboardThatAnotherProgramHasTakenIsALossAndLeftAloneForAWhile)
 {
     keyboard->refuseGrab(true);
-    EvdevKeyCapture capture(loop);
+    EvdevKeyCapture capture(loop, firstSeat, EmulatedKeyboard::shortPatience());
     ASSERT_TRUE(capture.start(*this));
     ASSERT_TRUE(eventually([&] { return losses == 1; }));
     EXPECT_FALSE(capture.isPossible());

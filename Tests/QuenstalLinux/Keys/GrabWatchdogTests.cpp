@@ -39,18 +39,29 @@ struct GrabWatchdogTest : testing::Test {
 
 TEST_F(GrabWatchdogTest, eventsThatStayUnreadFreeTheKeyboards)
 {
-    const GrabWatchdog watchdog({ends[0]});
+    const GrabWatchdog watchdog(ends[0]);
     ASSERT_EQ(write(ends[1], "k", 1), 1);
     EXPECT_TRUE(isReleased(watchdog, 5000));
 }
 
 TEST_F(GrabWatchdogTest, aReaderThatReadsKeepsThem)
 {
-    const GrabWatchdog watchdog({ends[0]});
+    const GrabWatchdog watchdog(ends[0]);
     ASSERT_EQ(write(ends[1], "k", 1), 1);
     char key = 0;
     ASSERT_EQ(read(ends[0], &key, 1), 1);
     EXPECT_FALSE(isReleased(watchdog, static_cast<int>(GrabWatchdog::patience.count()) * 3 / 2));
+}
+
+TEST_F(GrabWatchdogTest, aReaderThatIsBehindButGoesOnKeepsThemAndOneThatStopsDoesNot)
+{
+    GrabWatchdog watchdog(ends[0]);
+    ASSERT_EQ(write(ends[1], "k", 1), 1);
+    for (int turn = 0; turn < 30; ++turn) {
+        watchdog.readerTurns();
+        ASSERT_FALSE(isReleased(watchdog, static_cast<int>(GrabWatchdog::patience.count()) / 20));
+    }
+    EXPECT_TRUE(isReleased(watchdog, 5000));
 }
 
 TEST_F(GrabWatchdogTest, itEndsWithItsOwnerHoweverThatEnds)
@@ -60,7 +71,7 @@ TEST_F(GrabWatchdogTest, itEndsWithItsOwnerHoweverThatEnds)
     const pid_t owner = fork();
     if (owner == 0) {
         close(ends[1]);
-        const GrabWatchdog watchdog({ends[0]});
+        const GrabWatchdog watchdog(ends[0]);
         [[maybe_unused]] const auto told = write(ready[1], "r", 1);
         pause();
     }
@@ -96,7 +107,7 @@ TEST_F(GrabWatchdogTest, withNothingToWaitOnItDoesNotWatch)
     const pid_t owner = fork();
     if (owner == 0) {
         refuseEpoll();
-        const GrabWatchdog watchdog({ends[0]});
+        const GrabWatchdog watchdog(ends[0]);
         _exit(watchdog.isWatching() ? 1 : 0);
     }
     int status = 0;
@@ -110,7 +121,7 @@ TEST_F(GrabWatchdogTest, withoutPipesItDoesNotWatch)
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
     const rlimit none{0, before.rlim_max};
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
-    const GrabWatchdog watchdog({ends[0]});
+    const GrabWatchdog watchdog(ends[0]);
     ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
     EXPECT_FALSE(watchdog.isWatching());
 }

@@ -130,7 +130,7 @@ TEST_F(PatientKeyCaptureTest, meanwhileTheUserIsToldAndThereforeHearsOfTheEnd)
     const auto waiting = capture.onMayHaveChanged([&] { ++changes; });
     loop.runUntilIdle();
     changes = 0;
-    loop.advance(PatientKeyCapture::shortestPause);
+    loop.advance(Backoff::shortestPause);
     EXPECT_EQ(changes, 1);
     EXPECT_TRUE(capture.isPossible());
     EXPECT_EQ(capture.obstacle(), "");
@@ -140,9 +140,9 @@ TEST_F(PatientKeyCaptureTest, whatHeldForAWhileIsTriedAgainAtOnce)
 {
     way.possible = true;
     keepStartedAndLosing(1min);
-    loop.advance(PatientKeyCapture::longestPause);
+    loop.advance(Backoff::longestPause);
     ASSERT_TRUE(capture.start(*this));
-    loop.advance(PatientKeyCapture::probation);
+    loop.advance(Backoff::probation);
     way.lose();
     EXPECT_TRUE(capture.isPossible());
 }

@@ -17,7 +17,7 @@ struct StalledReaderTest : ShellTest {
         if (!EmulatedKeyboard::isPossible())
             GTEST_SKIP() << "umockdev is not preloaded";
         keyboard = std::make_unique<EmulatedKeyboard>();
-        capture = std::make_unique<EvdevKeyCapture>(loop);
+        capture = std::make_unique<EvdevKeyCapture>(loop, firstSeat, EmulatedKeyboard::shortPatience());
         linuxTaps = std::make_unique<LinuxEventTaps>(loop, std::vector<KeyCapture*>{capture.get()});
         playOnSpeakers();
         finishSetupEarlier();

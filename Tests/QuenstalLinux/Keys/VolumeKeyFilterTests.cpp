@@ -83,7 +83,7 @@ TEST_F(VolumeKeyFilterTest, aFrameThatCarriesAnotherKeyTooPassesWithoutTheVolume
     EXPECT_EQ(passed.size(), 5u);
 }
 
-TEST(InputNodesTest, aBitmapHasTheKeysWhenAllThreeBitsAreSet)
+TEST(InputNodesTest, aBitmapHasAVolumeKeyWhenOneOfTheThreeBitsIsSet)
 {
     struct Row {
         const char* what;
@@ -93,14 +93,15 @@ TEST(InputNodesTest, aBitmapHasTheKeysWhenAllThreeBitsAreSet)
     const Row rows[]{
         {"a plain PC keyboard", "402000000 3803078f800d001 feffffdfffefffff fffffffffffffffe", true},
         {"consumer control of a headset", "e000000000000 0", true},
-        {"without mute", "c000000000000 0", false},
+        {"without mute", "c000000000000 0", true},
+        {"mute alone", "2000000000000 0", true},
         {"a power button", "10000000000000 0", false},
         {"nothing", "0", false},
         {"empty", "", false},
         {"not a bitmap", "xyz", false},
     };
     for (const Row& row : rows)
-        EXPECT_EQ(hasVolumeKeys(row.bitmap), row.has) << row.what;
+        EXPECT_EQ(hasVolumeKey(row.bitmap), row.has) << row.what;
 }
 
 } // namespace
