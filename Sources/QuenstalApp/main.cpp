@@ -31,6 +31,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <span>
@@ -174,16 +175,21 @@ int start(int& argc, char** argv, Request request)
     }
     const EndLimit endLimit;
     TerminationSignals termination;
-    QtToolkit toolkit(argc, argv);
+    Bus bus = BusConnection::open(BusConnection::Which::session);
+    const bool isSilent = bus && !busGreets(*bus, BusConnection::greetingPatience);
+    using State = QtToolkit::SessionBusState;
+    QtToolkit toolkit(argc, argv, isSilent ? State::isSilent : State::hasGreeted);
     QtRunLoop runLoop;
-    BusConnection sessionBus(runLoop, BusConnection::Which::session);
+    BusConnection sessionBus(runLoop, std::move(bus));
     SingleInstance instance(sessionBus);
     if (!instance.isFirst())
         return standBack(instance, request);
 
     LinuxMachine machine(runLoop, sessionBus);
     AppDelegate delegate(machine.platform(runLoop));
-    // A bus that was frozen at the start tells only now.
+    if (isSilent)
+        sessionBus.onGreeting([&] { machine.desktop().sessionBusAppeared(sessionBus.address()); });
+    // A bus that was silent at the start tells only now.
     instance.onNotFirst([&instance, &machine] {
         instance.activateFirst();
         machine.desktop().terminate();

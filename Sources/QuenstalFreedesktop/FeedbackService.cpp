@@ -3,7 +3,6 @@
 #include <chrono>
 #include <utility>
 
-#include <QDBusConnection>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 
@@ -16,10 +15,9 @@ constexpr auto patience = std::chrono::milliseconds(250);
 
 } // namespace
 
-FeedbackService::FeedbackService(const QString& name, Presence presence, MakeCall makeCall)
-    : makeCall_(std::move(makeCall))
-    , watcher_(name, QDBusConnection::sessionBus(), QDBusServiceWatcher::WatchForOwnerChange)
-    , isThere_(presence == Presence::startedByCall)
+FeedbackService::FeedbackService(SessionBus& bus, const QString& name, Presence presence, MakeCall makeCall)
+    : bus_(bus)
+    , makeCall_(std::move(makeCall))
 {
     patience_.setSingleShot(true);
     connect(&patience_, &QTimer::timeout, this, &FeedbackService::beLate);
@@ -29,6 +27,15 @@ FeedbackService::FeedbackService(const QString& name, Presence presence, MakeCal
     });
     connect(&watcher_, &QDBusServiceWatcher::serviceUnregistered, this,
         [this, presence] { isThere_ = presence == Presence::startedByCall; });
+    bus_.whenThere(this, [this, name, presence] { lookFor(name, presence); });
+}
+
+void FeedbackService::lookFor(const QString& name, Presence presence)
+{
+    isThere_ = presence == Presence::startedByCall;
+    watcher_.setConnection(bus_.connection());
+    watcher_.setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);
+    watcher_.addWatchedService(name);
     if (presence == Presence::onlyIfRunning)
         askWhetherItRuns(name);
 }
@@ -39,7 +46,7 @@ void FeedbackService::askWhetherItRuns(const QString& name)
         QStringLiteral("/org/freedesktop/DBus"), QStringLiteral("org.freedesktop.DBus"),
         QStringLiteral("NameHasOwner"));
     call << name;
-    auto* pending = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
+    auto* pending = new QDBusPendingCallWatcher(bus_.connection().asyncCall(call), this);
     connect(pending, &QDBusPendingCallWatcher::finished, this, [this, pending] {
         pending->deleteLater();
         const QDBusPendingReply<bool> reply = *pending;
@@ -65,7 +72,7 @@ void FeedbackService::send(const KeyFeedback& feedback)
 
 void FeedbackService::sendCall(const QDBusMessage& call)
 {
-    auto* pending = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
+    auto* pending = new QDBusPendingCallWatcher(bus_.connection().asyncCall(call), this);
     connect(pending, &QDBusPendingCallWatcher::finished, this, [this, pending] {
         pending->deleteLater();
         answered(pending->reply());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "QuenstalFreedesktop/SessionBus.hpp"
 #include "QuenstalPlatform/Desktop.hpp"
 
 #include <functional>
@@ -25,7 +26,8 @@ public:
     /// A service that is started by its first call need not run yet.
     enum class Presence { onlyIfRunning, startedByCall };
 
-    FeedbackService(const QString& name, Presence presence, MakeCall makeCall);
+    /// The bus outlives it.
+    FeedbackService(SessionBus& bus, const QString& name, Presence presence, MakeCall makeCall);
 
     /// False while there is no service, and while it leaves a call without an answer.
     bool isResponsive() const { return isThere_ && !isLate_; }
@@ -36,6 +38,7 @@ signals:
     void missed(const quenstal::KeyFeedback& feedback);
 
 private:
+    void lookFor(const QString& name, Presence presence);
     void askWhetherItRuns(const QString& name);
     void send(const KeyFeedback& feedback);
     void sendCall(const QDBusMessage& call);
@@ -43,10 +46,11 @@ private:
     void beLate();
     void miss();
 
+    SessionBus& bus_;
     MakeCall makeCall_;
     QDBusServiceWatcher watcher_;
     QTimer patience_;
-    bool isThere_;
+    bool isThere_ = false;
     bool isLate_ = false;
     /// What the service was asked to show, and has not answered.
     std::optional<KeyFeedback> asked_;

@@ -40,14 +40,14 @@ bool isMuted(const KeyFeedback& feedback)
     return feedback.symbolName == "speaker.slash.fill";
 }
 
-PlasmaFeedback::PlasmaFeedback()
-    : FeedbackService(plasma, Presence::onlyIfRunning,
+PlasmaFeedback::PlasmaFeedback(SessionBus& bus)
+    : FeedbackService(bus, plasma, Presence::onlyIfRunning,
         [](const KeyFeedback& feedback, const QDBusMessage&, const Send& send) { send(callOfPlasma(feedback)); })
 {
 }
 
-NotificationFeedback::NotificationFeedback(NotificationServer& server)
-    : FeedbackService(QLatin1String(NotificationServer::service), Presence::startedByCall,
+NotificationFeedback::NotificationFeedback(SessionBus& bus, NotificationServer& server)
+    : FeedbackService(bus, QLatin1String(NotificationServer::service), Presence::startedByCall,
         [&server](const KeyFeedback& feedback, const QDBusMessage& lastAnswer, const Send& send) {
             server.whenWritten(QString::fromStdString(feedback.text),
                 [=](const QString& body) { send(callOfNotifications(feedback, lastAnswer, body)); });

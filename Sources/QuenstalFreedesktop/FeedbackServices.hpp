@@ -16,7 +16,8 @@ class PlasmaFeedback : public FeedbackService {
     Q_OBJECT
 
 public:
-    PlasmaFeedback();
+    /// The bus outlives this.
+    explicit PlasmaFeedback(SessionBus& bus);
 };
 
 /// One notification for all values, with a bar for the level.
@@ -24,8 +25,8 @@ class NotificationFeedback : public FeedbackService {
     Q_OBJECT
 
 public:
-    /// The server outlives this.
-    explicit NotificationFeedback(NotificationServer& server);
+    /// Both outlive this.
+    NotificationFeedback(SessionBus& bus, NotificationServer& server);
 };
 
 } // namespace quenstal

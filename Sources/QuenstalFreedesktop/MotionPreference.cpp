@@ -2,7 +2,6 @@
 
 #include <array>
 
-#include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
@@ -43,15 +42,24 @@ QVariant unwrapped(QVariant value)
 
 } // namespace
 
-MotionPreference::MotionPreference()
-    : watcher_(service, QDBusConnection::sessionBus(), QDBusServiceWatcher::WatchForRegistration)
+MotionPreference::MotionPreference(SessionBus& bus)
+    : bus_(bus)
 {
     // The bus knows the slot's types by their names, and this one only once it was used.
     qRegisterMetaType<QDBusVariant>();
-    QDBusConnection::sessionBus().connect(service, path, interface, QStringLiteral("SettingChanged"), this,
-        SLOT(settingChanged(QString, QString, QDBusVariant)));
     // At login the service may start after us.
     connect(&watcher_, &QDBusServiceWatcher::serviceRegistered, this, &MotionPreference::readAll);
+    bus_.whenThere(this, [this] { follow(); });
+}
+
+void MotionPreference::follow()
+{
+    QDBusConnection connection = bus_.connection();
+    connection.connect(service, path, interface, QStringLiteral("SettingChanged"), this,
+        SLOT(settingChanged(QString, QString, QDBusVariant)));
+    watcher_.setConnection(connection);
+    watcher_.setWatchMode(QDBusServiceWatcher::WatchForRegistration);
+    watcher_.addWatchedService(service);
     readAll();
 }
 
@@ -67,7 +75,7 @@ void MotionPreference::read(std::size_t wish)
     QDBusMessage call = QDBusMessage::createMethodCall(service, path, interface, QStringLiteral("Read"));
     call << QLatin1String(wishes[wish].area) << QLatin1String(wishes[wish].key);
     call.setAutoStartService(false);
-    auto* pending = new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(call), this);
+    auto* pending = new QDBusPendingCallWatcher(bus_.connection().asyncCall(call), this);
     connect(pending, &QDBusPendingCallWatcher::finished, this, [this, pending, wish] {
         pending->deleteLater();
         const QDBusPendingReply<QDBusVariant> reply = *pending;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "QuenstalFreedesktop/SessionBus.hpp"
+
 #include <bitset>
 #include <cstddef>
 
@@ -16,7 +18,8 @@ class MotionPreference : public QObject {
     Q_OBJECT
 
 public:
-    MotionPreference();
+    /// The bus outlives it.
+    explicit MotionPreference(SessionBus& bus);
 
     /// Desktops keep the wish for less motion in so many places; one of them is enough.
     static constexpr std::size_t wishCount = 3;
@@ -30,10 +33,12 @@ private slots:
     void settingChanged(const QString& area, const QString& key, const QDBusVariant& value);
 
 private:
+    void follow();
     void readAll();
     void read(std::size_t wish);
     void set(std::size_t wish, const QVariant& value);
 
+    SessionBus& bus_;
     QDBusServiceWatcher watcher_;
     std::bitset<wishCount> isForLess_;
 };

@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include <QDBusConnection>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 
@@ -17,9 +16,14 @@ QString written(const QString& text, bool readsMarkup)
 
 } // namespace
 
-NotificationServer::NotificationServer()
-    : watcher_(QLatin1String(service), QDBusConnection::sessionBus(), QDBusServiceWatcher::WatchForOwnerChange)
+NotificationServer::NotificationServer(SessionBus& bus)
+    : bus_(bus)
 {
+    bus_.whenThere(this, [this] {
+        watcher_.setConnection(bus_.connection());
+        watcher_.setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);
+        watcher_.addWatchedService(QLatin1String(service));
+    });
     connect(&watcher_, &QDBusServiceWatcher::serviceOwnerChanged, this, [this] { readsMarkup_.reset(); });
 }
 
@@ -37,23 +41,23 @@ void NotificationServer::whenWritten(const QString& text, std::function<void(con
     }
     waiting_.push_back({text, std::move(use)});
     if (waiting_.size() == 1)
-        ask();
+        bus_.whenThere(this, [this] { ask(); });
 }
 
 void NotificationServer::notify(const QString& title, const QString& text)
 {
-    whenWritten(text, [title](const QString& body) {
+    whenWritten(text, [this, title](const QString& body) {
         constexpr int untilClosed = 0;
         QDBusMessage notice = call("Notify");
         notice << QStringLiteral("Quenstal") << 0U << QStringLiteral("dialog-information") << title << body
                << QStringList() << QVariantMap() << untilClosed;
-        QDBusConnection::sessionBus().asyncCall(notice);
+        bus_.connection().asyncCall(notice);
     });
 }
 
 void NotificationServer::ask()
 {
-    const auto question = QDBusConnection::sessionBus().asyncCall(call("GetCapabilities"));
+    const auto question = bus_.connection().asyncCall(call("GetCapabilities"));
     auto* pending = new QDBusPendingCallWatcher(question, this);
     connect(pending, &QDBusPendingCallWatcher::finished, this, [this, pending] {
         pending->deleteLater();

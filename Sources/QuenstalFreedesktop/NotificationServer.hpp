@@ -1,5 +1,7 @@
 #pragma once
 
+#include "QuenstalFreedesktop/SessionBus.hpp"
+
 #include <functional>
 #include <optional>
 #include <vector>
@@ -18,10 +20,11 @@ class NotificationServer : public QObject {
 public:
     static constexpr const char* service = "org.freedesktop.Notifications";
 
-    NotificationServer();
+    /// The bus outlives it.
+    explicit NotificationServer(SessionBus& bus);
 
     /// Hands over a plain text as the server takes it for the body of a notification: escaped where it reads markup. At
-    /// once when that is known; else it is asked, which starts it.
+    /// once when that is known; else it is asked, which starts it, as soon as there is a bus.
     void whenWritten(const QString& text, std::function<void(const QString& body)> use);
 
     /// Shows a text to be read and closed.
@@ -39,6 +42,7 @@ private:
         std::function<void(const QString&)> use;
     };
 
+    SessionBus& bus_;
     QDBusServiceWatcher watcher_;
     /// None until the one that runs has told.
     std::optional<bool> readsMarkup_;

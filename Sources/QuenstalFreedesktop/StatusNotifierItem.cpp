@@ -59,28 +59,47 @@ static const QDBusArgument& operator>>(const QDBusArgument& argument, NotifierTo
     return argument;
 }
 
-StatusNotifierItem::StatusNotifierItem(QObject* parent)
-    : QObject(parent)
-    , bus_(QDBusConnection::sessionBus())
+StatusNotifierItem::StatusNotifierItem(SessionBus& bus)
+    : bus_(bus)
     , serviceName_(QStringLiteral("org.kde.StatusNotifierItem-%1-1").arg(QCoreApplication::applicationPid()))
-    , watcher_(QLatin1String(watcherService), bus_, QDBusServiceWatcher::WatchForOwnerChange)
 {
     qDBusRegisterMetaType<NotifierPixmap>();
     qDBusRegisterMetaType<NotifierPixmaps>();
     qDBusRegisterMetaType<NotifierToolTip>();
-    bus_.registerObject(QLatin1String(itemPath), this,
-        QDBusConnection::ExportScriptableSlots | QDBusConnection::ExportScriptableSignals
-            | QDBusConnection::ExportAllProperties);
-    bus_.registerService(serviceName_);
     connect(&watcher_, &QDBusServiceWatcher::serviceRegistered, this, [this] { registerWithWatcher(); });
     connect(&watcher_, &QDBusServiceWatcher::serviceUnregistered, this, [this] { forgetWatcher(); });
-    registerWithWatcher();
+    bus_.whenThere(this, [this] { appearOnBus(); });
 }
 
 StatusNotifierItem::~StatusNotifierItem()
 {
-    bus_.unregisterObject(QLatin1String(itemPath));
-    bus_.unregisterService(serviceName_);
+    QDBusConnection connection = bus_.connection();
+    connection.unregisterObject(QLatin1String(itemPath));
+    tellBusOfName("ReleaseName", {serviceName_});
+}
+
+void StatusNotifierItem::appearOnBus()
+{
+    QDBusConnection connection = bus_.connection();
+    connection.registerObject(QLatin1String(itemPath), this,
+        QDBusConnection::ExportScriptableSlots | QDBusConnection::ExportScriptableSignals
+            | QDBusConnection::ExportAllProperties);
+    constexpr uint withoutQueue = 4;
+    tellBusOfName("RequestName", {serviceName_, withoutQueue});
+    watcher_.setConnection(connection);
+    watcher_.setWatchMode(QDBusServiceWatcher::WatchForOwnerChange);
+    watcher_.addWatchedService(QLatin1String(watcherService));
+    registerWithWatcher();
+}
+
+/// The toolkit's own calls for this wait for the answer, which nobody needs.
+void StatusNotifierItem::tellBusOfName(const char* member, const QVariantList& arguments)
+{
+    const QString bus = QStringLiteral("org.freedesktop.DBus");
+    QDBusMessage call
+        = QDBusMessage::createMethodCall(bus, QStringLiteral("/org/freedesktop/DBus"), bus, QLatin1String(member));
+    call.setArguments(arguments);
+    bus_.connection().send(call);
 }
 
 /// Asks without waiting: a bus without a watcher answers at once, a busy one later.
@@ -90,7 +109,7 @@ void StatusNotifierItem::registerWithWatcher()
         QLatin1String(watcherService), QStringLiteral("RegisterStatusNotifierItem"));
     call << serviceName_;
     call.setAutoStartService(false);
-    auto* pending = new QDBusPendingCallWatcher(bus_.asyncCall(call), this);
+    auto* pending = new QDBusPendingCallWatcher(bus_.connection().asyncCall(call), this);
     connect(pending, &QDBusPendingCallWatcher::finished, this, [this, pending] {
         pending->deleteLater();
         const bool isTaken = !pending->isError();

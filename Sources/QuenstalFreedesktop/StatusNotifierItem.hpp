@@ -1,14 +1,15 @@
 #pragma once
 
+#include "QuenstalFreedesktop/SessionBus.hpp"
 #include "QuenstalPlatform/WheelNotches.hpp"
 
-#include <QDBusConnection>
 #include <QDBusObjectPath>
 #include <QDBusServiceWatcher>
 #include <QImage>
 #include <QList>
 #include <QObject>
 #include <QString>
+#include <QVariantList>
 
 namespace quenstal {
 
@@ -47,8 +48,8 @@ class StatusNotifierItem : public QObject {
     Q_PROPERTY(QString XAyatanaLabelGuide READ labelGuide)
 
 public:
-    /// The bus connection must be that of the session.
-    explicit StatusNotifierItem(QObject* parent = nullptr);
+    /// The bus outlives it.
+    explicit StatusNotifierItem(SessionBus& bus);
     ~StatusNotifierItem() override;
 
     /// A watcher has taken the item.
@@ -97,10 +98,12 @@ signals:
     void unregistered();
 
 private:
+    void appearOnBus();
+    void tellBusOfName(const char* member, const QVariantList& arguments);
     void registerWithWatcher();
     void forgetWatcher();
 
-    QDBusConnection bus_;
+    SessionBus& bus_;
     QString serviceName_;
     QDBusServiceWatcher watcher_;
     bool isRegistered_ = false;

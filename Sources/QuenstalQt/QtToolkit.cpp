@@ -1,5 +1,9 @@
 #include "QuenstalQt/QtToolkit.hpp"
 
+#include "QuenstalFreedesktop/SessionBus.hpp"
+
+#include <optional>
+
 #include <QGuiApplication>
 #include <QLocale>
 #include <QQuickWindow>
@@ -18,7 +22,7 @@ void choosePlatform()
 
 } // namespace
 
-QtToolkit::QtToolkit(int& argc, char** argv)
+QtToolkit::QtToolkit(int& argc, char** argv, SessionBusState bus)
 {
     choosePlatform();
     // The panel repaints small areas rarely: a graphics context would cost more memory than all the rest.
@@ -29,6 +33,8 @@ QtToolkit::QtToolkit(int& argc, char** argv)
     QGuiApplication::setApplicationName(QStringLiteral("quenstal"));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Quenstal"));
     QGuiApplication::setDesktopFileName(QStringLiteral("app.quenstal.Quenstal"));
+    const bool isSilent = bus == SessionBusState::isSilent;
+    const std::optional<HiddenSessionBus> hidden = isSilent ? std::make_optional<HiddenSessionBus>() : std::nullopt;
     application_ = std::make_unique<QGuiApplication>(argc, argv);
     texts_ = std::make_unique<QTranslator>();
     if (texts_->load(QLocale(), QStringLiteral("quenstal"), QStringLiteral("_"), QStringLiteral(":/i18n")))

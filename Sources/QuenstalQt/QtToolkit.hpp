@@ -11,8 +11,11 @@ namespace quenstal {
 /// goes on without windows. One a process, before anything else of the toolkit. Main thread.
 class QtToolkit {
 public:
+    /// A bus that has not greeted is none to the toolkit, which would wait for it.
+    enum class SessionBusState { hasGreeted, isSilent };
+
     /// Takes its own arguments out of the list. Both must outlive the toolkit.
-    QtToolkit(int& argc, char** argv);
+    QtToolkit(int& argc, char** argv, SessionBusState bus = SessionBusState::hasGreeted);
     ~QtToolkit();
     QtToolkit(const QtToolkit&) = delete;
     QtToolkit& operator=(const QtToolkit&) = delete;

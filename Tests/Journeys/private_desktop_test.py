@@ -152,6 +152,9 @@ class FrozenServers(PrivateDesktopTest):
         self.assertNotIn("NOT", told)
         self.assertEqual(len(re.findall("frozen: ended in .* s with status 0", told)), 5, told)
         self.assertIn("silent system bus: started in", told)
+        self.assertIn("silent session bus: started in", told)
+        self.assertIn("frozen session bus: started in", told)
+        self.assertIn("thawed session bus: has the program", told)
         self.assert_nothing_is_left()
 
 

@@ -109,7 +109,8 @@ TEST(Symbols, thatAreNotKnownPaintNothing)
 TEST(StatusNotifierItem, itsTipIsMarkupAndItsOtherTextsAreNot)
 {
     sharedEngine();
-    StatusNotifierItem item;
+    SessionBus bus;
+    StatusNotifierItem item(bus);
     const QString text = QStringLiteral("B&O <b>27</b>");
     item.setTexts(text, text);
     EXPECT_EQ(item.toolTip().text, QStringLiteral("B&amp;O &lt;b&gt;27&lt;/b&gt;"));

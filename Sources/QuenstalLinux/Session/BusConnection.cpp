@@ -59,6 +59,12 @@ BusConnection::BusConnection(RunLoop& runLoop, Bus bus)
     nextTurn_ = runLoop_.after(RunLoop::Duration::zero(), [this] { process(); });
 }
 
+std::string BusConnection::address() const
+{
+    const char* address = nullptr;
+    return bus_ && sd_bus_get_address(bus_.get(), &address) >= 0 ? address : "";
+}
+
 void BusConnection::process()
 {
     int status = 1;

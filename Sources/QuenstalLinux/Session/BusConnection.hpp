@@ -51,6 +51,8 @@ public:
     /// Null without a bus.
     sd_bus* get() const { return bus_.get(); }
     explicit operator bool() const { return bus_ != nullptr; }
+    /// Empty without a bus.
+    std::string address() const;
 
     /// Runs the task when the bus has gone away; nothing arrives any more then.
     void onLost(RunLoop::Task task) { lost_ = std::move(task); }

@@ -2,6 +2,7 @@
 
 #include "QuenstalCore/MenuPresenter.hpp"
 #include "QuenstalFreedesktop/MotionPreference.hpp"
+#include "QuenstalFreedesktop/SessionBus.hpp"
 #include "QuenstalFreedesktop/SoundSettings.hpp"
 #include "QuenstalPlatform/Handlers.hpp"
 #include "QuenstalQt/Desktop/QtPanelWindow.hpp"
@@ -39,7 +40,9 @@ QString fromUtf8(std::string_view text)
 struct QtDesktop::State : QObject {
     explicit State(WindowSystem* windowSystem)
         : windowSystem(windowSystem)
-        , feedback(windowSystem, notifications)
+        , notifications(bus)
+        , feedback(windowSystem, bus, notifications)
+        , motion(bus)
     {
         connect(&motion, &MotionPreference::changed, this, [this] {
             if (panel)
@@ -64,6 +67,7 @@ struct QtDesktop::State : QObject {
     TrayStatusItem* statusItem = nullptr;
     Handlers<std::function<bool(const KeyEvent&)>> keyMonitors;
     Handlers<std::function<void()>> mouseMonitors;
+    SessionBus bus;
     NotificationServer notifications;
     KeyFeedbackPresenter feedback;
     MotionPreference motion;
@@ -76,9 +80,14 @@ QtDesktop::QtDesktop(WindowSystem* windowSystem)
 
 QtDesktop::~QtDesktop() = default;
 
+void QtDesktop::sessionBusAppeared(const std::string& address)
+{
+    state_->bus.appearAt(QString::fromStdString(address));
+}
+
 std::unique_ptr<StatusItem> QtDesktop::createStatusItem(StatusItemHandler& handler)
 {
-    auto item = std::make_unique<TrayStatusItem>(handler, state_->windowSystem);
+    auto item = std::make_unique<TrayStatusItem>(handler, state_->windowSystem, state_->bus);
     state_->statusItem = item.get();
     QObject::connect(
         item.get(), &QObject::destroyed, state_.get(), [state = state_.get()] { state->statusItem = nullptr; });

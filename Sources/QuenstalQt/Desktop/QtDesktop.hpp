@@ -5,6 +5,7 @@
 #include "QuenstalPlatform/WindowSystem.hpp"
 
 #include <memory>
+#include <string>
 
 namespace quenstal {
 
@@ -15,6 +16,9 @@ public:
     /// heard. It outlives the desktop.
     explicit QtDesktop(WindowSystem* windowSystem);
     ~QtDesktop() override;
+
+    /// The session's bus, which did not greet when the toolkit was made, is at this address.
+    void sessionBusAppeared(const std::string& address);
 
     std::unique_ptr<StatusItem> createStatusItem(StatusItemHandler& handler) override;
     std::unique_ptr<PanelWindow> createPanel(const PanelSettings& settings) override;

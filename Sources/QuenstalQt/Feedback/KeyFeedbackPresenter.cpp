@@ -19,9 +19,11 @@ constexpr double below = 0.12;
 
 } // namespace
 
-KeyFeedbackPresenter::KeyFeedbackPresenter(WindowSystem* windowSystem, NotificationServer& notificationServer)
+KeyFeedbackPresenter::KeyFeedbackPresenter(
+    WindowSystem* windowSystem, SessionBus& bus, NotificationServer& notificationServer)
     : windowSystem_(windowSystem)
-    , notifications_(notificationServer)
+    , plasma_(bus)
+    , notifications_(bus, notificationServer)
 {
     hide_.setSingleShot(true);
     connect(&hide_, &QTimer::timeout, this, [this] { window_->hide(); });

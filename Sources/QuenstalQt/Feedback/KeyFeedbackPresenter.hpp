@@ -21,8 +21,8 @@ class KeyFeedbackPresenter : public QObject {
     Q_OBJECT
 
 public:
-    /// The window system may be null. Both outlive the presenter.
-    KeyFeedbackPresenter(WindowSystem* windowSystem, NotificationServer& notificationServer);
+    /// The window system may be null. All outlive the presenter.
+    KeyFeedbackPresenter(WindowSystem* windowSystem, SessionBus& bus, NotificationServer& notificationServer);
     ~KeyFeedbackPresenter() override;
 
     /// The texts are the rooms' below.

@@ -62,9 +62,10 @@ QImage statusImage(int pixels, const StatusButtonAppearance& appearance)
     return symbolImage(pixels, QString::fromStdString(appearance.symbolName), color, contourColor);
 }
 
-TrayStatusItem::TrayStatusItem(StatusItemHandler& handler, WindowSystem* windowSystem)
+TrayStatusItem::TrayStatusItem(StatusItemHandler& handler, WindowSystem* windowSystem, SessionBus& bus)
     : handler_(handler)
     , windowSystem_(windowSystem)
+    , notifier_(bus)
 {
     QObject::connect(
         &notifier_, &StatusNotifierItem::activated, this, [this](int x, int y) { activate(placeOfClick(x, y)); });
@@ -74,6 +75,8 @@ TrayStatusItem::TrayStatusItem(StatusItemHandler& handler, WindowSystem* windowS
         &notifier_, &StatusNotifierItem::scrolled, this, [this](int notches) { handler_.statusItemScrolled(notches); });
     QObject::connect(&notifier_, &StatusNotifierItem::registered, this, [this] { embedded_.reset(); });
     QObject::connect(&notifier_, &StatusNotifierItem::unregistered, this, [this] { embed(); });
+    if (!bus.isThere())
+        QTimer::singleShot(0, this, [this] { embed(); });
     missingTray_.setSingleShot(true);
     QObject::connect(&missingTray_, &QTimer::timeout, this, [this] { reportMissingTray(); });
     missingTray_.start(trayPatience);

@@ -20,8 +20,8 @@ QImage statusImage(int pixels, const StatusButtonAppearance& appearance);
 class TrayStatusItem final : public QObject, public StatusItem {
     Q_OBJECT
 public:
-    /// Without a window system it cannot be embedded. It outlives the item, as the handler does.
-    TrayStatusItem(StatusItemHandler& handler, WindowSystem* windowSystem);
+    /// Without a window system it cannot be embedded. All outlive the item.
+    TrayStatusItem(StatusItemHandler& handler, WindowSystem* windowSystem, SessionBus& bus);
     ~TrayStatusItem() override;
 
     void setAppearance(const StatusButtonAppearance& appearance) override;

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <functional>
+
+#include <QByteArray>
+#include <QDBusConnection>
+#include <QObject>
+#include <QString>
+
+namespace quenstal {
+
+/// The session's message bus for the parts that speak to the desktop. One that did not greet at the start may do so
+/// later; until then there is none, and nobody waits for it. Main thread.
+class SessionBus : public QObject {
+    Q_OBJECT
+
+public:
+    SessionBus();
+
+    bool isThere() const { return connection_.isConnected(); }
+    const QDBusConnection& connection() const { return connection_; }
+    /// The bus has greeted only now, at this address.
+    void appearAt(const QString& address);
+    /// Runs the task now, or as soon as the bus is there while the receiver lives.
+    void whenThere(QObject* receiver, std::function<void()> task);
+
+signals:
+    void appeared();
+
+private:
+    QDBusConnection connection_;
+};
+
+/// While this lives the toolkit finds no session bus, and afterwards it looks for none again: one that is silent would
+/// be waited for. To be gone once the application object exists.
+class HiddenSessionBus {
+public:
+    HiddenSessionBus();
+    HiddenSessionBus(const HiddenSessionBus&) = delete;
+    HiddenSessionBus& operator=(const HiddenSessionBus&) = delete;
+    ~HiddenSessionBus();
+
+private:
+    bool hadAddress_;
+    QByteArray address_;
+};
+
+} // namespace quenstal
