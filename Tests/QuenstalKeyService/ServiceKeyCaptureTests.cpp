@@ -5,11 +5,10 @@
 #include "QuenstalLinux/Keys/ServiceKeyCapture.hpp"
 #include "QuenstalPlatform/EventTaps.hpp"
 #include "Support/BusStranger.hpp"
+#include "Support/BusThatStarts.hpp"
 #include "Support/SilentBus.hpp"
 
 #include <array>
-#include <filesystem>
-#include <fstream>
 #include <utility>
 
 #include <gmock/gmock.h>
@@ -107,37 +106,9 @@ TEST_F(ServiceKeyCaptureTest, onlyTheBusTellsThatTheServiceRuns)
     EXPECT_FALSE(capture->isPossible());
 }
 
-/// A bus that knows how to start the service.
-class BusWithTheService {
-public:
-    BusWithTheService()
-    {
-        std::filesystem::create_directories(folder_);
-        write("service", "[D-BUS Service]\nName=" + std::string(KeyServiceProtocol::busName) + "\nExec=/bin/false\n");
-        write("conf",
-            "<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen><servicedir>" + folder_
-                + "</servicedir><policy context=\"default\"><allow send_destination=\"*\"/><allow own=\"*\"/><allow "
-                  "receive_sender=\"*\"/></policy>"
-                  "</busconfig>");
-        bus_ = std::make_unique<PrivateBus>("--config-file=" + folder_ + "/bus.conf");
-    }
-    BusWithTheService(const BusWithTheService&) = delete;
-    BusWithTheService& operator=(const BusWithTheService&) = delete;
-    ~BusWithTheService() { std::filesystem::remove_all(folder_); }
-
-    PrivateBus& operator*() { return *bus_; }
-    PrivateBus* operator->() { return bus_.get(); }
-
-private:
-    void write(const char* kind, const std::string& text) const { std::ofstream(folder_ + "/bus." + kind) << text; }
-
-    std::string folder_ = testing::TempDir() + "quenstal-bus-" + std::to_string(getpid());
-    std::unique_ptr<PrivateBus> bus_;
-};
-
 TEST_F(ServiceKeyCaptureTest, aBusThatIsTooBusyToAnswerAtOnceIsHeardLater)
 {
-    BusWithTheService busy;
+    const BusThatStarts busy(KeyServiceProtocol::busName, "/bin/false");
     BusConnection connection(loop, busy->address());
     // The greeting is over.
     ASSERT_TRUE(eventually([&] { return sd_bus_is_ready(connection.get()) > 0; }));

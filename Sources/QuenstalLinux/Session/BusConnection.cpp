@@ -56,6 +56,11 @@ BusConnection::BusConnection(RunLoop& runLoop, Bus bus)
         return;
     watch_ = runLoop_.watchReadable(sd_bus_get_fd(bus_.get()), [this] { process(); });
     // What arrived during the greeting is in memory, where the descriptor does not tell of it.
+    processSoon();
+}
+
+void BusConnection::processSoon()
+{
     nextTurn_ = runLoop_.after(RunLoop::Duration::zero(), [this] { process(); });
 }
 
@@ -71,7 +76,7 @@ void BusConnection::process()
     for (int messages = 0; bus_ && status > 0 && messages < mostMessages; ++messages)
         status = sd_bus_process(bus_.get(), nullptr);
     if (status > 0)
-        nextTurn_ = runLoop_.after(RunLoop::Duration::zero(), [this] { process(); });
+        processSoon();
     if (status >= 0) {
         lookForGreeting();
         return;

@@ -58,6 +58,8 @@ public:
     void onLost(RunLoop::Task task) { lost_ = std::move(task); }
     /// Handles what has arrived, `mostMessages` now and the rest on later turns, and sends what waits to be sent.
     void process();
+    /// The same on the next turn.
+    void processSoon();
     /// Handles what arrives until it holds, without the run loop. False when it does not within the limit.
     bool processUntil(const std::function<bool()>& holds, std::chrono::microseconds limit);
     /// Runs the task once the bus has greeted, on a later turn.

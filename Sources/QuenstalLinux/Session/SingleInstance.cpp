@@ -3,6 +3,7 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
+#include <utility>
 
 namespace quenstal {
 
@@ -62,6 +63,18 @@ int SingleInstance::nameAnswered(sd_bus_message* message, void* userData, sd_bus
     return 0;
 }
 
+void SingleInstance::onActivated(RunLoop::Task task)
+{
+    activated_ = std::move(task);
+    hearWhatWasKept();
+}
+
+void SingleInstance::onReportAsked(std::function<std::string()> report)
+{
+    report_ = std::move(report);
+    hearWhatWasKept();
+}
+
 bool SingleInstance::activateFirst()
 {
     sd_bus_message* call = nullptr;
@@ -74,21 +87,36 @@ bool SingleInstance::activateFirst()
 int SingleInstance::activate(sd_bus_message* message, void* userData, sd_bus_error*)
 {
     auto* instance = static_cast<SingleInstance*>(userData);
-    if (instance->activated_)
-        instance->activated_();
+    if (!instance->activated_)
+        return instance->keepUntilHeard(message);
+    instance->activated_();
     return sd_bus_reply_method_return(message, "");
 }
 
 int SingleInstance::report(sd_bus_message* message, void* userData, sd_bus_error*)
 {
     auto* instance = static_cast<SingleInstance*>(userData);
-    const std::string words = instance->report_ ? instance->report_() : std::string();
-    return sd_bus_reply_method_return(message, "s", words.c_str());
+    if (!instance->report_)
+        return instance->keepUntilHeard(message);
+    return sd_bus_reply_method_return(message, "s", instance->report_().c_str());
 }
 
 int SingleInstance::ignore(sd_bus_message* message, void*, sd_bus_error*)
 {
     return sd_bus_reply_method_return(message, "");
+}
+
+int SingleInstance::keepUntilHeard(sd_bus_message* message)
+{
+    kept_.emplace_back(sd_bus_message_ref(message));
+    return 1;
+}
+
+void SingleInstance::hearWhatWasKept()
+{
+    for (const BusMessage& message : std::exchange(kept_, {}))
+        sd_bus_enqueue_for_read(sessionBus_.get(), message.get());
+    sessionBus_.processSoon();
 }
 
 std::optional<std::string> reportOfRunningInstance()

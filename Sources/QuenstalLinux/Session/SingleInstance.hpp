@@ -7,6 +7,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace quenstal {
 
@@ -26,16 +27,19 @@ public:
     void onNotFirst(RunLoop::Task task) { notFirst_ = std::move(task); }
     /// Asks the first instance to show itself. False when it does not answer.
     bool activateFirst();
-    /// Runs the task whenever another start, or the desktop, asks this instance to show itself.
-    void onActivated(RunLoop::Task task) { activated_ = std::move(task); }
-    /// Answers whoever asks this instance what it found.
-    void onReportAsked(std::function<std::string()> report) { report_ = std::move(report); }
+    /// Runs the task whenever another start, or the desktop, asks this instance to show itself. Who asked before this
+    /// call is heard on the next turn of the run loop: a bus that starts the program hands over the question at once.
+    void onActivated(RunLoop::Task task);
+    /// Answers whoever asks, or has asked, this instance what it found.
+    void onReportAsked(std::function<std::string()> report);
 
 private:
     static int nameAnswered(sd_bus_message* message, void* userData, sd_bus_error* error);
     static int activate(sd_bus_message* message, void* userData, sd_bus_error* error);
     static int report(sd_bus_message* message, void* userData, sd_bus_error* error);
     static int ignore(sd_bus_message* message, void* userData, sd_bus_error* error);
+    int keepUntilHeard(sd_bus_message* message);
+    void hearWhatWasKept();
 
     BusConnection& sessionBus_;
     BusSlot object_;
@@ -46,6 +50,7 @@ private:
     RunLoop::Task notFirst_;
     RunLoop::Task activated_;
     std::function<std::string()> report_;
+    std::vector<BusMessage> kept_;
 };
 
 /// What the instance of this session found, asked over a connection of its own: there is no run loop yet. None when

@@ -3,6 +3,7 @@
 #include "QuenstalLinux/Session/LogindWake.hpp"
 #include "QuenstalLinux/Session/SingleInstance.hpp"
 #include "QuenstalSimulation/SimulatedRunLoop.hpp"
+#include "Support/BusThatStarts.hpp"
 #include "Support/Eventually.hpp"
 #include "Support/PrivateBus.hpp"
 #include "Support/SilentBus.hpp"
@@ -294,6 +295,29 @@ TEST_F(SessionBusTest, theSecondInstanceIsToldSoAndShowsTheFirst)
     secondProcess.join();
     EXPECT_FALSE(secondIsFirst);
     EXPECT_TRUE(isAnswered);
+}
+
+TEST_F(SessionBusTest, aClickThatStartsTheProgramIsHeardWhenItListens)
+{
+    // The bus hands over what it started the program for before it answers the question for the name.
+    const BusThatStarts starter(SingleInstance::busName, "/bin/sleep 10");
+    BusConnection desktop(loop, starter->address());
+    sd_bus_message* click = nullptr;
+    sd_bus_message_new_method_call(desktop.get(), &click, SingleInstance::busName, "/app/quenstal/Quenstal",
+        "org.freedesktop.Application", "Activate");
+    const BusMessage owned(click);
+    sd_bus_message_append(click, "a{sv}", 0);
+    sd_bus_send(desktop.get(), click, nullptr);
+    roundTrip(desktop);
+
+    BusConnection ours(loop, starter->address());
+    SingleInstance instance(ours);
+    ASSERT_TRUE(instance.isFirst());
+    loop.runUntilIdle();
+    int activations = 0;
+    instance.onActivated([&] { ++activations; });
+    EXPECT_EQ(activations, 0);
+    EXPECT_TRUE(eventually([&] { return activations == 1; }));
 }
 
 TEST_F(SessionBusTest, theInstanceAnswersWhatItFound)
