@@ -44,8 +44,8 @@ class Includes(Check):
         ("QuenstalDDC/A.cpp", "<immintrin.h>"),
         ("QuenstalApp/A.cpp", '"QuenstalDDC/Known.hpp"'),
         ("QuenstalApp/PresentableText.cpp", "<glib.h>"),
-        ("QuenstalApp/main.cpp", '"QuenstalLinux/Known.hpp"'),
-        ("QuenstalApp/main.cpp", '"QuenstalQt/Known.hpp"'),
+        ("Quenstal/A.cpp", '"QuenstalLinux/Known.hpp"'),
+        ("Quenstal/A.cpp", '"QuenstalQt/Known.hpp"'),
         ("QuenstalLinux/A.cpp", "<pipewire/pipewire.h>"),
         ("QuenstalQt/A.cpp", "<QQuickView>"),
         ("QuenstalQt/A.cpp", "<QtQml/qqml.h>"),
@@ -88,7 +88,9 @@ class Includes(Check):
         ("QuenstalFreedesktop/A.cpp", "<QQuickWindow>"),
         ("QuenstalFreedesktop/A.cpp", "<QtQml/qqml.h>"),
         ("QuenstalFreedesktop/A.cpp", "<unistd.h>"),
-        ("QuenstalApp/main.cpp", '"QuenstalFreedesktop/Known.hpp"'),
+        ("Quenstal/A.cpp", '"QuenstalFreedesktop/Known.hpp"'),
+        ("Quenstal/A.cpp", "<unistd.h>"),
+        ("QuenstalApp/A.cpp", '"Quenstal/Known.hpp"'),
         ("QuenstalSimulation/A.cpp", '"QuenstalLinux/Known.hpp"'),
         ("QuenstalSimulation/A.cpp", '"QuenstalCore/Known.hpp"'),
         ("QuenstalShed/A.cpp", "<vector>"),
@@ -96,7 +98,7 @@ class Includes(Check):
 
     def holds(self, path, include):
         shutil.rmtree(self.root / "Sources", ignore_errors=True)
-        for room in ("Core", "Platform", "DDC", "App", "Linux", "Freedesktop", "Qt", "Simulation"):
+        for room in ("", "Core", "Platform", "DDC", "App", "Linux", "Freedesktop", "Qt", "Simulation"):
             self.write(f"Sources/Quenstal{room}/Known.hpp", "#pragma once\n")
         self.write(f"Sources/{path}", f"#pragma once\n#  include {include} // why\n")
         return self.run_check("check_includes")
