@@ -1,82 +1,21 @@
 #include "QuenstalDDC/DDC.hpp"
 
 #include "QuenstalDDC/DDCBus.hpp"
+#include "QuenstalPlatform/VcpMessages.hpp"
 
 #include <algorithm>
-#include <array>
-#include <cstddef>
 #include <optional>
-
-#include <span>
 
 namespace quenstal {
 namespace {
-
-constexpr std::uint8_t displayWriteAddress = 0x6E;
-constexpr std::uint8_t displayReadAddress = 0x6F;
-constexpr std::uint8_t hostAddress = 0x51;
-constexpr std::uint8_t lengthFlag = 0x80;
-constexpr std::uint8_t getFeature = 0x01;
-constexpr std::uint8_t getFeatureReply = 0x02;
-constexpr std::uint8_t setFeature = 0x03;
-constexpr std::uint8_t noError = 0x00;
-constexpr std::uint8_t speakerVolume = 0x62;
 
 constexpr std::uint32_t maximumWhenZero = 100;
 /// A monitor needs this long to prepare its reply.
 constexpr std::uint64_t replyDelayNanoseconds = 50'000'000;
 
-/// The reply's opcode stands at 2; some monitors put up to six bytes more in front of it.
-constexpr std::size_t firstOpcodeIndex = 2;
-constexpr std::size_t lastOpcodeIndex = 8;
-using Reply = std::array<std::uint8_t, 16>;
-
-/// The destination is part of the sum although it is not part of the message.
-constexpr std::uint8_t checksum(std::span<const std::uint8_t> bytes)
-{
-    std::uint8_t sum = displayWriteAddress;
-    for (const std::uint8_t byte : bytes)
-        sum = static_cast<std::uint8_t>(sum ^ byte);
-    return sum;
-}
-
-template <std::size_t size>
-constexpr std::array<std::uint8_t, size> withChecksum(std::array<std::uint8_t, size> message)
-{
-    message.back() = checksum(std::span(message).first(size - 1));
-    return message;
-}
-
-constexpr auto getMessage = withChecksum<5>({hostAddress, lengthFlag | 2, getFeature, speakerVolume});
-static_assert(getMessage.back() == 0xDE);
-
-constexpr std::array<std::uint8_t, 7> setMessage(std::uint32_t value)
-{
-    const auto high = static_cast<std::uint8_t>(value >> 8);
-    const auto low = static_cast<std::uint8_t>(value);
-    return withChecksum<7>({hostAddress, lengthFlag | 4, setFeature, speakerVolume, high, low});
-}
-
 constexpr std::uint32_t usableMaximum(std::uint32_t maximum)
 {
     return maximum == 0 ? maximumWhenZero : maximum;
-}
-
-constexpr std::uint32_t bigEndian(const Reply& reply, std::size_t index)
-{
-    return reply[index] * 256u + reply[index + 1];
-}
-
-/// Length, type and checksum are not looked at: monitors that get them wrong still report the right volume.
-std::optional<QSDDCVolume> volumeIn(const Reply& reply)
-{
-    for (std::size_t i = firstOpcodeIndex; i <= lastOpcodeIndex; ++i) {
-        const std::size_t code = i + 2;
-        if (reply[i] == getFeatureReply && reply[i + 1] == noError && reply[code] == speakerVolume)
-            return QSDDCVolume{
-                .current = bigEndian(reply, code + 4), .maximum = usableMaximum(bigEndian(reply, code + 2))};
-    }
-    return std::nullopt;
 }
 
 /// Opens, uses and gives back the bus with this index.
@@ -157,13 +96,14 @@ bool QSDDCWithEachBus(DisplayBuses& buses, QSDDCBusOperation operation, void* co
 
 bool QSDDCReadOnBus(DisplayBuses& buses, I2CConnection connection, QSDDCVolume* volume)
 {
-    Reply reply{};
-    if (!QSDDCSendRequest(buses, connection, getMessage.data(), getMessage.size(), reply.data(), reply.size()))
+    constexpr auto question = vcpQuestion(speakerVolumeFeature);
+    VcpReply reply{};
+    if (!QSDDCSendRequest(buses, connection, question.data(), question.size(), reply.data(), reply.size()))
         return false;
-    const std::optional<QSDDCVolume> answer = volumeIn(reply);
+    const std::optional<VcpValue> answer = valueIn(reply, speakerVolumeFeature);
     if (!volume || !answer)
         return false;
-    *volume = *answer;
+    *volume = {.current = answer->current, .maximum = usableMaximum(answer->maximum)};
     return true;
 }
 
@@ -172,7 +112,8 @@ bool QSDDCSetOnBus(DisplayBuses& buses, I2CConnection connection, std::uint32_t 
     QSDDCVolume present;
     if (!QSDDCReadOnBus(buses, connection, &present))
         return false;
-    const auto message = setMessage(std::min(value, usableMaximum(present.maximum)));
+    const auto limited = static_cast<std::uint16_t>(std::min(value, usableMaximum(present.maximum)));
+    const auto message = vcpSet({speakerVolumeFeature, limited});
     return QSDDCSendRequest(buses, connection, message.data(), message.size(), nullptr, 0);
 }
 

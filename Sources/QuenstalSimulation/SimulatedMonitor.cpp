@@ -8,36 +8,11 @@
 namespace quenstal {
 namespace {
 
-constexpr std::uint8_t hostAddress = 0x51;
-constexpr std::uint8_t displayWriteAddress = 0x6E;
-constexpr std::uint8_t replyChecksumSeed = 0x50;
-constexpr std::uint8_t lengthFlag = 0x80;
-constexpr std::uint8_t getFeature = 0x01;
-constexpr std::uint8_t getFeatureReply = 0x02;
-constexpr std::uint8_t setFeatureOpcode = 0x03;
 constexpr std::uint8_t capabilitiesRequest = 0xF3;
 constexpr std::uint8_t capabilitiesReply = 0xE3;
-constexpr std::uint8_t unsupported = 1;
-constexpr std::uint8_t speakerVolume = 0x62;
-constexpr std::uint8_t brightness = 0x10;
-constexpr std::uint8_t version = 0xDF;
-const std::vector<std::uint8_t> emptyMessage{displayWriteAddress, lengthFlag, 0xBE};
-
-std::uint8_t exclusiveOr(std::span<const std::uint8_t> bytes, std::uint8_t seed)
-{
-    return std::accumulate(bytes.begin(), bytes.end(), seed,
-        [](std::uint8_t sum, std::uint8_t byte) { return static_cast<std::uint8_t>(sum ^ byte); });
-}
-
-std::uint8_t high(std::uint32_t value)
-{
-    return static_cast<std::uint8_t>(value >> 8);
-}
-
-std::uint8_t low(std::uint32_t value)
-{
-    return static_cast<std::uint8_t>(value);
-}
+constexpr VcpFeature brightness = 0x10;
+constexpr VcpFeature version = 0xDF;
+constexpr auto emptyMessage = vcp::toHost<0>({});
 
 /// Thirteen characters, closed by a line feed and filled with blanks.
 void putText(SimulatedMonitor::Edid& edid, std::size_t descriptor, std::uint8_t tag, std::string text)
@@ -60,13 +35,13 @@ SimulatedMonitor::Edid makeEdid(const MonitorDescription& monitor)
         0x02, 0x3A, 0x80, 0x18, 0x71, 0x38, 0x2D, 0x40, 0x58, 0x2C, 0x45, 0x00, 0x54, 0x50, 0x21, 0x00, 0x00, 0x1E};
     SimulatedMonitor::Edid edid{};
     std::ranges::copy(header, edid.begin());
-    std::uint32_t letters = 0;
+    std::uint16_t letters = 0;
     for (const char letter : monitor.manufacturer)
-        letters = letters << 5 | static_cast<std::uint32_t>(letter - 'A' + 1);
-    edid[8] = high(letters);
-    edid[9] = low(letters);
-    edid[10] = low(monitor.product);
-    edid[11] = high(monitor.product);
+        letters = static_cast<std::uint16_t>(letters << 5 | (letter - 'A' + 1));
+    edid[8] = vcp::high(letters);
+    edid[9] = vcp::low(letters);
+    edid[10] = vcp::low(monitor.product);
+    edid[11] = vcp::high(monitor.product);
     for (std::size_t i = 0; i < 4; ++i)
         edid[12 + i] = static_cast<std::uint8_t>(monitor.serial >> (8 * i));
     edid[16] = 10;
@@ -179,67 +154,57 @@ int SimulatedMonitor::read(std::uint16_t address, std::span<std::uint8_t> bytes,
 int SimulatedMonitor::writeDDC(std::span<const std::uint8_t> bytes, Time now)
 {
     using Kind = MonitorTransaction::Kind;
-    const bool isMessage = bytes.size() > 3;
-    const bool isGet = isMessage && bytes[2] == getFeature;
-    const bool isSet = isMessage && bytes[2] == setFeatureOpcode && bytes.size() == 7;
-    const auto value = static_cast<std::uint16_t>(isSet ? bytes[4] * 256 + bytes[5] : 0);
+    const std::optional<VcpFeature> question = questionIn(bytes);
+    const VcpSetting setting = settingIn(bytes).value_or(VcpSetting{});
     const std::optional<int> failure = injectedFailure(now);
     const int error = failure ? *failure : writeMessage(bytes, now);
-    journal_.push_back({isSet ? Kind::set : isGet ? Kind::get : Kind::other, now, value, error});
+    const Kind kind = question ? Kind::get : settingIn(bytes) ? Kind::set : Kind::other;
+    journal_.push_back({kind, now, setting.value, error});
     return error;
 }
 
 int SimulatedMonitor::writeMessage(std::span<const std::uint8_t> bytes, Time now)
 {
     // A single byte wakes the bus; a message that does not add up is acknowledged and forgotten.
-    if (bytes.size() < 4 || bytes[0] != hostAddress || exclusiveOr(bytes, displayWriteAddress) != 0
-        || static_cast<std::size_t>(bytes[1] & ~lengthFlag) + 3 != bytes.size())
-        return 0;
-    const std::span payload = bytes.subspan(2, bytes.size() - 3);
-    if (payload[0] == getFeature)
-        prepareReply(featureReply(payload[1]), now);
-    else if (payload[0] == setFeatureOpcode && payload.size() == 4)
-        return setFeature(payload, now);
-    else if (payload[0] == capabilitiesRequest)
-        prepareReply({capabilitiesReply, 0, 0}, now);
+    if (const auto question = questionIn(bytes))
+        prepareReply(featureReply(*question), now);
+    else if (const auto setting = settingIn(bytes))
+        return setFeature(*setting, now);
+    else if (const auto payload = vcp::payloadToDisplay(bytes); !payload.empty() && payload[0] == capabilitiesRequest)
+        prepareReply(vcp::toHost<3>({capabilitiesReply, 0, 0}), now);
     return 0;
 }
 
-int SimulatedMonitor::setFeature(std::span<const std::uint8_t> payload, Time now)
+int SimulatedMonitor::setFeature(const VcpSetting& setting, Time now)
 {
     if (description_.quirks.refusesSets)
         return ENXIO;
-    if (payload[1] == speakerVolume)
-        volume_ = static_cast<std::uint16_t>(payload[2] * 256 + payload[3]);
+    if (setting.feature == speakerVolumeFeature)
+        volume_ = setting.value;
     busyUntil_ = now + description_.quirks.busyAfterSet;
     return 0;
 }
 
-std::vector<std::uint8_t> SimulatedMonitor::featureReply(std::uint8_t code) const
+SimulatedMonitor::FeatureReply SimulatedMonitor::featureReply(VcpFeature feature) const
 {
-    const auto reply = [code](std::uint8_t result, std::uint32_t maximum, std::uint32_t current) {
-        return std::vector<std::uint8_t>{
-            getFeatureReply, result, code, 0, high(maximum), low(maximum), high(current), low(current)};
-    };
-    switch (code) {
-    case speakerVolume:
-        return reply(description_.quirks.resultCode, description_.quirks.reportedMaximum.value_or(description_.maximum),
-            volume_);
+    switch (feature) {
+    case speakerVolumeFeature:
+        return vcpReply(feature, description_.quirks.resultCode,
+            {volume_, description_.quirks.reportedMaximum.value_or(description_.maximum)});
     case brightness:
-        return reply(0, 100, 50);
+        return vcpReply(feature, vcp::noError, {50, 100});
     case version:
-        return reply(0, 0xFFFF, 0x0202);
+        return vcpReply(feature, vcp::noError, {0x0202, 0xFFFF});
     default:
-        return reply(unsupported, 0, 0);
+        return vcpReply(feature, vcp::unsupportedFeature, {});
     }
 }
 
-void SimulatedMonitor::prepareReply(std::vector<std::uint8_t> payload, Time now)
+void SimulatedMonitor::prepareReply(std::span<const std::uint8_t> reply, Time now)
 {
-    Message message{displayWriteAddress, static_cast<std::uint8_t>(lengthFlag | payload.size())};
-    message.insert(message.end(), payload.begin(), payload.end());
-    const std::uint8_t sum = exclusiveOr(message, replyChecksumSeed);
-    message.push_back(description_.quirks.wrongChecksum ? static_cast<std::uint8_t>(~sum) : sum);
+    Message message(reply.begin(), reply.end());
+    if (description_.quirks.wrongChecksum)
+        message.back() = static_cast<std::uint8_t>(~message.back());
     replyBefore_ = std::exchange(reply_, std::move(message));
     replyReadyAt_ = now + description_.quirks.replyPreparation;
 }
@@ -253,7 +218,8 @@ void SimulatedMonitor::readReply(std::span<std::uint8_t> bytes, Time now)
     }
     const Message& prepared = quirks.repliesLate ? replyBefore_ : reply_;
     const bool isEmpty = quirks.emptyReplies || prepared.empty() || now < replyReadyAt_;
-    const Message message = quirks.rawReply.value_or(isEmpty ? emptyMessage : prepared);
+    const Message message
+        = quirks.rawReply.value_or(isEmpty ? Message(emptyMessage.begin(), emptyMessage.end()) : prepared);
     for (std::size_t i = 0; i < bytes.size(); ++i) {
         if (i < quirks.leadingBytes)
             bytes[i] = displayWriteAddress;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "QuenstalPlatform/RunLoop.hpp"
+#include "QuenstalPlatform/VcpMessages.hpp"
 
 #include <array>
 #include <cstdint>
@@ -102,13 +103,14 @@ public:
 
 private:
     using Message = std::vector<std::uint8_t>;
+    using FeatureReply = decltype(vcpReply(0, 0, {}));
 
     int writeDDC(std::span<const std::uint8_t> bytes, Time now);
     int writeMessage(std::span<const std::uint8_t> bytes, Time now);
-    int setFeature(std::span<const std::uint8_t> payload, Time now);
-    void prepareReply(std::vector<std::uint8_t> payload, Time now);
+    int setFeature(const VcpSetting& setting, Time now);
+    FeatureReply featureReply(VcpFeature feature) const;
+    void prepareReply(std::span<const std::uint8_t> reply, Time now);
     void readReply(std::span<std::uint8_t> bytes, Time now);
-    std::vector<std::uint8_t> featureReply(std::uint8_t code) const;
     std::optional<int> injectedFailure(Time now);
 
     mutable std::mutex mutex_;

@@ -47,15 +47,14 @@ BusEngine::~BusEngine()
         thread_.detach();
 }
 
-PlatformStatus BusEngine::get(std::span<const std::uint8_t> question, WorkerTime::Duration replyDelay,
-    std::span<std::uint8_t> reply, ColdBudget& budget)
+PlatformStatus BusEngine::get(VcpFeature feature, WorkerTime::Duration replyDelay, VcpValue& value, ColdBudget& budget)
 {
-    return worker_->get(question, replyDelay, reply, budget);
+    return worker_->get(feature, replyDelay, value, budget);
 }
 
-PlatformStatus BusEngine::set(std::span<const std::uint8_t> message)
+PlatformStatus BusEngine::setVolume(std::uint16_t volume)
 {
-    return worker_->set(message);
+    return worker_->setVolume(volume);
 }
 
 bool BusEngine::checkMemo()

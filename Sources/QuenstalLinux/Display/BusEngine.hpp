@@ -2,13 +2,12 @@
 
 #include "QuenstalLinux/Display/BusLink.hpp"
 #include "QuenstalPlatform/DisplayBuses.hpp"
+#include "QuenstalPlatform/VcpMessages.hpp"
 
 #include <functional>
 #include <memory>
 #include <optional>
 #include <thread>
-
-#include <span>
 
 namespace quenstal {
 
@@ -48,8 +47,8 @@ private:
 };
 
 /// One monitor's bus, served by a thread of its own so that a key press need not wait for the wire. Gets are answered
-/// from a memo, Sets are written behind; what is on the wire in the end is the last Set that was accepted. No Set goes
-/// to a bus that has not answered a Get since the bus was found.
+/// from a memo of the volume, Sets of it are written behind; what is on the wire in the end is the last Set
+/// that was accepted. No Set goes to a bus that has not answered a Get since the bus was found.
 ///
 /// A Set that was accepted and then failed is reported by one failed Get. A monitor that answers nothing is not waited
 /// for again; it is asked again in the background. One that answered before is taken to answer still while it is found
@@ -64,13 +63,12 @@ public:
     BusEngine(const BusEngine&) = delete;
     BusEngine& operator=(const BusEngine&) = delete;
 
-    /// 0 or an errno. Waits only while nothing is known, only out of the budget, and not for a monitor whose last Set
-    /// was lost.
-    PlatformStatus get(std::span<const std::uint8_t> question, WorkerTime::Duration replyDelay,
-        std::span<std::uint8_t> reply, ColdBudget& budget);
-    /// 0 when the value was written or will be. Waits at most 25 ms, and only when the bus is at rest: then a failure
+    /// 0 or an errno, which leaves the value as it was; of the volume only. Waits only while nothing is known, only out
+    /// of the budget, and not for a monitor whose last Set was lost.
+    PlatformStatus get(VcpFeature feature, WorkerTime::Duration replyDelay, VcpValue& value, ColdBudget& budget);
+    /// 0 when the volume was written or will be. Waits at most 25 ms, and only when the bus is at rest: then a failure
     /// is the failure of this very command.
-    PlatformStatus set(std::span<const std::uint8_t> message);
+    PlatformStatus setVolume(std::uint16_t volume);
 
     /// True when the memo is older than half a second, or in doubt, and the monitor is being asked: `BusNews::asked`
     /// tells the end. Somebody may have turned its own knob.

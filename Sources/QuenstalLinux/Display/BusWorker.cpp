@@ -46,7 +46,6 @@ BusWorker::BusWorker(const std::string& device, std::shared_ptr<I2CDevices> devi
     : time_(time)
     , news_(std::move(news))
     , link_(device, std::move(devices), time, std::move(gate))
-    , question_(speakerVolumeQuestion.begin(), speakerVolumeQuestion.end())
     , replyDelay_(usualReplyDelay)
     , belief_(belief)
 {
@@ -76,13 +75,16 @@ void BusWorker::step(Lock& lock)
     else if (canWrite())
         writePending(lock);
     else
-        ask(lock);
+        askVolume(lock);
 }
 
 bool BusWorker::hasWork(Time now) const
 {
-    if (standing_ == Standing::suspended)
-        return false;
+    return standing_ != Standing::suspended && isVolumeDue(now);
+}
+
+bool BusWorker::isVolumeDue(Time now) const
+{
     return pendingSet_ || probeIsDue_ || now >= verifyAt_ || now >= reprobeAt_;
 }
 
@@ -142,14 +144,15 @@ void BusWorker::writePending(Lock& lock)
 
 int BusWorker::writeOnce(Lock& lock)
 {
-    const VcpMessage message = *std::exchange(pendingSet_, std::nullopt);
+    const std::uint16_t volume = *std::exchange(pendingSet_, std::nullopt);
+    const auto message = vcpSet({speakerVolumeFeature, volume});
     const std::uint64_t accepted = setsAccepted_;
     const int error = transact(lock, [&] { return link_.write(ddcAddress, message); });
     quietUntil_ = time_->now() + BusLink::pauseAfterWrite;
     if (error != 0) {
         // A newer one takes its place.
         if (!pendingSet_)
-            pendingSet_ = message;
+            pendingSet_ = volume;
         return error;
     }
     setsDone_ = accepted;
@@ -167,7 +170,7 @@ void BusWorker::failSets(int error)
     owesFailure_ = hasLostSet_ = true;
     lastSetFailed_ = true;
     belief_ = Belief::onWriting;
-    memo_.reset();
+    volume_.reset();
     ++generation_;
     retryAt_ = WorkerTime::never;
     isDeviceGone_ = isDeviceGone(error);
@@ -175,14 +178,17 @@ void BusWorker::failSets(int error)
     probeIsDue_ = true;
 }
 
-void BusWorker::ask(Lock& lock)
+void BusWorker::askVolume(Lock& lock)
 {
     isBusy_ = true;
     probeIsDue_ = false;
     verifyAt_ = reprobeAt_ = WorkerTime::never;
-    const VcpMessage question = question_;
     const std::uint64_t generation = generation_;
-    const Answer answer = poll(lock, question, generation);
+    const auto isOutOfDate = [this, generation] { return generation != generation_ || isStopping_; };
+    const std::optional<VcpValue> known = volume_ ? std::optional(volume_->value) : std::nullopt;
+    // What is read is written back then: a reply that came late would be heard.
+    const bool wantsTwo = belief_ == Belief::onWriting;
+    const Answer answer = poll(lock, {speakerVolumeFeature, known, wantsTwo, isOutOfDate});
     // Seconds late a Set would be a surprise.
     if (answer.error == driverHung && pendingSet_)
         failSets(answer.error);
@@ -195,48 +201,47 @@ void BusWorker::ask(Lock& lock)
 
 void BusWorker::weigh(Lock& lock, const Answer& answer)
 {
-    if (!answer.reply)
+    if (!answer.value)
         learnSilence(answer);
     else if (lastSetFailed_ && answer.isPrompt)
         learnRefusal();
     else if (belief_ == Belief::onWriting)
-        prove(lock, *answer.reply);
+        prove(lock, *answer.value);
     else
-        learn(*answer.reply);
+        learn(*answer.value);
     time_->wakeAll(progress_);
 }
 
-BusWorker::Answer BusWorker::poll(Lock& lock, const VcpMessage& question, std::uint64_t generation)
+BusWorker::Answer BusWorker::poll(Lock& lock, const Question& question)
 {
-    // What is read is written back then: a reply that came late would be heard.
-    const bool wantsTwo = belief_ == Belief::onWriting;
-    ReplyJury jury(question, memo_, wantsTwo);
+    ReplyJury jury(question.feature, question.known, question.wantsTwo);
+    const auto message = vcpQuestion(question.feature);
     Answer answer;
     for (std::size_t attempt = 0; attempt <= getBackoff.size(); ++attempt) {
         const bool shouldBackOff = attempt > 0 && !(answer.error == 0 && jury.lastHeard());
         if (shouldBackOff)
             pause(lock, getBackoff[attempt - 1]);
-        if (generation != generation_ || isStopping_)
-            return {.reply = {}, .isInterrupted = true};
+        if (question.isGivenUp())
+            return {.value = {}, .isInterrupted = true};
         VcpReply reply{};
-        answer.error = transact(lock, [&] { return link_.exchange(ddcAddress, question, replyDelay_, reply); });
+        answer.error = transact(lock, [&] { return link_.exchange(ddcAddress, message, replyDelay_, reply); });
         if (isHopeless(answer.error))
             break;
         if (answer.error != 0)
             continue;
         // A monitor that has answered before has the feature, whatever it says now.
-        answer.isUnsupported = jury.hear(reply) == VcpVerdict::unsupported && !memo_;
+        answer.isUnsupported = jury.hear(reply) == ReplyJury::Verdict::unsupported && !question.known;
         answer.isPrompt |= attempt == 0 && jury.lastHeard();
         if (answer.isUnsupported || jury.decision())
             break;
     }
-    answer.reply = jury.decision() || wantsTwo ? jury.decision() : jury.lastHeard();
+    answer.value = jury.decision() || question.wantsTwo ? jury.decision() : jury.lastHeard();
     return answer;
 }
 
-void BusWorker::prove(Lock& lock, const VcpReply& reply)
+void BusWorker::prove(Lock& lock, const VcpValue& value)
 {
-    const VcpMessage message = setOfCurrentValue(reply, question_);
+    const auto message = vcpSet({speakerVolumeFeature, value.current});
     const std::uint64_t generation = generation_;
     const auto write = [&] { return link_.write(ddcAddress, message); };
     int error = transact(lock, write);
@@ -252,22 +257,21 @@ void BusWorker::prove(Lock& lock, const VcpReply& reply)
     if (generation != generation_)
         return;
     if (isHopeless(error))
-        return learnSilence({.reply = {}, .error = error});
+        return learnSilence({.value = {}, .error = error});
     if (error != 0)
         return learnRefusal();
     belief_ = Belief::onReading;
     refusalBackoff_ = firstRefusalBackoff;
-    learn(reply);
+    learn(value);
 }
 
-void BusWorker::learn(VcpReply reply)
+void BusWorker::learn(VcpValue value)
 {
     // Accepted before the monitor was asked anew, and still to be written.
     if (pendingSet_)
-        putCurrentValue(reply, *pendingSet_);
-    hasChanged_ |= !memo_ || !saySame(*memo_, reply, question_);
-    memo_ = reply;
-    memoAt_ = time_->now();
+        value.current = *pendingSet_;
+    hasChanged_ |= !volume_ || volume_->value != value;
+    volume_ = {value, time_->now()};
     lastSetFailed_ = false;
     silenceBackoff_ = firstSilenceBackoff;
     standAs(Standing::answering);
@@ -283,8 +287,8 @@ void BusWorker::learnRefusal()
 
 void BusWorker::learnSilence(const Answer& answer)
 {
-    isDeviceGone_ = memo_ && isDeviceGone(answer.error);
-    memo_.reset();
+    isDeviceGone_ = volume_ && isDeviceGone(answer.error);
+    volume_.reset();
     ++generation_;
     lastSetFailed_ = false;
     if (std::exchange(pendingSet_, std::nullopt)) {

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "QuenstalLinux/Display/BusEngine.hpp"
-#include "QuenstalLinux/Display/VcpWire.hpp"
 
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 
 namespace quenstal {
@@ -17,9 +17,8 @@ public:
         std::shared_ptr<CardGate> gate, BusNews news, Belief belief);
 
     // Main thread; contracts as in BusEngine.
-    PlatformStatus get(std::span<const std::uint8_t> question, WorkerTime::Duration replyDelay,
-        std::span<std::uint8_t> reply, ColdBudget& budget);
-    PlatformStatus set(std::span<const std::uint8_t> message);
+    PlatformStatus get(VcpFeature feature, WorkerTime::Duration replyDelay, VcpValue& value, ColdBudget& budget);
+    PlatformStatus setVolume(std::uint16_t volume);
     bool checkMemo();
     void rediscover();
     void suspend();
@@ -44,9 +43,22 @@ private:
 
     /// What is known of the monitor. One that answers has a memo, and keeps it while that is in doubt.
     enum class Standing { unknown, answering, silent, denied, refusing, suspended };
+    /// What a feature was when it was asked for, or became by a Set since.
+    struct Memo {
+        VcpValue value;
+        Time at;
+    };
+    struct Question {
+        VcpFeature feature;
+        std::optional<VcpValue> known;
+        /// One reply is not enough.
+        bool wantsTwo;
+        /// Under the lock: something more important came up.
+        std::function<bool()> isGivenUp;
+    };
     /// What asking came to.
     struct Answer {
-        std::optional<VcpReply> reply;
+        std::optional<VcpValue> value;
         int error = 0;
         /// The monitor said that it has no such feature.
         bool isUnsupported = false;
@@ -57,10 +69,11 @@ private:
     };
 
     // Main thread, under the lock.
-    void adoptQuestion(std::span<const std::uint8_t> question, Duration replyDelay);
-    void awaitDiscovery(Lock& lock, ColdBudget& budget);
+    PlatformStatus getVolume(Lock& lock, VcpValue& value, ColdBudget& budget);
+    bool isBeingFound() const { return standing_ == Standing::unknown && belief_ == Belief::onReading; }
+    void await(Lock& lock, ColdBudget& budget, const std::function<bool()>& ready);
     void requestProbe();
-    bool isMemoOlderThan(Duration age) const;
+    bool isOlderThan(const Memo& memo, Duration age) const { return time_->now() >= memo.at + age; }
     bool isStuck() const;
     void doubtMonitor(Standing standing);
 
@@ -69,6 +82,7 @@ private:
     bool isDone() const { return isStopping_ && !canWrite(); }
     void step(Lock& lock);
     bool hasWork(Time now) const;
+    bool isVolumeDue(Time now) const;
     void waitForWork(Lock& lock);
     void pause(Lock& lock, Duration duration);
     void closeLink(Lock& lock);
@@ -77,11 +91,11 @@ private:
     void writePending(Lock& lock);
     int writeOnce(Lock& lock);
     void failSets(int error);
-    void ask(Lock& lock);
-    Answer poll(Lock& lock, const VcpMessage& question, std::uint64_t generation);
+    void askVolume(Lock& lock);
+    Answer poll(Lock& lock, const Question& question);
     void weigh(Lock& lock, const Answer& answer);
-    void prove(Lock& lock, const VcpReply& reply);
-    void learn(VcpReply reply);
+    void prove(Lock& lock, const VcpValue& value);
+    void learn(VcpValue value);
     void learnRefusal();
     void learnSilence(const Answer& answer);
     void standAs(Standing standing);
@@ -95,15 +109,13 @@ private:
     std::condition_variable work_;
     std::condition_variable progress_;
 
-    VcpMessage question_;
     Duration replyDelay_;
     Standing standing_ = Standing::unknown;
-    std::optional<VcpReply> memo_;
-    Time memoAt_{};
-    /// Moves on with everything that makes a Get in flight out of date.
+    std::optional<Memo> volume_;
+    /// Moves on with everything that makes a Get of the volume in flight out of date.
     std::uint64_t generation_ = 0;
 
-    std::optional<VcpMessage> pendingSet_;
+    std::optional<std::uint16_t> pendingSet_;
     std::uint64_t setsAccepted_ = 0;
     std::uint64_t setsDone_ = 0;
     int lastSetError_ = 0;

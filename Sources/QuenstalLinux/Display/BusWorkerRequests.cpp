@@ -21,59 +21,47 @@ constexpr WorkerTime::Duration longestWaitForSet = 25ms;
 
 } // namespace
 
-PlatformStatus BusWorker::get(
-    std::span<const std::uint8_t> question, Duration replyDelay, std::span<std::uint8_t> reply, ColdBudget& budget)
+PlatformStatus BusWorker::get(VcpFeature feature, Duration replyDelay, VcpValue& value, ColdBudget& budget)
 {
     Lock lock(mutex_);
-    adoptQuestion(question, replyDelay);
+    replyDelay_ = replyDelay;
     if (isStopping_ || isStuck())
         return ETIMEDOUT;
+    return feature == speakerVolumeFeature ? getVolume(lock, value, budget) : EOPNOTSUPP;
+}
+
+PlatformStatus BusWorker::getVolume(Lock& lock, VcpValue& value, ColdBudget& budget)
+{
     if (std::exchange(owesFailure_, false))
         return EIO;
     // Whoever is not believed on reading has been done without so far.
-    if (standing_ == Standing::unknown && belief_ == Belief::onReading && !memo_)
-        awaitDiscovery(lock, budget);
-    if (!isBusy_ && (memo_ ? isMemoOlderThan(memoLifetime) : time_->now() >= retryAt_))
+    if (isBeingFound() && !volume_) {
+        if (!isBusy_)
+            requestProbe();
+        await(lock, budget, [this] { return standing_ != Standing::unknown; });
+    }
+    if (!isBusy_ && (volume_ ? isOlderThan(*volume_, memoLifetime) : time_->now() >= retryAt_))
         requestProbe();
-    if (!memo_)
+    if (!volume_)
         return EIO;
-    std::copy_n(memo_->begin(), std::min(memo_->size(), reply.size()), reply.begin());
+    value = volume_->value;
     return 0;
-}
-
-void BusWorker::adoptQuestion(std::span<const std::uint8_t> question, Duration replyDelay)
-{
-    replyDelay_ = replyDelay;
-    if (std::ranges::equal(question, question_))
-        return;
-    question_.assign(question.begin(), question.end());
-    memo_.reset();
-    doubtMonitor(Standing::unknown);
-    requestProbe();
 }
 
 bool BusWorker::checkMemo()
 {
     const Lock lock(mutex_);
-    const bool isAskedAnyway = standing_ == Standing::unknown && belief_ == Belief::onReading;
-    const bool isOld = standing_ == Standing::answering && isMemoOlderThan(recentLifetime);
-    isWaitedFor_ = !isStopping_ && !isStuck() && (isAskedAnyway || isOld);
+    const bool isOld = standing_ == Standing::answering && volume_ && isOlderThan(*volume_, recentLifetime);
+    isWaitedFor_ = !isStopping_ && !isStuck() && (isBeingFound() || isOld);
     if (isWaitedFor_ && !isBusy_)
         requestProbe();
     return isWaitedFor_;
 }
 
-bool BusWorker::isMemoOlderThan(Duration age) const
+void BusWorker::await(Lock& lock, ColdBudget& budget, const std::function<bool()>& ready)
 {
-    return time_->now() >= memoAt_ + age;
-}
-
-void BusWorker::awaitDiscovery(Lock& lock, ColdBudget& budget)
-{
-    if (!isBusy_)
-        requestProbe();
     const Time began = time_->now();
-    time_->waitUntil(lock, progress_, began + budget.left(), [this] { return standing_ != Standing::unknown; });
+    time_->waitUntil(lock, progress_, began + budget.left(), ready);
     budget.spend(time_->now() - began);
 }
 
@@ -88,22 +76,19 @@ bool BusWorker::isStuck() const
     return transactionBegan_ && time_->now() - *transactionBegan_ > stuckAfter;
 }
 
-PlatformStatus BusWorker::set(std::span<const std::uint8_t> message)
+PlatformStatus BusWorker::setVolume(std::uint16_t volume)
 {
     Lock lock(mutex_);
-    if (isStopping_ || isStuck() || !memo_)
+    if (isStopping_ || isStuck() || !volume_)
         return ENODEV;
-    VcpMessage set(message.begin(), message.end());
-    if (!putCurrentValue(*memo_, set))
-        return EINVAL;
     const Time now = time_->now();
     const bool isAnswering = standing_ == Standing::answering;
     const bool isAtRest = isAnswering && !isBusy_ && !pendingSet_ && now >= quietUntil_;
-    memoAt_ = now;
+    volume_ = {{volume, volume_->value.maximum}, now};
     // A monitor that is asked whether it is still there may answer: what is to be written is put into the answer.
     if (isAnswering)
         ++generation_;
-    pendingSet_ = std::move(set);
+    pendingSet_ = volume;
     hasLostSet_ = false;
     const std::uint64_t accepted = ++setsAccepted_;
     time_->wakeAll(work_);

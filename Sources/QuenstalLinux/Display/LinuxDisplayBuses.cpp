@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <optional>
 #include <utility>
 
 #include <span>
@@ -9,8 +10,25 @@
 namespace quenstal {
 namespace {
 
-/// The only addresses that a request may have: the engine speaks DDC/CI and nothing else.
-constexpr std::uint32_t writeAddress = 0x6E;
+/// The engine speaks of features, and nothing else goes over a bus.
+PlatformStatus transfer(BusEngine& engine, I2CRequest& request, ColdBudget& budget)
+{
+    const std::span sent(request.sendBuffer, request.sendBytes);
+    if (request.replyTransactionType == I2CTransactionType::none) {
+        const std::optional<VcpSetting> setting = settingIn(sent);
+        return setting && setting->feature == speakerVolumeFeature ? engine.setVolume(setting->value) : EINVAL;
+    }
+    const std::optional<VcpFeature> feature = questionIn(sent);
+    if (!feature)
+        return EINVAL;
+    VcpValue value;
+    const PlatformStatus status = engine.get(*feature, std::chrono::nanoseconds(request.minReplyDelay), value, budget);
+    if (status != 0)
+        return status;
+    const auto reply = vcpReply(*feature, vcp::noError, value);
+    std::copy_n(reply.begin(), std::min<std::size_t>(reply.size(), request.replyBytes), request.replyBuffer);
+    return 0;
+}
 
 /// FNV-1a: the same connector has the same identifier at every start.
 DisplayID identifierOf(const Connector& connector)
@@ -74,15 +92,10 @@ PlatformStatus LinuxDisplayBuses::sendI2CRequest(
     const std::shared_ptr<BusEngine> engine = engineOf(connection);
     if (!engine)
         return ENXIO;
-    if (request.sendAddress != writeAddress)
+    if (request.sendAddress != displayWriteAddress)
         return EINVAL;
-    const std::span sent(request.sendBuffer, request.sendBytes);
-    const std::span reply(request.replyBuffer, request.replyBytes);
-    const bool isSet = request.replyTransactionType == I2CTransactionType::none;
-    request.result = isSet
-        ? engine->set(sent)
-        : engine->get(sent, std::chrono::nanoseconds(request.minReplyDelay), reply, registry_.coldBudget());
-    if (isSet && request.result == 0)
+    request.result = transfer(*engine, request, registry_.coldBudget());
+    if (request.replyTransactionType == I2CTransactionType::none && request.result == 0)
         registry_.noteWrite(engine);
     return 0;
 }

@@ -3,32 +3,43 @@
 namespace quenstal {
 namespace {
 
-/// Replies with a wrong sum are asked for again; a monitor that cannot add is believed in the end.
-constexpr int toleratedWrongSums = 2;
+/// Damaged replies are asked for again; a monitor that cannot add is believed in the end.
+constexpr int toleratedDamage = 2;
+
+/// A volume's maximum of 0xFFnn (nn not 0) is nn: the monitors that report it count in one byte, and taking it
+/// literally drives them to full volume.
+VcpValue repaired(VcpFeature feature, VcpValue value)
+{
+    const std::uint8_t low = vcp::low(value.maximum);
+    if (feature == speakerVolumeFeature && vcp::high(value.maximum) == 0xFF && low != 0)
+        value.maximum = low;
+    return value;
+}
 
 } // namespace
 
-VcpVerdict ReplyJury::hear(VcpReply reply)
+ReplyJury::Verdict ReplyJury::hear(const VcpReply& reply)
 {
-    VcpVerdict verdict = judgeReply(reply, question_);
-    if (verdict == VcpVerdict::wrongChecksum && wrongSums_++ == toleratedWrongSums)
-        verdict = VcpVerdict::accepted;
-    if (verdict == VcpVerdict::accepted)
-        weigh(reply);
+    Verdict verdict = judge(reply);
+    if (verdict == Verdict::damaged && damagedReplies_++ == toleratedDamage)
+        verdict = Verdict::accepted;
+    if (verdict == Verdict::accepted)
+        weigh(repaired(feature_, *valueIn(reply, feature_)));
     return verdict;
 }
 
-void ReplyJury::weigh(VcpReply reply)
+ReplyJury::Verdict ReplyJury::judge(const VcpReply& reply) const
 {
-    repairMaximum(reply, question_);
-    if ((!known_ && !wantsTwo_) || agrees(reply, known_) || agrees(reply, lastHeard_))
-        decision_ = reply;
-    lastHeard_ = reply;
+    if (valueIn(reply, feature_))
+        return isDamaged(reply) ? Verdict::damaged : Verdict::accepted;
+    return saysUnsupported(reply, feature_) ? Verdict::unsupported : Verdict::rejected;
 }
 
-bool ReplyJury::agrees(const VcpReply& reply, const std::optional<VcpReply>& other) const
+void ReplyJury::weigh(const VcpValue& value)
 {
-    return other && saySame(reply, *other, question_);
+    if ((!known_ && !wantsTwo_) || value == known_ || value == lastHeard_)
+        decision_ = value;
+    lastHeard_ = value;
 }
 
 } // namespace quenstal

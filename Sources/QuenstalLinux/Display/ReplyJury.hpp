@@ -1,6 +1,6 @@
 #pragma once
 
-#include "QuenstalLinux/Display/VcpWire.hpp"
+#include "QuenstalPlatform/VcpMessages.hpp"
 
 #include <optional>
 
@@ -9,33 +9,43 @@ namespace quenstal {
 /// Decides which of several replies to one question to believe.
 class ReplyJury {
 public:
-    /// `known` is what was believed so far; the question outlives the jury. One that wants two replies that agree
-    /// believes no single one.
-    ReplyJury(const VcpMessage& question, const std::optional<VcpReply>& known, bool wantsTwo)
-        : question_(question)
+    enum class Verdict {
+        /// The answer stands at one of the places where it is looked for.
+        accepted,
+        /// So it does, in the usual layout, but the sum says that a bit was lost.
+        damaged,
+        /// The monitor says, and the sum agrees, that it has no such feature.
+        unsupported,
+        /// Anything else: too early, for someone else, noise.
+        rejected
+    };
+
+    /// `known` is what was believed so far. One that wants two replies that agree believes no single one.
+    ReplyJury(VcpFeature feature, const std::optional<VcpValue>& known, bool wantsTwo)
+        : feature_(feature)
         , known_(known)
         , wantsTwo_(wantsTwo)
     {
     }
 
-    VcpVerdict hear(VcpReply reply);
+    Verdict hear(const VcpReply& reply);
 
-    /// A reply that can be believed: nothing else is known, it says what is known, or it was given twice. A monitor
-    /// may answer with the reply before the last.
-    const std::optional<VcpReply>& decision() const { return decision_; }
+    /// A value that can be believed: nothing else is known, it is what is known, or it was given twice. A monitor may
+    /// answer with the reply before the last.
+    const std::optional<VcpValue>& decision() const { return decision_; }
     /// The last one heard, agreed upon or not.
-    const std::optional<VcpReply>& lastHeard() const { return lastHeard_; }
+    const std::optional<VcpValue>& lastHeard() const { return lastHeard_; }
 
 private:
-    void weigh(VcpReply reply);
-    bool agrees(const VcpReply& reply, const std::optional<VcpReply>& other) const;
+    Verdict judge(const VcpReply& reply) const;
+    void weigh(const VcpValue& value);
 
-    const VcpMessage& question_;
-    const std::optional<VcpReply> known_;
+    const VcpFeature feature_;
+    const std::optional<VcpValue> known_;
     const bool wantsTwo_;
-    int wrongSums_ = 0;
-    std::optional<VcpReply> lastHeard_;
-    std::optional<VcpReply> decision_;
+    int damagedReplies_ = 0;
+    std::optional<VcpValue> lastHeard_;
+    std::optional<VcpValue> decision_;
 };
 
 } // namespace quenstal

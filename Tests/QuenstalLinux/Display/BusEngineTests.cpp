@@ -297,8 +297,7 @@ TEST_F(DisplayBusEngineTest, aMonitorHasItsPauseAlsoWhenAnotherEngineServesItByT
     const BusNews silent{[] {}, [] {}, [] {}};
     BusEngine before(device, devices, time, gate, silent);
     time->advance(200ms);
-    const VcpMessage message{0x51, 0x84, 0x03, 0x62, 0x00, 0x28, 0xF2};
-    EXPECT_EQ(before.set(message), 0);
+    EXPECT_EQ(before.setVolume(40), 0);
     before.beginStop();
     BusEngine after(device, devices, time, gate, silent);
     time->advance(200ms);

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "QuenstalLinux/Display/BusEngine.hpp"
-#include "QuenstalLinux/Display/VcpWire.hpp"
 #include "Support/BusRules.hpp"
 #include "Support/SimulatedI2CDevices.hpp"
 #include "Support/VirtualWorkerTime.hpp"
@@ -61,26 +60,17 @@ struct EngineBench {
 
     Answer get()
     {
-        VcpReply reply{};
+        VcpValue value;
         const auto began = time->now();
-        const PlatformStatus status = engine->get(speakerVolumeQuestion, std::chrono::milliseconds(50), reply, budget);
+        const PlatformStatus status = engine->get(speakerVolumeFeature, std::chrono::milliseconds(50), value, budget);
         noteBlocking(began);
-        if (status != 0)
-            return nothing;
-        for (std::size_t i = 2; i <= 8; ++i)
-            if (reply[i] == 2 && reply[i + 1] == 0 && reply[i + 2] == 0x62)
-                return std::pair(reply[i + 6] * 256 + reply[i + 7], reply[i + 4] * 256 + reply[i + 5]);
-        return nothing;
+        return status == 0 ? Answer(std::pair(value.current, value.maximum)) : nothing;
     }
 
     bool set(int value)
     {
-        VcpMessage message{
-            0x51, 0x84, 0x03, 0x62, static_cast<std::uint8_t>(value >> 8), static_cast<std::uint8_t>(value), 0x6E};
-        for (std::size_t i = 0; i < 6; ++i)
-            message[6] = static_cast<std::uint8_t>(message[6] ^ message[i]);
         const auto began = time->now();
-        const PlatformStatus status = engine->set(message);
+        const PlatformStatus status = engine->setVolume(static_cast<std::uint16_t>(value));
         noteBlocking(began);
         return status == 0;
     }

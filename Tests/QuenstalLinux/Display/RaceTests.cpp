@@ -2,7 +2,6 @@
 
 #include "EmulatedMonitor/MachineFixture.hpp"
 #include "QuenstalLinux/Display/MonitorRegistry.hpp"
-#include "QuenstalLinux/Display/VcpWire.hpp"
 #include "QuenstalSimulation/SimulatedRunLoop.hpp"
 #include "Support/BusRules.hpp"
 #include "Support/HastyWorkerTime.hpp"
@@ -22,16 +21,6 @@ using Link = MachineFixture::Link;
 
 const std::string device = "/dev/i2c-5";
 
-VcpMessage setMessage(std::uint16_t value)
-{
-    VcpMessage message{0x51, 0x84, 0x03, 0x62, static_cast<std::uint8_t>(value >> 8), static_cast<std::uint8_t>(value)};
-    std::uint8_t sum = 0x6E;
-    for (const std::uint8_t byte : message)
-        sum = static_cast<std::uint8_t>(sum ^ byte);
-    message.push_back(sum);
-    return message;
-}
-
 std::vector<std::uint8_t> edidOf(const SimulatedMonitor& monitor)
 {
     return {monitor.edid().begin(), monitor.edid().end()};
@@ -46,8 +35,8 @@ struct DisplayRaceTest : testing::TestWithParam<unsigned> {
 
     bool get(BusEngine& engine)
     {
-        VcpReply reply{};
-        return engine.get(speakerVolumeQuestion, 50ms, reply, budget) == 0;
+        VcpValue value;
+        return engine.get(speakerVolumeFeature, 50ms, value, budget) == 0;
     }
 
     std::unique_ptr<BusEngine> startEngine()
@@ -98,7 +87,7 @@ TEST_P(DisplayRaceTest, whateverTheOrderTheBusIsTreatedWell)
         else if (random.below(2) == 0)
             get(*engine);
         else
-            engine->set(setMessage(static_cast<std::uint16_t>(random.below(100))));
+            engine->setVolume(static_cast<std::uint16_t>(random.below(100)));
         if (random.below(4) == 0)
             time->sleepUntil(time->now() + std::chrono::milliseconds(random.below(100)));
     }
@@ -113,7 +102,7 @@ TEST_P(DisplayRaceTest, theLastAcceptedSetIsOnTheWireInTheEnd)
         const auto value = static_cast<std::uint16_t>(random.below(100));
         if (random.below(20) == 0)
             engine->rediscover();
-        isRefused = engine->set(setMessage(value)) != 0;
+        isRefused = engine->setVolume(value) != 0;
         if (!isRefused)
             accepted = value;
         get(*engine);
@@ -125,7 +114,7 @@ TEST_P(DisplayRaceTest, theLastAcceptedSetIsOnTheWireInTheEnd)
         time->sleepUntil(time->now() + 1s);
         get(*engine);
         if (isRefused || engine->takeLostSet())
-            isRefused = engine->set(setMessage(accepted)) != 0;
+            isRefused = engine->setVolume(accepted) != 0;
     }
     EXPECT_EQ(monitor->volume(), accepted);
 }
@@ -152,7 +141,7 @@ TEST_P(DisplayRaceTest, monitorsMayComeAndGoWhileTheyAreAsked)
             registry.machineDidWake();
         for (const auto& candidate : registry.candidates())
             if (candidate.engine && get(*candidate.engine))
-                candidate.engine->set(setMessage(static_cast<std::uint16_t>(random.below(100))));
+                candidate.engine->setVolume(static_cast<std::uint16_t>(random.below(100)));
         loop.advance(50ms);
     }
     if (random.below(2) == 0)

@@ -2,7 +2,6 @@
 
 #include "EmulatedMonitor/MachineFixture.hpp"
 #include "QuenstalLinux/Display/MonitorRegistry.hpp"
-#include "QuenstalLinux/Display/VcpWire.hpp"
 #include "QuenstalSimulation/SimulatedRunLoop.hpp"
 #include "Support/BusRules.hpp"
 #include "Support/SimulatedI2CDevices.hpp"
@@ -91,8 +90,8 @@ struct RegistryBench : testing::Test {
 
     bool answers(const std::shared_ptr<BusEngine>& engine)
     {
-        VcpReply reply{};
-        return engine->get(speakerVolumeQuestion, std::chrono::milliseconds(50), reply, registry->coldBudget()) == 0;
+        VcpValue value;
+        return engine->get(speakerVolumeFeature, std::chrono::milliseconds(50), value, registry->coldBudget()) == 0;
     }
 
     const Monitor left = monitorNamed("Left", 1);

@@ -21,7 +21,7 @@ struct DisplayRegistryChangeTest : RegistryBench {
         buses.getMatchingFramebuffers(iterator);
         I2CConnection connection = 0;
         buses.openI2CInterface(buses.iteratorNext(iterator), 0, connection);
-        const VcpMessage message{0x51, 0x84, 0x03, 0x62, 0x00, 0x28, 0xF2};
+        const auto message = vcpSet({speakerVolumeFeature, 40});
         I2CRequest request;
         request.sendAddress = 0x6E;
         request.sendBuffer = message.data();
@@ -73,9 +73,9 @@ TEST_F(DisplayRegistryChangeTest, anotherMonitorOnTheSameConnectorIsAskedAnew)
     write({{{"DP-1", Link::auxiliary, 5, edidOf(right)}}, {}});
     registry->devicesChanged();
     pass(300ms);
-    VcpReply reply{};
-    ASSERT_EQ(registry->candidates().at(0).engine->get(speakerVolumeQuestion, 50ms, reply, registry->coldBudget()), 0);
-    EXPECT_EQ(reply[9], 80);
+    VcpValue value;
+    ASSERT_EQ(registry->candidates().at(0).engine->get(speakerVolumeFeature, 50ms, value, registry->coldBudget()), 0);
+    EXPECT_EQ(value.current, 80);
 }
 
 TEST_F(DisplayRegistryChangeTest, aMonitorThatRefusedProvesItselfWhereverItIsBackAndAnotherNeedNot)
@@ -96,8 +96,7 @@ TEST_F(DisplayRegistryChangeTest, aMonitorThatRefusedProvesItselfWhereverItIsBac
     start();
     plug("DP-1", 5, left);
     left->setQuirks({.refusesSets = true});
-    const VcpMessage set{0x51, 0x84, 0x03, 0x62, 0x00, 0x28, 0xF2};
-    EXPECT_EQ(registry->candidates().at(0).engine->set(set), 0);
+    EXPECT_EQ(registry->candidates().at(0).engine->setVolume(40), 0);
     pass(1s);
     plug("DP-1", 5, right);
     EXPECT_TRUE(answers(registry->candidates().at(0).engine));
@@ -171,8 +170,7 @@ TEST_F(DisplayRegistryChangeTest, anAdapterThatGoesUnderAWriteMakesItLookAgain)
     startWithTwo();
     devices->remove("/dev/i2c-5");
     write({{{"HDMI-A-1", Link::ddc, 6, edidOf(right)}}, {}});
-    const VcpMessage set{0x51, 0x84, 0x03, 0x62, 0x00, 0x28, 0xF2};
-    EXPECT_NE(registry->candidates().at(0).engine->set(set), 0);
+    EXPECT_NE(registry->candidates().at(0).engine->setVolume(40), 0);
     settle();
     EXPECT_EQ(candidates(), Names{"card0-HDMI-A-1 /dev/i2c-6"});
 }

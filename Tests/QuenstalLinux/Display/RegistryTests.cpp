@@ -272,8 +272,7 @@ TEST_F(DisplayRegistryTest, stoppingIsQuickWhateverTheDriverDoes)
 {
     startWithTwo();
     devices->hangNext();
-    const VcpMessage set{0x51, 0x84, 0x03, 0x62, 0x00, 0x28, 0xF2};
-    registry->candidates().at(0).engine->set(set);
+    registry->candidates().at(0).engine->setVolume(40);
     const auto began = time->now();
     registry->stop();
     EXPECT_LE(time->now() - began, 400ms);

@@ -1,8 +1,8 @@
 // Whatever a monitor replies: the transport reads a volume only where the pattern stands, never with maximum 0; the
-// memo's view of the same bytes agrees, and a value put into it is the value read from it.
+// messages and the jury of the memo see the same, and what is handed up again is read as it was understood.
 
 #include "QuenstalDDC/DDC.hpp"
-#include "QuenstalLinux/Display/VcpWire.hpp"
+#include "QuenstalLinux/Display/ReplyJury.hpp"
 #include "QuenstalSimulation/SimulatedDisplayBuses.hpp"
 #include "QuenstalSimulation/SimulatedRunLoop.hpp"
 
@@ -13,8 +13,6 @@
 namespace {
 
 using namespace quenstal;
-
-const VcpMessage question(speakerVolumeQuestion.begin(), speakerVolumeQuestion.end());
 
 bool read(const VcpReply& bytes, QSDDCVolume& volume)
 {
@@ -35,27 +33,46 @@ void require(bool condition)
         std::abort();
 }
 
+/// Where the pattern 02 00 62 stands.
+std::optional<std::size_t> patternIn(const VcpReply& reply)
+{
+    for (std::size_t i = 2; i <= 8; ++i)
+        if (reply.at(i) == 2 && reply.at(i + 1) == 0 && reply.at(i + 2) == 0x62)
+            return i;
+    return std::nullopt;
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     VcpReply reply{};
     std::copy_n(data, std::min(size, reply.size()), reply.begin());
+    const std::optional<std::size_t> at = patternIn(reply);
+    const std::optional<VcpValue> value = valueIn(reply, speakerVolumeFeature);
     QSDDCVolume volume;
-    const bool isRead = read(reply, volume);
-    require(isRead == (volume.maximum != 0));
-    const VcpVerdict verdict = judgeReply(reply, question);
-    require(isRead == (verdict == VcpVerdict::accepted || verdict == VcpVerdict::wrongChecksum));
-
-    VcpReply repaired = reply;
-    repairMaximum(repaired, question);
-    const VcpMessage set{0x51, 0x84, 0x03, 0x62, 0x12, 0x34, 0xFD};
-    require(putCurrentValue(repaired, set) == isRead);
-    if (!isRead)
+    require(read(reply, volume) == at.has_value());
+    require(value.has_value() == at.has_value());
+    ReplyJury jury(speakerVolumeFeature, std::nullopt, false);
+    const ReplyJury::Verdict verdict = jury.hear(reply);
+    require(at.has_value() == (verdict == ReplyJury::Verdict::accepted || verdict == ReplyJury::Verdict::damaged));
+    require(verdict != ReplyJury::Verdict::unsupported || reply[3] == 1);
+    if (!at)
         return 0;
-    QSDDCVolume changed;
-    require(read(repaired, changed));
-    require(changed.current == 0x1234);
-    require(changed.maximum == volume.maximum || changed.maximum == (volume.maximum & 0xFF));
+    require(value->maximum == reply.at(*at + 4) * 256 + reply.at(*at + 5));
+    require(value->current == reply.at(*at + 6) * 256 + reply.at(*at + 7));
+    require(volume.current == value->current);
+    require(volume.maximum == (value->maximum == 0 ? 100 : value->maximum));
+
+    if (!jury.decision())
+        return 0;
+    require(jury.decision()->current == value->current);
+    const auto canonical = vcpReply(speakerVolumeFeature, vcp::noError, *jury.decision());
+    VcpReply handedUp{};
+    std::ranges::copy(canonical, handedUp.begin());
+    QSDDCVolume again;
+    require(read(handedUp, again));
+    require(again.current == volume.current);
+    require(again.maximum == volume.maximum || again.maximum == (volume.maximum & 0xFF));
     return 0;
 }
