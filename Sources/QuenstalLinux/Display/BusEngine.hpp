@@ -47,8 +47,11 @@ private:
 };
 
 /// One monitor's bus, served by a thread of its own so that a key press need not wait for the wire. Gets are answered
-/// from a memo of the volume, Sets of it are written behind; what is on the wire in the end is the last Set
-/// that was accepted. No Set goes to a bus that has not answered a Get since the bus was found.
+/// from a memo, one for each feature; Sets of the volume are written behind, and what is on the wire in the end is the
+/// last one that was accepted. No Set goes to a bus that has not answered a Get since the bus was found.
+///
+/// The volume is what the monitor is judged by. Other features are asked for when the volume leaves the bus alone, and
+/// only while the monitor answers about that; one that it does not have is asked for again after 30 s at the earliest.
 ///
 /// A Set that was accepted and then failed is reported by one failed Get. A monitor that answers nothing is not waited
 /// for again; it is asked again in the background. One that answered before is taken to answer still while it is found
@@ -63,8 +66,8 @@ public:
     BusEngine(const BusEngine&) = delete;
     BusEngine& operator=(const BusEngine&) = delete;
 
-    /// 0 or an errno, which leaves the value as it was; of the volume only. Waits only while nothing is known, only out
-    /// of the budget, and not for a monitor whose last Set was lost.
+    /// 0 or an errno, which leaves the value as it was. Waits only while nothing is known of the feature, only out of
+    /// the budget, and not for a monitor whose last Set was lost.
     PlatformStatus get(VcpFeature feature, WorkerTime::Duration replyDelay, VcpValue& value, ColdBudget& budget);
     /// 0 when the volume was written or will be. Waits at most 25 ms, and only when the bus is at rest: then a failure
     /// is the failure of this very command.

@@ -74,18 +74,28 @@ void BusWorker::step(Lock& lock)
         pause(lock, quietUntil_ - now);
     else if (canWrite())
         writePending(lock);
-    else
+    else if (isVolumeDue(now))
         askVolume(lock);
+    else if (auto* const due = dueSideFeature())
+        askOnTheSide(lock, due->first, due->second);
 }
 
-bool BusWorker::hasWork(Time now) const
+bool BusWorker::hasWork(Time now)
 {
-    return standing_ != Standing::suspended && isVolumeDue(now);
+    return standing_ != Standing::suspended && (isVolumeDue(now) || dueSideFeature());
 }
 
 bool BusWorker::isVolumeDue(Time now) const
 {
     return pendingSet_ || probeIsDue_ || now >= verifyAt_ || now >= reprobeAt_;
+}
+
+BusWorker::SideFeatures::value_type* BusWorker::dueSideFeature()
+{
+    if (standing_ != Standing::answering)
+        return nullptr;
+    const auto due = std::ranges::find_if(sideFeatures_, [](const auto& entry) { return entry.second.isDue; });
+    return due == sideFeatures_.end() ? nullptr : &*due;
 }
 
 void BusWorker::waitForWork(Lock& lock)
@@ -170,8 +180,7 @@ void BusWorker::failSets(int error)
     owesFailure_ = hasLostSet_ = true;
     lastSetFailed_ = true;
     belief_ = Belief::onWriting;
-    volume_.reset();
-    ++generation_;
+    forgetValues();
     retryAt_ = WorkerTime::never;
     isDeviceGone_ = isDeviceGone(error);
     standAs(isDenied(error) ? Standing::denied : Standing::silent);
@@ -197,6 +206,24 @@ void BusWorker::askVolume(Lock& lock)
         weigh(lock, answer);
     hasBeenAsked_ |= !answer.isInterrupted && std::exchange(isWaitedFor_, false);
     isBusy_ = false;
+}
+
+void BusWorker::askOnTheSide(Lock& lock, VcpFeature code, SideFeature& feature)
+{
+    const auto mustWait
+        = [this] { return pendingSet_ || probeIsDue_ || standing_ != Standing::answering || isStopping_; };
+    const std::optional<VcpValue> known = feature.memo ? std::optional(feature.memo->value) : std::nullopt;
+    const Answer answer = poll(lock, {code, known, false, mustWait});
+    // Whether the monitor is still there is seen by what it is known to answer.
+    probeIsDue_ |= isHopeless(answer.error);
+    if (answer.isInterrupted || standing_ != Standing::answering)
+        return;
+    feature = {};
+    if (answer.value)
+        feature.memo = {*answer.value, time_->now()};
+    else
+        feature.retryAt = time_->now() + longestSilenceBackoff;
+    time_->wakeAll(progress_);
 }
 
 void BusWorker::weigh(Lock& lock, const Answer& answer)
@@ -288,8 +315,7 @@ void BusWorker::learnRefusal()
 void BusWorker::learnSilence(const Answer& answer)
 {
     isDeviceGone_ = volume_ && isDeviceGone(answer.error);
-    volume_.reset();
-    ++generation_;
+    forgetValues();
     lastSetFailed_ = false;
     if (std::exchange(pendingSet_, std::nullopt)) {
         setsDone_ = setsAccepted_;
@@ -304,6 +330,14 @@ void BusWorker::learnSilence(const Answer& answer)
         reprobeAt_ = retryAt_;
     silenceBackoff_ = std::min(2 * silenceBackoff_, longestSilenceBackoff);
     standAs(isDenied(answer.error) ? Standing::denied : Standing::silent);
+}
+
+void BusWorker::forgetValues()
+{
+    volume_.reset();
+    for (auto& [code, feature] : sideFeatures_)
+        feature.memo.reset();
+    ++generation_;
 }
 
 void BusWorker::standAs(Standing standing)

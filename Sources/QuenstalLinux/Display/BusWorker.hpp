@@ -5,6 +5,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <mutex>
 
 namespace quenstal {
@@ -48,6 +49,14 @@ private:
         VcpValue value;
         Time at;
     };
+    /// A feature beside the volume. What comes of asking for it says nothing about the monitor.
+    struct SideFeature {
+        std::optional<Memo> memo;
+        bool isDue = false;
+        /// After a question that was not answered: when the next makes sense.
+        Time retryAt{};
+    };
+    using SideFeatures = std::map<VcpFeature, SideFeature>;
     struct Question {
         VcpFeature feature;
         std::optional<VcpValue> known;
@@ -70,6 +79,7 @@ private:
 
     // Main thread, under the lock.
     PlatformStatus getVolume(Lock& lock, VcpValue& value, ColdBudget& budget);
+    PlatformStatus getOnTheSide(Lock& lock, SideFeature& feature, VcpValue& value, ColdBudget& budget);
     bool isBeingFound() const { return standing_ == Standing::unknown && belief_ == Belief::onReading; }
     void await(Lock& lock, ColdBudget& budget, const std::function<bool()>& ready);
     void requestProbe();
@@ -81,8 +91,9 @@ private:
     bool canWrite() const { return pendingSet_ && standing_ == Standing::answering; }
     bool isDone() const { return isStopping_ && !canWrite(); }
     void step(Lock& lock);
-    bool hasWork(Time now) const;
+    bool hasWork(Time now);
     bool isVolumeDue(Time now) const;
+    SideFeatures::value_type* dueSideFeature();
     void waitForWork(Lock& lock);
     void pause(Lock& lock, Duration duration);
     void closeLink(Lock& lock);
@@ -92,12 +103,14 @@ private:
     int writeOnce(Lock& lock);
     void failSets(int error);
     void askVolume(Lock& lock);
+    void askOnTheSide(Lock& lock, VcpFeature code, SideFeature& feature);
     Answer poll(Lock& lock, const Question& question);
     void weigh(Lock& lock, const Answer& answer);
     void prove(Lock& lock, const VcpValue& value);
     void learn(VcpValue value);
     void learnRefusal();
     void learnSilence(const Answer& answer);
+    void forgetValues();
     void standAs(Standing standing);
     void announce(Lock& lock);
 
@@ -112,6 +125,8 @@ private:
     Duration replyDelay_;
     Standing standing_ = Standing::unknown;
     std::optional<Memo> volume_;
+    /// Those that were asked for. None ever leaves.
+    SideFeatures sideFeatures_;
     /// Moves on with everything that makes a Get of the volume in flight out of date.
     std::uint64_t generation_ = 0;
 
@@ -130,6 +145,7 @@ private:
 
     bool probeIsDue_ = true;
     bool closeIsDue_ = false;
+    /// With the volume.
     bool isBusy_ = false;
     /// Someone wants to know when the monitor has been asked.
     bool isWaitedFor_ = false;

@@ -27,7 +27,8 @@ PlatformStatus BusWorker::get(VcpFeature feature, Duration replyDelay, VcpValue&
     replyDelay_ = replyDelay;
     if (isStopping_ || isStuck())
         return ETIMEDOUT;
-    return feature == speakerVolumeFeature ? getVolume(lock, value, budget) : EOPNOTSUPP;
+    return feature == speakerVolumeFeature ? getVolume(lock, value, budget)
+                                           : getOnTheSide(lock, sideFeatures_[feature], value, budget);
 }
 
 PlatformStatus BusWorker::getVolume(Lock& lock, VcpValue& value, ColdBudget& budget)
@@ -45,6 +46,23 @@ PlatformStatus BusWorker::getVolume(Lock& lock, VcpValue& value, ColdBudget& bud
     if (!volume_)
         return EIO;
     value = volume_->value;
+    return 0;
+}
+
+PlatformStatus BusWorker::getOnTheSide(Lock& lock, SideFeature& feature, VcpValue& value, ColdBudget& budget)
+{
+    const Time now = time_->now();
+    if (feature.memo ? isOlderThan(*feature.memo, memoLifetime) : now >= feature.retryAt) {
+        feature.isDue = true;
+        time_->wakeAll(work_);
+    }
+    const auto mayBeAnswered = [this] { return isBeingFound() || standing_ == Standing::answering; };
+    const bool isNew = !feature.memo && feature.retryAt == Time{};
+    if (isNew && mayBeAnswered())
+        await(lock, budget, [&] { return !feature.isDue || !mayBeAnswered(); });
+    if (!feature.memo)
+        return EIO;
+    value = feature.memo->value;
     return 0;
 }
 
@@ -83,7 +101,7 @@ PlatformStatus BusWorker::setVolume(std::uint16_t volume)
         return ENODEV;
     const Time now = time_->now();
     const bool isAnswering = standing_ == Standing::answering;
-    const bool isAtRest = isAnswering && !isBusy_ && !pendingSet_ && now >= quietUntil_;
+    const bool isAtRest = isAnswering && !isBusy_ && !transactionBegan_ && !pendingSet_ && now >= quietUntil_;
     volume_ = {{volume, volume_->value.maximum}, now};
     // A monitor that is asked whether it is still there may answer: what is to be written is put into the answer.
     if (isAnswering)
@@ -111,6 +129,8 @@ void BusWorker::doubtMonitor(Standing standing)
     silenceBackoff_ = firstSilenceBackoff;
     refusalBackoff_ = firstRefusalBackoff;
     verifyAt_ = reprobeAt_ = WorkerTime::never;
+    for (auto& [code, feature] : sideFeatures_)
+        feature.retryAt = {};
 }
 
 void BusWorker::rediscover()

@@ -58,11 +58,11 @@ struct EngineBench {
         changes = 0;
     }
 
-    Answer get()
+    Answer get(VcpFeature feature = speakerVolumeFeature)
     {
         VcpValue value;
         const auto began = time->now();
-        const PlatformStatus status = engine->get(speakerVolumeFeature, std::chrono::milliseconds(50), value, budget);
+        const PlatformStatus status = engine->get(feature, std::chrono::milliseconds(50), value, budget);
         noteBlocking(began);
         return status == 0 ? Answer(std::pair(value.current, value.maximum)) : nothing;
     }

@@ -21,6 +21,9 @@ using Link = MachineFixture::Link;
 
 const std::string device = "/dev/i2c-5";
 
+/// The volume, one that the monitor has besides, and one that it lacks.
+constexpr std::array<VcpFeature, 3> features{speakerVolumeFeature, 0xDF, 0x8D};
+
 std::vector<std::uint8_t> edidOf(const SimulatedMonitor& monitor)
 {
     return {monitor.edid().begin(), monitor.edid().end()};
@@ -33,10 +36,10 @@ struct DisplayRaceTest : testing::TestWithParam<unsigned> {
         expectBusRules(*monitor);
     }
 
-    bool get(BusEngine& engine)
+    bool get(BusEngine& engine, VcpFeature feature = speakerVolumeFeature)
     {
         VcpValue value;
-        return engine.get(speakerVolumeFeature, 50ms, value, budget) == 0;
+        return engine.get(feature, 50ms, value, budget) == 0;
     }
 
     std::unique_ptr<BusEngine> startEngine()
@@ -85,7 +88,7 @@ TEST_P(DisplayRaceTest, whateverTheOrderTheBusIsTreatedWell)
         if (random.below(8) == 0)
             disturb(*engine);
         else if (random.below(2) == 0)
-            get(*engine);
+            get(*engine, random.oneOf(features));
         else
             engine->setVolume(static_cast<std::uint16_t>(random.below(100)));
         if (random.below(4) == 0)
