@@ -31,7 +31,7 @@ void listDisplays(const Displays& displays)
         std::printf("display %u%s\n", display, displays.isBuiltin(display) ? ", built in" : "");
 }
 
-void listProblems(const DisplayBusHealth& health)
+void listProblems(const MonitorWatch& health)
 {
     for (const DisplayBusProblem& problem : health.problems())
         std::printf(
@@ -59,7 +59,7 @@ int run()
     QSDDCVolume volume;
     if (!QSDDCReadSpeakerVolume(monitors.buses(), &volume)) {
         std::puts("No monitor answers.");
-        listProblems(monitors.health());
+        listProblems(monitors.watch());
         return 1;
     }
     std::printf("volume %u of %u\n", volume.current, volume.maximum);
@@ -67,7 +67,7 @@ int run()
     turnFor(loop, 500ms);
     QSDDCReadSpeakerVolume(monitors.buses(), &volume);
     std::printf("volume %u of %u\n", volume.current, volume.maximum);
-    listProblems(monitors.health());
+    listProblems(monitors.watch());
     return 0;
 }
 

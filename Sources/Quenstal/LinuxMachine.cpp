@@ -4,11 +4,11 @@
 
 namespace quenstal {
 
-LinuxMachine::LinuxMachine(RunLoop& runLoop, BusConnection& sessionBus)
+LinuxMachine::LinuxMachine(RunLoop& runLoop, DBusConnection& sessionBus)
     : runLoop_(runLoop)
     , monitors_(runLoop, [this] { return audio_.currentMonitor(); })
     , audio_(runLoop)
-    , systemBus_(runLoop, BusConnection::Which::system)
+    , systemBus_(runLoop, DBusConnection::Which::system)
     , wake_(runLoop, systemBus_, sessionBus)
     , screens_(runLoop, [this] { wake_.screensDidWake(); })
     , preferences_(runLoop, PreferencesFile::defaultPath())
@@ -21,7 +21,7 @@ LinuxMachine::LinuxMachine(RunLoop& runLoop, BusConnection& sessionBus)
     , windowSystem_(connectToX11(runLoop))
     , desktop_(windowSystem_.get())
     , eventTaps_(runLoop, waysOfCapture())
-    , trust_(desktop_, waysOfCapture())
+    , permission_(desktop_, waysOfCapture())
 {
 }
 
@@ -30,8 +30,8 @@ AppPlatform LinuxMachine::platform()
     return {
         .runLoop = runLoop_,
         .sound = {.objects = audio_.objects(), .taps = audio_.taps()},
-        .monitors = {.displays = monitors_.displays(), .buses = monitors_.buses(), .watch = monitors_.health()},
-        .keys = {.taps = eventTaps_, .permission = trust_},
+        .monitors = {.displays = monitors_.displays(), .buses = monitors_.buses(), .watch = monitors_.watch()},
+        .keys = {.taps = eventTaps_, .permission = permission_},
         .session = {.desktop = desktop_, .views = desktop_, .sleepAndWake = wake_, .preferences = preferences_},
     };
 }

@@ -5,13 +5,13 @@
 #include "QuenstalLinux/Desktop/X11Screens.hpp"
 #include "QuenstalLinux/Desktop/X11WindowSystem.hpp"
 #include "QuenstalLinux/Display/LinuxMonitors.hpp"
-#include "QuenstalLinux/Keys/EvdevKeyCapture.hpp"
+#include "QuenstalLinux/Keyboards/EvdevKeyCapture.hpp"
 #include "QuenstalLinux/Keys/LinuxEventTaps.hpp"
-#include "QuenstalLinux/Keys/LinuxTrust.hpp"
+#include "QuenstalLinux/Keys/LinuxCapturePermission.hpp"
 #include "QuenstalLinux/Keys/PatientKeyCapture.hpp"
 #include "QuenstalLinux/Keys/ServiceKeyCapture.hpp"
 #include "QuenstalLinux/Keys/X11KeyCapture.hpp"
-#include "QuenstalLinux/Session/BusConnection.hpp"
+#include "QuenstalLinux/Bus/DBusConnection.hpp"
 #include "QuenstalLinux/Session/FilePreferences.hpp"
 #include "QuenstalLinux/Session/LogindWake.hpp"
 #include "QuenstalQt/Desktop/QtDesktop.hpp"
@@ -25,7 +25,7 @@ namespace quenstal {
 class LinuxMachine {
 public:
     /// Both outlive this.
-    LinuxMachine(RunLoop& runLoop, BusConnection& sessionBus);
+    LinuxMachine(RunLoop& runLoop, DBusConnection& sessionBus);
 
     AppPlatform platform();
     QtDesktop& desktop() { return desktop_; }
@@ -37,7 +37,7 @@ private:
     // First: it begins to look for monitors at once, and asks for the current one only on later turns.
     LinuxMonitors monitors_;
     LinuxAudio audio_;
-    BusConnection systemBus_;
+    DBusConnection systemBus_;
     LogindWake wake_;
     X11Screens screens_;
     FilePreferences preferences_;
@@ -50,7 +50,7 @@ private:
     std::unique_ptr<WindowSystem> windowSystem_;
     QtDesktop desktop_;
     LinuxEventTaps eventTaps_;
-    LinuxTrust trust_;
+    LinuxCapturePermission permission_;
 };
 
 } // namespace quenstal

@@ -1,6 +1,6 @@
 #include "Quenstal/SessionEnvironment.hpp"
 
-#include "QuenstalLinux/Keys/InputNodes.hpp"
+#include "QuenstalLinux/Keyboards/InputNodes.hpp"
 
 #include <cstdlib>
 

@@ -4,10 +4,10 @@
 #include "Quenstal/SessionEnvironment.hpp"
 #include "QuenstalApp/AppDelegate.hpp"
 #include "QuenstalApp/CommandLine.hpp"
-#include "QuenstalApp/Findings.hpp"
-#include "QuenstalApp/FindingsTeller.hpp"
+#include "QuenstalApp/MachineReport.hpp"
+#include "QuenstalApp/ReportPrinter.hpp"
 #include "QuenstalApp/PresentableText.hpp"
-#include "QuenstalLinux/Session/BusConnection.hpp"
+#include "QuenstalLinux/Bus/DBusConnection.hpp"
 #include "QuenstalLinux/Session/EndLimit.hpp"
 #include "QuenstalLinux/Session/SingleInstance.hpp"
 #include "QuenstalLinux/Session/TerminationSignals.hpp"
@@ -74,12 +74,12 @@ int start(int& argc, char** argv, Request request)
     }
     const EndLimit endLimit;
     TerminationSignals termination;
-    Bus bus = BusConnection::open(BusConnection::Which::session);
-    const bool isSilent = bus && !busGreets(*bus, BusConnection::greetingPatience);
+    Bus bus = DBusConnection::open(DBusConnection::Which::session);
+    const bool isSilent = bus && !busGreets(*bus, DBusConnection::greetingPatience);
     using State = QtToolkit::SessionBusState;
     QtToolkit toolkit(argc, argv, isSilent ? State::isSilent : State::hasGreeted);
     QtRunLoop runLoop;
-    BusConnection sessionBus(runLoop, std::move(bus));
+    DBusConnection sessionBus(runLoop, std::move(bus));
     SingleInstance instance(sessionBus);
     if (!instance.isFirst())
         return standBack(instance, request);
@@ -97,16 +97,16 @@ int start(int& argc, char** argv, Request request)
     const Cancellation ending = termination.onSignal(runLoop, [&machine] { machine.desktop().terminate(); });
     delegate.applicationDidFinishLaunching();
 
-    const auto findings = [&delegate] { return inPlainWords(delegate.findings(), mendingCommands()); };
+    const auto findings = [&delegate] { return inPlainWords(delegate.machineReport(), mendingCommands()); };
     instance.onReportAsked(findings);
-    FindingsTeller teller(runLoop, findings, print);
+    ReportPrinter teller(runLoop, findings, print);
     if (request == Request::startAndTell) {
-        delegate.onFindingsChanged = [&teller] { teller.mayHaveChanged(); };
+        delegate.onReportChanged = [&teller] { teller.mayHaveChanged(); };
         teller.mayHaveChanged();
     }
     const int status = toolkit.run();
     EndLimit::begin();
-    delegate.onFindingsChanged = nullptr;
+    delegate.onReportChanged = nullptr;
     delegate.applicationWillTerminate();
     return status;
 }

@@ -53,10 +53,10 @@ void AppDelegate::applicationDidFinishLaunching()
     applyTapPolicy();
     observers_.push_back(desk_->onPublished([this](const QuenstalState& state) {
         tapPolicyMayHaveChanged(state);
-        if (onFindingsChanged)
-            onFindingsChanged();
+        if (onReportChanged)
+            onReportChanged();
     }));
-    observeWorkspace();
+    observeSleepAndWake();
     observeMachine();
 }
 
@@ -75,7 +75,7 @@ void AppDelegate::tapPolicyMayHaveChanged(const QuenstalState& state)
         applyTapPolicy();
 }
 
-void AppDelegate::observeWorkspace()
+void AppDelegate::observeSleepAndWake()
 {
     observers_.push_back(platform_.session.sleepAndWake.onDidWake([this] { workspaceDidWake(); }));
     observers_.push_back(platform_.session.sleepAndWake.onScreensDidWake([this] { workspaceScreensDidWake(); }));
@@ -100,8 +100,8 @@ void AppDelegate::tellOfPreferences()
 {
     if (const auto problem = platform_.session.preferences.problem())
         platform_.session.desktop.showNotice(PreferencesAdvice::title, PreferencesAdvice::textFor(problem->kind));
-    if (onFindingsChanged)
-        onFindingsChanged();
+    if (onReportChanged)
+        onReportChanged();
 }
 
 void AppDelegate::workspaceDidWake()
@@ -126,7 +126,7 @@ void AppDelegate::wake()
     desk_->scheduleRefresh();
 }
 
-Findings AppDelegate::findings() const
+MachineReport AppDelegate::machineReport() const
 {
     requireMainThread();
     return {desk_->state(), statusController_->viewState().mediaKeyCaptureActive(),

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "QuenstalApp/Findings.hpp"
+#include "QuenstalApp/MachineReport.hpp"
 #include "QuenstalApp/MediaKeyTap.hpp"
 #include "QuenstalApp/StatusMenuController.hpp"
 #include "QuenstalCore/QuenstalController.hpp"
@@ -12,7 +12,7 @@
 #include "QuenstalPlatform/EventTaps.hpp"
 #include "QuenstalPlatform/Preferences.hpp"
 #include "QuenstalPlatform/RunLoop.hpp"
-#include "QuenstalPlatform/Trust.hpp"
+#include "QuenstalPlatform/CapturePermission.hpp"
 
 #include <functional>
 #include <memory>
@@ -29,16 +29,16 @@ struct AppPlatform {
     struct Monitors {
         Displays& displays;
         DisplayBuses& buses;
-        DisplayBusHealth& watch;
+        MonitorWatch& watch;
     };
     struct Keys {
         EventTaps& taps;
-        Trust& permission;
+        CapturePermission& permission;
     };
     struct Session {
         Desktop& desktop;
         PanelViewHosting& views;
-        WakeNotifications& sleepAndWake;
+        SleepAndWake& sleepAndWake;
         Preferences& preferences;
     };
 
@@ -70,9 +70,9 @@ public:
     void applicationShouldReopen();
 
     /// Only after launching has finished.
-    Findings findings() const;
+    MachineReport machineReport() const;
     /// Called whenever `findings` may have become others.
-    std::function<void()> onFindingsChanged;
+    std::function<void()> onReportChanged;
 
     /// None before launching has finished.
     std::shared_ptr<const QuenstalController> controller() const { return desk_ ? desk_->controller() : nullptr; }
@@ -82,7 +82,7 @@ private:
     std::shared_ptr<QuenstalController> makeController() const;
     void applyTapPolicy();
     void tapPolicyMayHaveChanged(const QuenstalState& state);
-    void observeWorkspace();
+    void observeSleepAndWake();
     void observeMachine();
     void tellOfPreferences();
     void workspaceDidWake();

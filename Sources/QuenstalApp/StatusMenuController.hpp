@@ -10,7 +10,7 @@
 #include "QuenstalPlatform/OwnedTasks.hpp"
 #include "QuenstalPlatform/Preferences.hpp"
 #include "QuenstalPlatform/RunLoop.hpp"
-#include "QuenstalPlatform/Trust.hpp"
+#include "QuenstalPlatform/CapturePermission.hpp"
 
 #include <chrono>
 #include <functional>
@@ -29,8 +29,8 @@ public:
         RunLoop& runLoop;
         Desktop& desktop;
         Preferences& preferences;
-        Trust& permission;
-        DisplayBusHealth& monitors;
+        CapturePermission& permission;
+        MonitorWatch& monitors;
         PanelViewHosting& views;
     };
 

@@ -22,8 +22,8 @@ VolumeDesk::Order::Commands VolumeDesk::Order::always(const VolumeCommand& comma
 }
 
 VolumeDesk::VolumeDesk(
-    RunLoop& runLoop, DisplayBusHealth& displayBusHealth, std::shared_ptr<QuenstalController> controller)
-    : displayBusHealth_(displayBusHealth)
+    RunLoop& runLoop, MonitorWatch& monitorWatch, std::shared_ptr<QuenstalController> controller)
+    : monitorWatch_(monitorWatch)
     , controller_(std::move(controller))
     , tasks_(runLoop)
 {
@@ -40,7 +40,7 @@ void VolumeDesk::carryOut(Order order)
     const bool startsFromKnob = order.origin != Origin::panel && isOn<ControlMode::HardwareDDC>();
     auto task = [this, order = std::move(order)] { perform([this, order] { serve(order); }); };
     if (startsFromKnob)
-        displayBusHealth_.whenRecent(tasks_.whileOwned(std::move(task)));
+        monitorWatch_.afterFreshRead(tasks_.whileOwned(std::move(task)));
     else
         task();
 }
@@ -122,7 +122,7 @@ void VolumeDesk::set(const VolumeSnapshot& wanted)
 /// for, and on no other. It makes nothing louder than what was asked for, and nothing louder at all when that was less.
 void VolumeDesk::makeUpForLostWrite()
 {
-    if (!displayBusHealth_.takeLostWrite() || !written_)
+    if (!monitorWatch_.takeLostWrite() || !written_)
         return;
     const Written lost = *std::exchange(written_, std::nullopt);
     read();

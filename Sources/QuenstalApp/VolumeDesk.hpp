@@ -42,7 +42,7 @@ public:
     using FeedbackHandler = std::function<void(const KeyFeedback&)>;
 
     /// Loop and buses outlive it.
-    VolumeDesk(RunLoop& runLoop, DisplayBusHealth& displayBusHealth, std::shared_ptr<QuenstalController> controller);
+    VolumeDesk(RunLoop& runLoop, MonitorWatch& monitorWatch, std::shared_ptr<QuenstalController> controller);
 
     std::shared_ptr<const QuenstalController> controller() const { return controller_; }
     const QuenstalState& state() const { return controller_->state(); }
@@ -109,7 +109,7 @@ private:
         return state().mode.is<Mode>();
     }
 
-    DisplayBusHealth& displayBusHealth_;
+    MonitorWatch& monitorWatch_;
     std::shared_ptr<QuenstalController> controller_;
     Handlers<StateHandler> observers_;
     Handlers<FeedbackHandler> presenters_;

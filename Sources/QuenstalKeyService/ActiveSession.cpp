@@ -83,7 +83,7 @@ SessionProperties readSession(sd_bus_message* message)
 
 } // namespace
 
-ActiveSession::ActiveSession(BusConnection& systemBus, std::function<void()> changed)
+ActiveSession::ActiveSession(DBusConnection& systemBus, std::function<void()> changed)
     : systemBus_(systemBus)
     , changed_(std::move(changed))
     , seatChanges_(systemBus, {logind, seatPath, propertiesInterface, "PropertiesChanged"},

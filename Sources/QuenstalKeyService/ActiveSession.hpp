@@ -1,8 +1,8 @@
 #pragma once
 
-#include "QuenstalLinux/Session/BusConnection.hpp"
-#include "QuenstalLinux/Session/BusHandles.hpp"
-#include "QuenstalLinux/Session/ServiceSignal.hpp"
+#include "QuenstalLinux/Bus/DBusConnection.hpp"
+#include "QuenstalLinux/Bus/BusHandles.hpp"
+#include "QuenstalLinux/Bus/ServiceSignal.hpp"
 
 #include <functional>
 #include <optional>
@@ -27,7 +27,7 @@ public:
     static constexpr const char* seat = "seat0";
 
     /// The handler hears of every change at once, and of the end of every uncertainty. The bus outlives this.
-    ActiveSession(BusConnection& systemBus, std::function<void()> changed);
+    ActiveSession(DBusConnection& systemBus, std::function<void()> changed);
 
     const std::optional<Session>& current() const { return current_; }
     /// False until logind has answered, at the start and after every switch.
@@ -42,7 +42,7 @@ private:
     void askForSession(const std::string& path);
     void settle(std::optional<Session> session);
 
-    BusConnection& systemBus_;
+    DBusConnection& systemBus_;
     std::function<void()> changed_;
     std::optional<Session> current_;
     /// The session being asked about.

@@ -1,6 +1,6 @@
 #include "QuenstalKeyService/AuthorizationQuestion.hpp"
 
-#include "QuenstalLinux/Keys/KeyServiceProtocol.hpp"
+#include "QuenstalLinux/Keyboards/KeyServiceProtocol.hpp"
 
 #include <cstdint>
 #include <utility>
@@ -17,7 +17,7 @@ constexpr std::uint32_t noInteraction = 0;
 
 } // namespace
 
-AuthorizationQuestion::AuthorizationQuestion(BusConnection& systemBus, const std::string& client, Verdict verdict)
+AuthorizationQuestion::AuthorizationQuestion(DBusConnection& systemBus, const std::string& client, Verdict verdict)
     : verdict_(std::move(verdict))
 {
     sd_bus_slot* slot = nullptr;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "QuenstalLinux/Session/BusConnection.hpp"
-#include "QuenstalLinux/Session/BusHandles.hpp"
+#include "QuenstalLinux/Bus/DBusConnection.hpp"
+#include "QuenstalLinux/Bus/BusHandles.hpp"
 
 #include <functional>
 #include <optional>
@@ -16,7 +16,7 @@ public:
     using Verdict = std::function<void(std::optional<bool> isAuthorized)>;
 
     /// About the program that has this unique name on the bus. The verdict comes on a later turn.
-    AuthorizationQuestion(BusConnection& systemBus, const std::string& client, Verdict verdict);
+    AuthorizationQuestion(DBusConnection& systemBus, const std::string& client, Verdict verdict);
     AuthorizationQuestion(const AuthorizationQuestion&) = delete;
     AuthorizationQuestion& operator=(const AuthorizationQuestion&) = delete;
 

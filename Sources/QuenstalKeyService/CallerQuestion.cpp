@@ -34,7 +34,7 @@ std::optional<Caller> readCaller(sd_bus_message* message)
 
 } // namespace
 
-CallerQuestion::CallerQuestion(BusConnection& systemBus, const std::string& caller, Answer answer)
+CallerQuestion::CallerQuestion(DBusConnection& systemBus, const std::string& caller, Answer answer)
     : answer_(std::move(answer))
 {
     sd_bus_slot* slot = nullptr;

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "QuenstalLinux/Session/BusConnection.hpp"
-#include "QuenstalLinux/Session/BusHandles.hpp"
+#include "QuenstalLinux/Bus/DBusConnection.hpp"
+#include "QuenstalLinux/Bus/BusHandles.hpp"
 
 #include <functional>
 #include <optional>
@@ -24,7 +24,7 @@ public:
     using Answer = std::function<void(const std::optional<Caller>& caller)>;
 
     /// The answer comes on a later turn.
-    CallerQuestion(BusConnection& systemBus, const std::string& caller, Answer answer);
+    CallerQuestion(DBusConnection& systemBus, const std::string& caller, Answer answer);
     CallerQuestion(const CallerQuestion&) = delete;
     CallerQuestion& operator=(const CallerQuestion&) = delete;
 

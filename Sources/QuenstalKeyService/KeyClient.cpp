@@ -15,7 +15,7 @@ constexpr int socketRoom = 16 * 1024;
 
 } // namespace
 
-KeyClient::KeyClient(RunLoop& runLoop, BusConnection& bus, const std::string& name, FileDescriptor socket, Gone gone)
+KeyClient::KeyClient(RunLoop& runLoop, DBusConnection& bus, const std::string& name, FileDescriptor socket, Gone gone)
     : runLoop_(runLoop)
     , name_(name)
     , socket_(std::move(socket))

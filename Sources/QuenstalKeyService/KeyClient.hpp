@@ -1,8 +1,8 @@
 #pragma once
 
 #include "QuenstalLinux/FileDescriptor.hpp"
-#include "QuenstalLinux/Keys/KeyServiceProtocol.hpp"
-#include "QuenstalLinux/Session/NameOwner.hpp"
+#include "QuenstalLinux/Keyboards/KeyServiceProtocol.hpp"
+#include "QuenstalLinux/Bus/NameOwner.hpp"
 #include "QuenstalPlatform/RunLoop.hpp"
 
 #include <functional>
@@ -21,7 +21,7 @@ public:
     using Gone = std::function<void(const char* reason)>;
 
     /// `name` is the client's unique name on the bus. Run loop and bus outlive this.
-    KeyClient(RunLoop& runLoop, BusConnection& bus, const std::string& name, FileDescriptor socket, Gone gone);
+    KeyClient(RunLoop& runLoop, DBusConnection& bus, const std::string& name, FileDescriptor socket, Gone gone);
     /// The client sees the end of its socket at once.
     ~KeyClient();
     KeyClient(const KeyClient&) = delete;

@@ -47,7 +47,7 @@ void refuse(sd_bus_message* call, KeyServiceRefusal refusal)
 
 } // namespace
 
-KeyService::KeyService(RunLoop& runLoop, BusConnection& systemBus, EvdevKeyCapture& keyboards, Handlers handlers)
+KeyService::KeyService(RunLoop& runLoop, DBusConnection& systemBus, EvdevKeyCapture& keyboards, Handlers handlers)
     : runLoop_(runLoop)
     , systemBus_(systemBus)
     , keyboards_(keyboards)
@@ -159,7 +159,7 @@ void KeyService::askLogind(Requests::iterator entry)
     request.session = *activeSession_.current();
     request.limit = runLoop_.after(longestQuestion, [this, entry] { decide(entry, KeyServiceRefusal::undecided); });
     request.membership
-        = std::make_unique<MembershipQuestion>(systemBus_, request.caller->process, [this, entry](const auto& session) {
+        = std::make_unique<ProcessSessionQuery>(systemBus_, request.caller->process, [this, entry](const auto& session) {
               if (session && *session != entry->second.session.path)
                   decide(entry, KeyServiceRefusal::notActive);
               else

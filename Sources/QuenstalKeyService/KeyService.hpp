@@ -4,11 +4,11 @@
 #include "QuenstalKeyService/AuthorizationQuestion.hpp"
 #include "QuenstalKeyService/CallerQuestion.hpp"
 #include "QuenstalKeyService/KeyClient.hpp"
-#include "QuenstalKeyService/MembershipQuestion.hpp"
-#include "QuenstalLinux/Keys/EvdevKeyCapture.hpp"
-#include "QuenstalLinux/Keys/KeyServiceProtocol.hpp"
-#include "QuenstalLinux/Session/BusConnection.hpp"
-#include "QuenstalLinux/Session/BusHandles.hpp"
+#include "QuenstalKeyService/ProcessSessionQuery.hpp"
+#include "QuenstalLinux/Keyboards/EvdevKeyCapture.hpp"
+#include "QuenstalLinux/Keyboards/KeyServiceProtocol.hpp"
+#include "QuenstalLinux/Bus/DBusConnection.hpp"
+#include "QuenstalLinux/Bus/BusHandles.hpp"
 #include "QuenstalPlatform/RunLoop.hpp"
 
 #include <cstddef>
@@ -44,7 +44,7 @@ public:
     };
 
     /// Everything outlives this.
-    KeyService(RunLoop& runLoop, BusConnection& systemBus, EvdevKeyCapture& keyboards, Handlers handlers);
+    KeyService(RunLoop& runLoop, DBusConnection& systemBus, EvdevKeyCapture& keyboards, Handlers handlers);
     ~KeyService();
     KeyService(const KeyService&) = delete;
     KeyService& operator=(const KeyService&) = delete;
@@ -60,7 +60,7 @@ private:
         std::optional<Caller> caller;
         /// The one at the seat when it came to the caller's turn.
         ActiveSession::Session session;
-        std::unique_ptr<MembershipQuestion> membership;
+        std::unique_ptr<ProcessSessionQuery> membership;
         std::unique_ptr<AuthorizationQuestion> authorization;
         Cancellation limit;
     };
@@ -92,7 +92,7 @@ private:
     void captureLost() override;
 
     RunLoop& runLoop_;
-    BusConnection& systemBus_;
+    DBusConnection& systemBus_;
     EvdevKeyCapture& keyboards_;
     Handlers handlers_;
     bool isCapturing_ = false;

@@ -3,8 +3,8 @@
 
 #include "QuenstalKeyService/EventLoop.hpp"
 #include "QuenstalKeyService/KeyService.hpp"
-#include "QuenstalLinux/Keys/EvdevKeyCapture.hpp"
-#include "QuenstalLinux/Session/BusConnection.hpp"
+#include "QuenstalLinux/Keyboards/EvdevKeyCapture.hpp"
+#include "QuenstalLinux/Bus/DBusConnection.hpp"
 
 #include <cstdint>
 #include <cstdio>
@@ -78,7 +78,7 @@ private:
     }
 
     EventLoop loop_;
-    BusConnection systemBus_{loop_, BusConnection::Which::system};
+    DBusConnection systemBus_{loop_, DBusConnection::Which::system};
     EvdevKeyCapture keyboards_{loop_};
     KeyService service_{loop_, systemBus_, keyboards_, {[this] { giveNameBack(); }, note}};
     BusSlot nameQuestion_;

@@ -214,7 +214,7 @@ public:
 };
 
 /// The computer goes to sleep and comes back. Each task runs until it is cancelled. Main thread.
-class WakeNotifications : public Interface {
+class SleepAndWake : public Interface {
 public:
     /// The computer waits a moment for the task to end.
     [[nodiscard]] virtual Cancellation onWillSleep(RunLoop::Task task) = 0;

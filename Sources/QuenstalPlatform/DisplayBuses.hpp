@@ -88,7 +88,7 @@ struct DisplayBusProblem {
 };
 
 /// What the shell wants to know of the buses, and tells them. Main thread.
-class DisplayBusHealth : public Interface {
+class MonitorWatch : public Interface {
 public:
     /// Runs the task when a monitor came, went or turned out to have another volume, and when a problem appeared or
     /// went away: time to refresh. Several reasons that come together are told once.
@@ -99,7 +99,7 @@ public:
     virtual bool takeLostWrite() = 0;
     /// Runs the task when the volume that the current output's monitors answer was read a moment ago: at once, or when
     /// they have been asked again, or after 200 ms. Tasks run in the order in which they came.
-    virtual void whenRecent(RunLoop::Task task) = 0;
+    virtual void afterFreshRead(RunLoop::Task task) = 0;
 
     /// The machine is about to sleep: nothing is held open.
     virtual void machineWillSleep() = 0;

@@ -91,7 +91,7 @@ private:
 };
 
 /// Sleep and wake by hand.
-class SimulatedWakeNotifications final : public WakeNotifications {
+class SimulatedSleepAndWake final : public SleepAndWake {
 public:
     [[nodiscard]] Cancellation onWillSleep(RunLoop::Task task) override { return willSleep_.add(std::move(task)); }
     [[nodiscard]] Cancellation onDidWake(RunLoop::Task task) override { return didWake_.add(std::move(task)); }

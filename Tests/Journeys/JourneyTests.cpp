@@ -54,21 +54,21 @@ TEST_F(JourneyTest, onAMonitorTheKeysMoveItsSpeakersOverDDC)
 TEST_F(JourneyTest, whatWasFoundIsToldAsItChanges)
 {
     machine.plugInSpeakers();
-    machine.trust.setTrusted(false);
+    machine.permission.setTrusted(false);
     machine.launch();
     std::vector<bool> captured;
-    machine.delegate->onFindingsChanged = [&] { captured.push_back(machine.delegate->findings().areKeysCaptured); };
-    EXPECT_FALSE(machine.delegate->findings().areKeysCaptured);
-    EXPECT_EQ(machine.delegate->findings().state.outputDevice->name, "Speakers");
+    machine.delegate->onReportChanged = [&] { captured.push_back(machine.delegate->machineReport().areKeysCaptured); };
+    EXPECT_FALSE(machine.delegate->machineReport().areKeysCaptured);
+    EXPECT_EQ(machine.delegate->machineReport().state.outputDevice->name, "Speakers");
 
-    machine.trust.setTrusted(true);
-    machine.trust.tellOfChange();
+    machine.permission.setTrusted(true);
+    machine.permission.tellOfChange();
     machine.loop.runUntilIdle();
     EXPECT_THAT(captured, ElementsAre(true));
-    machine.busHealth.setProblems({{DisplayBusProblem::Kind::accessDenied, "/dev/i2c-5", "Left", ""}});
+    machine.monitorWatch.setProblems({{DisplayBusProblem::Kind::accessDenied, "/dev/i2c-5", "Left", ""}});
     machine.loop.runUntilIdle();
     EXPECT_EQ(captured.size(), 2u);
-    EXPECT_EQ(machine.delegate->findings().monitorProblems.size(), 1u);
+    EXPECT_EQ(machine.delegate->machineReport().monitorProblems.size(), 1u);
 }
 
 TEST_F(JourneyTest, aKeyThatTheMonitorLosesMovesTheSoftwareGain)
@@ -79,8 +79,8 @@ TEST_F(JourneyTest, aKeyThatTheMonitorLosesMovesTheSoftwareGain)
     machine.taps.play([](std::uint32_t, std::uint64_t) { return 1.0F; });
     machine.press(down);
     monitor->setQuirks({.isDeaf = true});
-    machine.busHealth.loseWrite();
-    machine.busHealth.tellOfChange();
+    machine.monitorWatch.loseWrite();
+    machine.monitorWatch.tellOfChange();
     machine.loop.runUntilIdle();
     EXPECT_TRUE(machine.state().mode.is<ControlMode::SoftwareTap>());
     EXPECT_EQ(loudest(machine.taps.runCycles(4)), 0.4375F);
@@ -102,8 +102,8 @@ struct LostWriteTest : JourneyTest {
     }
     void tellOfLoss()
     {
-        machine.busHealth.loseWrite();
-        machine.busHealth.tellOfChange();
+        machine.monitorWatch.loseWrite();
+        machine.monitorWatch.tellOfChange();
         machine.loop.runUntilIdle();
     }
     static std::uint16_t loudestSince(std::size_t beginning, const SimulatedMonitor& monitor)
@@ -182,8 +182,8 @@ TEST_F(LostWriteTest, makesNothingLouderThanWasAskedFor)
         one.press(row.key);
         only->setVolume(row.knob);
         const std::size_t before = only->journal().size();
-        one.busHealth.loseWrite();
-        one.busHealth.tellOfChange();
+        one.monitorWatch.loseWrite();
+        one.monitorWatch.tellOfChange();
         one.loop.runUntilIdle();
         EXPECT_EQ(only->volume(), row.after);
         EXPECT_LE(loudestSince(before, *only), std::max(row.knob, row.after)) << "not even for a moment";
@@ -206,7 +206,7 @@ TEST_F(LostWriteTest, theNextKeyStartsFromItEvenBeforeItIsTold)
     launchOnMonitorAt(50);
     loseKey(down);
     setAnswering(false);
-    machine.busHealth.loseWrite();
+    machine.monitorWatch.loseWrite();
     machine.press(down);
     EXPECT_EQ(machine.desktop.statusButton()->title, " 38%");
 }
@@ -218,7 +218,7 @@ TEST_F(LostWriteTest, isCarriedOutOnce)
     tellOfLoss();
     EXPECT_EQ(monitor->volume(), 44);
     monitor->setVolume(90);
-    machine.busHealth.tellOfChange();
+    machine.monitorWatch.tellOfChange();
     machine.loop.runUntilIdle();
     EXPECT_EQ(monitor->volume(), 90);
 }
@@ -307,7 +307,7 @@ TEST_F(JourneyTest, aMonitorThatAnswersAgainIsNoLouderThanWhatWasChosenMeanwhile
         for (const std::uint32_t key : row.keys)
             one.press(key);
         monitor->setQuirks({.busyAfterSet = 0ms});
-        one.busHealth.tellOfChange();
+        one.monitorWatch.tellOfChange();
         one.loop.runUntilIdle();
         EXPECT_EQ(one.view().snapshot().modeKind, GlassDialModeKind::hardware);
         EXPECT_EQ(monitor->volume(), row.volumeAfter);
@@ -324,7 +324,7 @@ TEST_F(JourneyTest, aVolumeChosenWhenTheMonitorFailedBeforeIsCarriedOverOnlyWhen
     machine.launch();
     const auto answers = [&](bool doesAnswer) {
         monitor->setQuirks({.busyAfterSet = 0ms, .isDeaf = !doesAnswer});
-        machine.busHealth.tellOfChange();
+        machine.monitorWatch.tellOfChange();
         machine.loop.runUntilIdle();
     };
     for (int i = 0; i < 8; ++i)
@@ -356,7 +356,7 @@ TEST_F(JourneyTest, theKeyThatFindsTheMonitorFailingCountsAsChosen)
         monitor->setQuirks({.busyAfterSet = 0ms, .refusesSets = true});
         one.press(row.key);
         monitor->setQuirks({.busyAfterSet = 0ms});
-        one.busHealth.tellOfChange();
+        one.monitorWatch.tellOfChange();
         one.loop.runUntilIdle();
         EXPECT_EQ(monitor->volume(), row.volumeAfter);
     }
@@ -382,7 +382,7 @@ TEST_F(JourneyTest, aMonitorThatAnswersAndTakesNothingLeavesTheSoftwareGain)
     for (int i = 0; i < 8; ++i)
         machine.press(down);
     monitor->setQuirks({.refusesSets = true});
-    machine.busHealth.tellOfChange();
+    machine.monitorWatch.tellOfChange();
     machine.loop.runUntilIdle();
     EXPECT_TRUE(machine.state().mode.is<ControlMode::SoftwareTap>());
     EXPECT_EQ(machine.desktop.statusButton()->title, " 50%");
@@ -435,7 +435,7 @@ TEST_F(JourneyTest, aMonitorThatComesShowsATurnLater)
     machine.launch();
     EXPECT_EQ(machine.view().snapshot().modeKind, GlassDialModeKind::software);
     machine.plugInMonitor();
-    machine.busHealth.tellOfChange();
+    machine.monitorWatch.tellOfChange();
     machine.loop.runUntilIdle();
     EXPECT_EQ(machine.view().snapshot().modeKind, GlassDialModeKind::hardware);
 }
@@ -445,14 +445,14 @@ TEST_F(JourneyTest, aDeniedBusIsNamedInTheGuideATurnLaterUntilAccessIsGiven)
     using Kind = DisplayBusProblem::Kind;
     machine.plugInMonitorOutput();
     machine.launch();
-    machine.busHealth.setProblems({{Kind::accessDenied, "/dev/i2c-5", "Left", "Log in again."}});
+    machine.monitorWatch.setProblems({{Kind::accessDenied, "/dev/i2c-5", "Left", "Log in again."}});
     EXPECT_TRUE(machine.view().monitorProblems().empty());
     machine.loop.runUntilIdle();
     ASSERT_EQ(machine.view().monitorProblems().size(), 1u);
     EXPECT_EQ(machine.view().monitorProblems()[0].device, "/dev/i2c-5");
     EXPECT_EQ(machine.view().snapshot().modeKind, GlassDialModeKind::software);
     machine.plugInMonitor();
-    machine.busHealth.setProblems({});
+    machine.monitorWatch.setProblems({});
     machine.loop.runUntilIdle();
     EXPECT_TRUE(machine.view().monitorProblems().empty());
     EXPECT_EQ(machine.view().snapshot().modeKind, GlassDialModeKind::hardware);

@@ -24,7 +24,7 @@ struct LifeTest : JourneyTest { };
 TEST_F(LifeTest, withoutAccessibilityTheTapIsStoppedAtLaunchAndCaptureReportedInactive)
 {
     machine.plugInSpeakers();
-    machine.trust.setTrusted(false);
+    machine.permission.setTrusted(false);
     machine.launch();
     EXPECT_EQ(machine.keys.tapCount(), 0);
     EXPECT_THAT(machine.keys.calls(), ElementsAre());
@@ -35,18 +35,18 @@ TEST_F(LifeTest, withoutAccessibilityTheTapIsStoppedAtLaunchAndCaptureReportedIn
 TEST_F(LifeTest, keysWorkTheMomentAccessIsGivenAndGoBackTheMomentItIsWithdrawn)
 {
     machine.plugInSpeakers();
-    machine.trust.setTrusted(false);
+    machine.permission.setTrusted(false);
     machine.launch();
     machine.view().requestAccessibility();
-    EXPECT_EQ(machine.trust.prompts(), 1);
+    EXPECT_EQ(machine.permission.prompts(), 1);
     machine.loop.advance(5s);
-    machine.trust.setTrusted(true);
+    machine.permission.setTrusted(true);
     machine.loop.advance(1s);
     EXPECT_EQ(machine.keys.listeningCount(), 1);
     EXPECT_TRUE(machine.view().mediaKeyCaptureActive());
     EXPECT_EQ(machine.loop.pendingTimers(), 0u);
-    machine.trust.setTrusted(false);
-    machine.trust.tellOfChange();
+    machine.permission.setTrusted(false);
+    machine.permission.tellOfChange();
     machine.loop.runUntilIdle();
     EXPECT_EQ(machine.keys.tapCount(), 0);
     EXPECT_FALSE(machine.view().mediaKeyCaptureActive());
@@ -58,16 +58,16 @@ TEST_F(LifeTest, aTapThatWasRefusedAtLaunchIsMadeWithTheNextRefreshThatFindsItPo
     machine.keys.refuseTaps(true);
     machine.launch();
     EXPECT_FALSE(machine.view().mediaKeyCaptureActive());
-    machine.trust.tellOfChange();
+    machine.permission.tellOfChange();
     machine.loop.runUntilIdle();
     EXPECT_FALSE(machine.view().mediaKeyCaptureActive()) << "still refused";
     machine.keys.refuseTaps(false);
-    machine.trust.tellOfChange();
+    machine.permission.tellOfChange();
     machine.loop.runUntilIdle();
     EXPECT_EQ(machine.keys.listeningCount(), 1);
     EXPECT_TRUE(machine.view().mediaKeyCaptureActive());
     const auto creations = tapCreations();
-    machine.trust.tellOfChange();
+    machine.permission.tellOfChange();
     machine.loop.runUntilIdle();
     EXPECT_EQ(tapCreations(), creations) << "one is enough";
 }
@@ -76,7 +76,7 @@ TEST_F(LifeTest, theFirstRunLeadsThroughTheGuide)
 {
     machine.preferences.setBoolean(SetupGuidePreferences::key, false);
     machine.plugInSpeakers();
-    machine.trust.setTrusted(false);
+    machine.permission.setTrusted(false);
     machine.desktop.placeStatusItem(false);
     machine.launch();
     machine.loop.advance(300ms);
@@ -85,7 +85,7 @@ TEST_F(LifeTest, theFirstRunLeadsThroughTheGuide)
     ASSERT_TRUE(machine.desktop.isPanelVisible());
     EXPECT_EQ(machine.view().screen(), GlassDialViewState::Screen::setup);
     machine.view().requestAccessibility();
-    machine.trust.setTrusted(true);
+    machine.permission.setTrusted(true);
     machine.loop.advance(1s);
     machine.press(up);
     EXPECT_THAT(machine.view().lastMediaKeyCaptureDescription(), StartsWith("F12 volume up at "));
@@ -101,15 +101,15 @@ TEST_F(LifeTest, preferencesThatAreNotKeptAreToldOnceAndFoundUntilTheyAre)
     machine.plugInSpeakers();
     machine.launch();
     int changes = 0;
-    machine.delegate->onFindingsChanged = [&] { ++changes; };
+    machine.delegate->onReportChanged = [&] { ++changes; };
     const PreferencesProblem problem{PreferencesProblem::Kind::notSaved, "/a/file"};
     machine.preferences.setProblem(problem);
     EXPECT_THAT(machine.desktop.notices(), ElementsAre(StartsWith("Quenstal's preferences: Your preferences cannot")));
-    EXPECT_EQ(machine.delegate->findings().preferencesProblem, problem);
+    EXPECT_EQ(machine.delegate->machineReport().preferencesProblem, problem);
     EXPECT_EQ(changes, 1);
     machine.preferences.setProblem(std::nullopt);
     EXPECT_EQ(machine.desktop.notices().size(), 1u);
-    EXPECT_EQ(machine.delegate->findings().preferencesProblem, std::nullopt);
+    EXPECT_EQ(machine.delegate->machineReport().preferencesProblem, std::nullopt);
     EXPECT_EQ(changes, 2);
 }
 
@@ -130,7 +130,7 @@ TEST_F(LifeTest, theSwitchOnThePanelStopsAndStartsTheTap)
 TEST_F(LifeTest, switchedOnWithoutAccessibilityTheStartFailsAndIsReported)
 {
     machine.plugInSpeakers();
-    machine.trust.setTrusted(false);
+    machine.permission.setTrusted(false);
     machine.keys.refuseTaps(true);
     machine.launch();
     machine.view().toggleEnable();
@@ -147,8 +147,8 @@ TEST_F(LifeTest, twoWakesInOneTurnRestartTheTapTwiceAndRefreshThePanelOnce)
     machine.launch();
     refreshes();
     const auto creations = tapCreations();
-    machine.workspace.didWake();
-    machine.workspace.screensDidWake();
+    machine.sleepAndWake.didWake();
+    machine.sleepAndWake.screensDidWake();
     EXPECT_EQ(refreshes(), 2u);
     EXPECT_EQ(tapCreations(), creations + 2);
     machine.loop.runUntilIdle();
@@ -162,7 +162,7 @@ TEST_F(LifeTest, aWakeWhileSwitchedOffStopsTheTapAndRefreshesThePanelOnce)
     machine.launch();
     machine.view().toggleEnable();
     refreshes();
-    machine.workspace.didWake();
+    machine.sleepAndWake.didWake();
     EXPECT_EQ(machine.keys.tapCount(), 0);
     machine.loop.runUntilIdle();
     EXPECT_EQ(refreshes(), 2u);
@@ -173,8 +173,8 @@ TEST_F(LifeTest, aStormOfWakesLeavesOneTap)
     machine.plugInSpeakers();
     machine.launch();
     for (int i = 0; i < 100; ++i) {
-        machine.workspace.screensDidWake();
-        machine.workspace.didWake();
+        machine.sleepAndWake.screensDidWake();
+        machine.sleepAndWake.didWake();
         if (i % 7 == 0)
             machine.keys.disableTaps(eventTypeTapDisabledByTimeout);
     }
@@ -188,21 +188,21 @@ TEST_F(LifeTest, theBusesAreToldOfSleepWakeAndTheEnd)
 {
     machine.plugInSpeakers();
     machine.launch();
-    machine.workspace.willSleep();
-    machine.workspace.didWake();
+    machine.sleepAndWake.willSleep();
+    machine.sleepAndWake.didWake();
     machine.quit();
-    EXPECT_THAT(machine.busHealth.calls(), ElementsAre("will sleep", "did wake", "stop"));
+    EXPECT_THAT(machine.monitorWatch.calls(), ElementsAre("will sleep", "did wake", "stop"));
 }
 
 TEST_F(LifeTest, aSleepThatNobodyEndsIsOverForTheBusesWhenAKeyIsPressed)
 {
     machine.plugInSpeakers();
     machine.launch();
-    machine.workspace.willSleep();
+    machine.sleepAndWake.willSleep();
     machine.press(up);
-    EXPECT_THAT(machine.busHealth.calls(), ElementsAre("will sleep", "did wake"));
+    EXPECT_THAT(machine.monitorWatch.calls(), ElementsAre("will sleep", "did wake"));
     machine.press(up);
-    EXPECT_EQ(machine.busHealth.calls().size(), 2u);
+    EXPECT_EQ(machine.monitorWatch.calls().size(), 2u);
 }
 
 // --- The end ---
@@ -220,8 +220,8 @@ TEST_F(LifeTest, terminationStopsTheTapAndTheSoftwareSession)
     EXPECT_EQ(machine.desktop.statusButton(), std::nullopt);
     // Nobody is left to hear of these.
     machine.audio.removeOutput(output);
-    machine.trust.tellOfChange();
-    machine.workspace.didWake();
+    machine.permission.tellOfChange();
+    machine.sleepAndWake.didWake();
     machine.loop.runUntilIdle();
 }
 
@@ -235,7 +235,7 @@ TEST_F(LifeTest, atTheEndTheSoundGoesBackBeforeAnythingThatMayBeHeldUp)
         isGivenBack = true;
         EXPECT_EQ(machine.taps.liveObjects(), 0u);
         EXPECT_EQ(machine.keys.tapCount(), 1);
-        EXPECT_THAT(machine.busHealth.calls(), ElementsAre());
+        EXPECT_THAT(machine.monitorWatch.calls(), ElementsAre());
         EXPECT_EQ(machine.preferences.saves(), 0);
     };
     machine.delegate->applicationWillTerminate();
@@ -271,8 +271,8 @@ TEST_F(LifeTest, everyEntryFromAnotherThreadIsAProgrammingError)
     const Row rows[]{
         {"launch", [this] { machine.delegate->applicationDidFinishLaunching(); }},
         {"second start", [this] { machine.delegate->applicationShouldReopen(); }},
-        {"wake", [this] { machine.workspace.didWake(); }},
-        {"wake of the screens", [this] { machine.workspace.screensDidWake(); }},
+        {"wake", [this] { machine.sleepAndWake.didWake(); }},
+        {"wake of the screens", [this] { machine.sleepAndWake.screensDidWake(); }},
         {"end", [this] { machine.delegate->applicationWillTerminate(); }},
     };
     machine.plugInSpeakers();

@@ -1,7 +1,7 @@
 // Names that others chose, at every place where the program shows them.
 
 #include "Journeys/JourneyTest.hpp"
-#include "QuenstalApp/Findings.hpp"
+#include "QuenstalApp/MachineReport.hpp"
 
 #include <string>
 #include <vector>
@@ -43,7 +43,7 @@ struct OutsideTextTest : JourneyTest {
             .transport = AudioTransportCode::builtIn,
             .uid = "uid",
             .volumes = {{audioElementMain, {.value = 0.5F, .settable = true}}}});
-        machine.busHealth.setProblems({{DisplayBusProblem::Kind::accessDenied, "/dev/i2c-5\n\x1B[m", hostile, ""}});
+        machine.monitorWatch.setProblems({{DisplayBusProblem::Kind::accessDenied, "/dev/i2c-5\n\x1B[m", hostile, ""}});
         machine.preferences.setProblem(PreferencesProblem{PreferencesProblem::Kind::notSaved, "/home/" + hostile});
         machine.launch();
     }
@@ -85,7 +85,7 @@ TEST_F(OutsideTextTest, forgesNoLineOfTheCopiedReport)
 
 TEST_F(OutsideTextTest, forgesNoLineOfWhatIsFound)
 {
-    const auto lines = linesOf(inPlainWords(machine.delegate->findings(), {}));
+    const auto lines = linesOf(inPlainWords(machine.delegate->machineReport(), {}));
     const std::vector<std::string> headings{"Output:", "Volume:", "Keys:", "Missing:", "   "};
     ASSERT_EQ(lines.size(), headings.size());
     for (std::size_t line = 0; line < lines.size(); ++line) {

@@ -6,13 +6,13 @@
 #include "QuenstalSimulation/SimulatedAudioObjects.hpp"
 #include "QuenstalSimulation/SimulatedAudioTaps.hpp"
 #include "QuenstalSimulation/SimulatedDesktop.hpp"
-#include "QuenstalSimulation/SimulatedDisplayBusHealth.hpp"
+#include "QuenstalSimulation/SimulatedMonitorWatch.hpp"
 #include "QuenstalSimulation/SimulatedDisplayBuses.hpp"
 #include "QuenstalSimulation/SimulatedDisplays.hpp"
 #include "QuenstalSimulation/SimulatedEventTaps.hpp"
 #include "QuenstalSimulation/SimulatedPreferences.hpp"
 #include "QuenstalSimulation/SimulatedRunLoop.hpp"
-#include "QuenstalSimulation/SimulatedTrust.hpp"
+#include "QuenstalSimulation/SimulatedCapturePermission.hpp"
 
 #include <memory>
 
@@ -22,7 +22,7 @@ class SimulatedMachine {
 public:
     SimulatedMachine()
     {
-        trust.setTrusted(true);
+        permission.setTrusted(true);
         preferences.setBoolean(SetupGuidePreferences::key, true);
     }
 
@@ -54,9 +54,9 @@ public:
         return {
             .runLoop = loop,
             .sound = {.objects = audio, .taps = taps},
-            .monitors = {.displays = displays, .buses = buses, .watch = busHealth},
-            .keys = {.taps = keys, .permission = trust},
-            .session = {.desktop = desktop, .views = views, .sleepAndWake = workspace, .preferences = preferences},
+            .monitors = {.displays = displays, .buses = buses, .watch = monitorWatch},
+            .keys = {.taps = keys, .permission = permission},
+            .session = {.desktop = desktop, .views = views, .sleepAndWake = sleepAndWake, .preferences = preferences},
         };
     }
     void launch()
@@ -96,12 +96,12 @@ public:
     SimulatedAudioTaps taps{audio, loop};
     SimulatedDisplays displays;
     SimulatedDisplayBuses buses{loop};
-    SimulatedDisplayBusHealth busHealth;
+    SimulatedMonitorWatch monitorWatch;
     SimulatedEventTaps keys;
-    SimulatedTrust trust;
+    SimulatedCapturePermission permission;
     SimulatedPreferences preferences;
     SimulatedDesktop desktop;
-    SimulatedWakeNotifications workspace;
+    SimulatedSleepAndWake sleepAndWake;
     NoViews views;
     std::unique_ptr<AppDelegate> delegate;
 };

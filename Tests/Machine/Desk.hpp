@@ -1,7 +1,7 @@
 #pragma once
 
 #include "QuenstalLinux/FileDescriptor.hpp"
-#include "QuenstalLinux/Keys/InputNodes.hpp"
+#include "QuenstalLinux/Keyboards/InputNodes.hpp"
 
 #include <atomic>
 #include <chrono>

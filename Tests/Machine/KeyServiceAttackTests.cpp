@@ -1,7 +1,7 @@
 // A program of another account, without a session, against the installed service and the client that has the keys.
 
 #include "Machine/KeyServiceTest.hpp"
-#include "QuenstalLinux/Keys/KeyServiceProtocol.hpp"
+#include "QuenstalLinux/Keyboards/KeyServiceProtocol.hpp"
 #include "Support/BusStranger.hpp"
 
 #include <array>

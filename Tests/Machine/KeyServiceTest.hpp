@@ -7,7 +7,7 @@
 #include "Machine/Keyboards.hpp"
 #include "Machine/Login.hpp"
 #include "Machine/MachineLoop.hpp"
-#include "QuenstalLinux/Keys/EvdevKeyCapture.hpp"
+#include "QuenstalLinux/Keyboards/EvdevKeyCapture.hpp"
 #include "QuenstalLinux/Keys/ServiceKeyCapture.hpp"
 #include "QuenstalPlatform/EventTaps.hpp"
 
@@ -56,7 +56,7 @@ private:
 
     const int reports_;
     MachineLoop loop_;
-    BusConnection systemBus_{loop_, BusConnection::Which::system};
+    DBusConnection systemBus_{loop_, DBusConnection::Which::system};
     EvdevKeyCapture keyboards_{loop_};
     ServiceKeyCapture capture_{loop_, systemBus_, keyboards_};
 };

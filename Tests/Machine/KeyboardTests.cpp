@@ -4,7 +4,7 @@
 #include "Machine/Emulator.hpp"
 #include "Machine/Keyboards.hpp"
 #include "Machine/MachineLoop.hpp"
-#include "QuenstalLinux/Keys/EvdevKeyCapture.hpp"
+#include "QuenstalLinux/Keyboards/EvdevKeyCapture.hpp"
 #include "QuenstalPlatform/EventTaps.hpp"
 
 #include <csignal>

@@ -40,7 +40,7 @@ void become(const MachineUser& user)
 } // namespace
 
 Login::Login(const MachineUser& user, unsigned terminal, const Program& program)
-    : bus_(loop_, BusConnection::Which::system)
+    : bus_(loop_, DBusConnection::Which::system)
 {
     makeAccount(user);
     std::array<int, 2> gate{};

@@ -2,7 +2,7 @@
 
 #include "Machine/MachineLoop.hpp"
 #include "QuenstalLinux/FileDescriptor.hpp"
-#include "QuenstalLinux/Session/BusConnection.hpp"
+#include "QuenstalLinux/Bus/DBusConnection.hpp"
 
 #include <functional>
 #include <string>
@@ -40,7 +40,7 @@ private:
     bool openSession(const MachineUser& user, unsigned terminal);
 
     MachineLoop loop_;
-    BusConnection bus_;
+    DBusConnection bus_;
     pid_t process_;
     std::string session_;
     /// The session lasts as long as this is open.

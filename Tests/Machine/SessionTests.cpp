@@ -109,8 +109,8 @@ TEST_F(MachineSessionTest, sleepAndWakeAreToldAndTheMachineWaits)
     // The kernel goes to sleep as far as to stop all programs, and wakes by itself.
     std::ofstream("/sys/power/pm_test") << "freezer";
     std::ofstream("/sys/module/suspend/parameters/pm_test_delay") << "1";
-    BusConnection systemBus(loop, BusConnection::Which::system);
-    BusConnection noSession(loop, std::string("unix:path=/nowhere"));
+    DBusConnection systemBus(loop, DBusConnection::Which::system);
+    DBusConnection noSession(loop, std::string("unix:path=/nowhere"));
     LogindWake wake(loop, systemBus, noSession);
     std::vector<std::string> told;
     const Cancellation sleeps = wake.onWillSleep([&] { told.emplace_back("sleep"); });

@@ -4,7 +4,7 @@
 #include "Machine/Desk.hpp"
 #include "Machine/Emulator.hpp"
 #include "Machine/MachineLoop.hpp"
-#include "QuenstalLinux/Keys/EvdevKeyCapture.hpp"
+#include "QuenstalLinux/Keyboards/EvdevKeyCapture.hpp"
 #include "QuenstalLinux/Keys/LinuxEventTaps.hpp"
 #include "QuenstalLinux/Keys/PatientKeyCapture.hpp"
 

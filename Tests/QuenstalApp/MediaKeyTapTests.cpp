@@ -123,20 +123,20 @@ TEST_F(MediaKeyTapTest, aStepOfAMonitorStartsFromWhereItsKnobIsNow)
     playOnMonitor();
     controller->refresh();
     tap->start();
-    busHealth.askMonitor();
+    monitorWatch.askMonitor();
     taps.press(AuxiliaryButton::soundUp);
     taps.press(AuxiliaryButton::soundUp);
     loop.runUntilIdle();
     EXPECT_EQ(ports.ddcVolume.level, 0.5) << "not before the monitor was asked";
     ports.ddcVolume.level = 0.25;
-    busHealth.monitorAnswers();
+    monitorWatch.monitorAnswers();
     EXPECT_EQ(ports.ddcVolume.level, 0.375);
 }
 
 TEST_F(MediaKeyTapTest, aKeyForAnotherOutputDoesNotWaitForAMonitor)
 {
     tap->start();
-    busHealth.askMonitor();
+    monitorWatch.askMonitor();
     taps.press(AuxiliaryButton::soundUp);
     loop.runUntilIdle();
     EXPECT_EQ(ports.systemVolume.level, 0.5625);
@@ -147,11 +147,11 @@ TEST_F(MediaKeyTapTest, aKeyThatWaitsForAMonitorDoesNotOutliveTheTap)
     playOnMonitor();
     controller->refresh();
     tap->start();
-    busHealth.askMonitor();
+    monitorWatch.askMonitor();
     taps.press(AuxiliaryButton::soundUp);
     loop.runUntilIdle();
     tap.reset();
-    busHealth.monitorAnswers();
+    monitorWatch.monitorAnswers();
     EXPECT_EQ(ports.ddcVolume.level, 0.5);
 }
 

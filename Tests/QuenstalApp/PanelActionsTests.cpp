@@ -199,15 +199,15 @@ TEST_F(PanelActionsTest, aCapturedKeyIsNotedWithItsLocalTime)
 
 TEST_F(PanelActionsTest, theCaptureStateIsPublishedWithAFreshSetupSnapshotAndTheAdvice)
 {
-    trust.setTrusted(false);
-    trust.setAdvice("Another program uses the volume keys.");
+    permission.setTrusted(false);
+    permission.setAdvice("Another program uses the volume keys.");
     ports.permissions.accessibility = PermissionStatus::denied;
     controller->refresh();
     status->updateMediaKeyCapture(false);
     EXPECT_EQ(view().setupSnapshot().accessibilityStatus, "Needed for F10/F11/F12");
     EXPECT_TRUE(view().permissionNeeds().accessibility);
     EXPECT_EQ(view().captureAdvice(), "Another program uses the volume keys.");
-    trust.setTrusted(true);
+    permission.setTrusted(true);
     status->updateMediaKeyCapture(true);
     EXPECT_TRUE(view().mediaKeyCaptureActive());
     EXPECT_EQ(view().lastMediaKeyCaptureDescription(), noKeysYet);
@@ -223,12 +223,12 @@ TEST_F(PanelActionsTest, everySyncPublishesWhatIsWrongWithTheMonitorsAndTheRepor
     const auto before = report();
     const DisplayBusProblem problem{
         DisplayBusProblem::Kind::accessDenied, "/dev/i2c-5", "Left", "Install the udev rule."};
-    busHealth.setProblems({problem});
+    monitorWatch.setProblems({problem});
     EXPECT_TRUE(view().monitorProblems().empty());
     view().refreshOutput();
     EXPECT_THAT(view().monitorProblems(), testing::ElementsAre(problem));
     EXPECT_EQ(report(), before);
-    busHealth.setProblems({});
+    monitorWatch.setProblems({});
     view().refreshOutput();
     EXPECT_TRUE(view().monitorProblems().empty());
 }
@@ -241,7 +241,7 @@ TEST_F(PanelActionsTest, askingForAccessPromptsOpensTheListAndLooksAgainThirtyTi
     view().refreshOutput();
     ports.takeCalls();
     view().requestAccessibility();
-    EXPECT_EQ(trust.prompts(), 1);
+    EXPECT_EQ(permission.prompts(), 1);
     EXPECT_THAT(desktop.openedAddresses(),
         ElementsAre(std::string(GlassDialSettingsDestination::accessibilitySettingsURLString)));
     loop.runUntilIdle();
@@ -286,9 +286,9 @@ TEST_F(PanelActionsTest, aSecondRequestStartsTheOneChainAnew)
 
 TEST_F(PanelActionsTest, withAccessNothingIsPrompted)
 {
-    trust.setTrusted(false);
+    permission.setTrusted(false);
     view().requestAccessibility();
-    EXPECT_EQ(trust.prompts(), 0);
+    EXPECT_EQ(permission.prompts(), 0);
     EXPECT_EQ(desktop.openedAddresses().size(), 1u);
 }
 

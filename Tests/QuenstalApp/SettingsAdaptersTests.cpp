@@ -1,7 +1,7 @@
 #include "QuenstalApp/NativeAdapters/SettingsAdapters.hpp"
 #include "QuenstalCore/Models/Json.hpp"
 #include "QuenstalSimulation/SimulatedPreferences.hpp"
-#include "QuenstalSimulation/SimulatedTrust.hpp"
+#include "QuenstalSimulation/SimulatedCapturePermission.hpp"
 
 #include <limits>
 #include <string>
@@ -94,13 +94,13 @@ TEST_F(UserDefaultsEQProfileStoreTest, thePreferenceBelongsToOneOutput)
 
 TEST(MacPermissionProviderTest, accessibilityIsWhatTheSystemTrustsAndCaptureIsAlwaysGranted)
 {
-    SimulatedTrust trust;
-    MacPermissionProvider provider(trust);
+    SimulatedCapturePermission permission;
+    MacPermissionProvider provider(permission);
     EXPECT_EQ(
         provider.currentPermissionState(), (PermissionState{PermissionStatus::denied, PermissionStatus::granted}));
-    trust.setTrusted(true);
+    permission.setTrusted(true);
     EXPECT_EQ(provider.currentPermissionState(), PermissionState::allGranted());
-    EXPECT_EQ(trust.prompts(), 0);
+    EXPECT_EQ(permission.prompts(), 0);
 }
 
 } // namespace

@@ -7,11 +7,11 @@
 #include "QuenstalApp/StatusMenuController.hpp"
 #include "QuenstalCore/Controller/ControllerTest.hpp"
 #include "QuenstalSimulation/SimulatedDesktop.hpp"
-#include "QuenstalSimulation/SimulatedDisplayBusHealth.hpp"
+#include "QuenstalSimulation/SimulatedMonitorWatch.hpp"
 #include "QuenstalSimulation/SimulatedEventTaps.hpp"
 #include "QuenstalSimulation/SimulatedPreferences.hpp"
 #include "QuenstalSimulation/SimulatedRunLoop.hpp"
-#include "QuenstalSimulation/SimulatedTrust.hpp"
+#include "QuenstalSimulation/SimulatedCapturePermission.hpp"
 
 #include <algorithm>
 #include <chrono>
@@ -60,9 +60,9 @@ struct ShellTest : ControllerTest {
     void launch()
     {
         controller = ports.makeController();
-        desk = std::make_shared<VolumeDesk>(loop, busHealth, controller);
+        desk = std::make_shared<VolumeDesk>(loop, monitorWatch, controller);
         status = std::make_shared<StatusMenuController>(
-            StatusMenuController::Platform{loop, desktop, preferences, trust, busHealth, views}, desk);
+            StatusMenuController::Platform{loop, desktop, preferences, permission, monitorWatch, views}, desk);
         tap = std::make_unique<MediaKeyTap>(taps, loop, desk, status);
         ports.takeCalls();
     }
@@ -87,8 +87,8 @@ struct ShellTest : ControllerTest {
     SimulatedRunLoop loop;
     SimulatedDesktop desktop;
     SimulatedPreferences preferences;
-    SimulatedTrust trust;
-    SimulatedDisplayBusHealth busHealth;
+    SimulatedCapturePermission permission;
+    SimulatedMonitorWatch monitorWatch;
     SimulatedEventTaps taps;
     NoViews views;
     std::shared_ptr<QuenstalController> controller;

@@ -21,8 +21,8 @@ TEST_F(StatusMenuControllerTest, theStatusButtonShowsSymbolAndTitleFromConstruct
     controller = ports.makeController();
     ports.takeCalls();
     status = std::make_shared<StatusMenuController>(
-        StatusMenuController::Platform{loop, desktop, preferences, trust, busHealth, views},
-        std::make_shared<VolumeDesk>(loop, busHealth, controller));
+        StatusMenuController::Platform{loop, desktop, preferences, permission, monitorWatch, views},
+        std::make_shared<VolumeDesk>(loop, monitorWatch, controller));
     EXPECT_THAT(ports.takeCalls(), IsEmpty());
     EXPECT_EQ(desktop.statusButton(),
         (StatusButtonAppearance{
@@ -150,12 +150,12 @@ TEST_F(StatusMenuControllerTest, theWheelStepsAMonitorFromWhereItsKnobIsNow)
     finishSetupEarlier();
     playOnMonitor();
     launch();
-    busHealth.askMonitor();
+    monitorWatch.askMonitor();
     desktop.scrollStatusItem(1);
     desktop.middleClickStatusItem();
     EXPECT_EQ(ports.ddcVolume, VolumeSnapshot(0.5, false));
     ports.ddcVolume.level = 0.25;
-    busHealth.monitorAnswers();
+    monitorWatch.monitorAnswers();
     EXPECT_EQ(ports.ddcVolume, VolumeSnapshot(0.3125, true));
 }
 

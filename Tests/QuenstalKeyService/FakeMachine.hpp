@@ -1,7 +1,7 @@
 #pragma once
 
-#include "QuenstalLinux/Session/BusConnection.hpp"
-#include "QuenstalLinux/Session/BusHandles.hpp"
+#include "QuenstalLinux/Bus/DBusConnection.hpp"
+#include "QuenstalLinux/Bus/BusHandles.hpp"
 
 #include <deque>
 #include <map>
@@ -36,7 +36,7 @@ public:
     void answerAll(bool isAuthorized);
     /// What polkit was asked: subject, action and flags.
     const std::vector<std::string>& questions() const { return questions_; }
-    BusConnection& connection() { return connection_; }
+    DBusConnection& connection() { return connection_; }
 
 private:
     struct SessionObject {
@@ -54,7 +54,7 @@ private:
     static int checkAuthorization(sd_bus_message* message, void* self, sd_bus_error* error);
     static void answer(sd_bus_message* question, bool isAuthorized);
 
-    BusConnection connection_;
+    DBusConnection connection_;
     std::string active_;
     std::string home_;
     std::deque<SessionObject> sessions_;

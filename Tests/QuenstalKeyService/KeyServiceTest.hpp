@@ -35,7 +35,7 @@ struct KeyServiceTest : testing::Test {
 
     void startService()
     {
-        serviceBus = std::make_unique<BusConnection>(loop, bus.address());
+        serviceBus = std::make_unique<DBusConnection>(loop, bus.address());
         keyboards = std::make_unique<EvdevKeyCapture>(loop, firstSeat, EmulatedKeyboard::shortPatience());
         const auto note = [this](const std::string& line) { notes.push_back(line); };
         service = std::make_unique<KeyService>(
@@ -74,7 +74,7 @@ struct KeyServiceTest : testing::Test {
     SimulatedRunLoop loop;
     std::unique_ptr<EmulatedKeyboard> keyboard;
     std::unique_ptr<FakeMachine> machine;
-    std::unique_ptr<BusConnection> serviceBus;
+    std::unique_ptr<DBusConnection> serviceBus;
     std::unique_ptr<EvdevKeyCapture> keyboards;
     std::unique_ptr<KeyService> service;
     int idles = 0;

@@ -1,6 +1,6 @@
 // What the system's bus, with the policy that is installed, lets through to the key service.
 
-#include "QuenstalLinux/Keys/KeyServiceProtocol.hpp"
+#include "QuenstalLinux/Keyboards/KeyServiceProtocol.hpp"
 #include "Support/BusStranger.hpp"
 #include "Support/PrivateBus.hpp"
 

@@ -50,7 +50,7 @@ struct KeyServiceProgramTest : KeyServiceTest {
             _exit(127);
         }
         // Not over the machine's connection: what arrives while that waits would not be seen.
-        const BusConnection observer(loop, bus.address());
+        const DBusConnection observer(loop, bus.address());
         ASSERT_TRUE(eventually(
             [&] { return sd_bus_get_name_creds(observer.get(), KeyServiceProtocol::busName, 0, nullptr) >= 0; }));
     }

@@ -31,7 +31,7 @@ struct ServiceKeyCaptureTest : KeyServiceTest, KeyCaptureListener {
         KeyServiceTest::SetUp();
         if (IsSkipped())
             return;
-        clientBus = std::make_unique<BusConnection>(loop, bus.address());
+        clientBus = std::make_unique<DBusConnection>(loop, bus.address());
         ownKeyboards = std::make_unique<EvdevKeyCapture>(loop);
         capture = std::make_unique<ServiceKeyCapture>(loop, *clientBus, *ownKeyboards);
         observation = capture->onMayHaveChanged([this] { ++changes; });
@@ -65,7 +65,7 @@ struct ServiceKeyCaptureTest : KeyServiceTest, KeyCaptureListener {
         ASSERT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
     }
 
-    std::unique_ptr<BusConnection> clientBus;
+    std::unique_ptr<DBusConnection> clientBus;
     std::unique_ptr<EvdevKeyCapture> ownKeyboards;
     std::unique_ptr<ServiceKeyCapture> capture;
     Cancellation observation;
@@ -109,7 +109,7 @@ TEST_F(ServiceKeyCaptureTest, onlyTheBusTellsThatTheServiceRuns)
 TEST_F(ServiceKeyCaptureTest, aBusThatIsTooBusyToAnswerAtOnceIsHeardLater)
 {
     const BusThatStarts busy(KeyServiceProtocol::busName, "/bin/false");
-    BusConnection connection(loop, busy->address());
+    DBusConnection connection(loop, busy->address());
     // The greeting is over.
     ASSERT_TRUE(eventually([&] { return sd_bus_is_ready(connection.get()) > 0; }));
     ASSERT_TRUE(ServiceKeyCapture(loop, connection, *ownKeyboards).isPossible());
@@ -126,7 +126,7 @@ TEST_F(ServiceKeyCaptureTest, aBusThatIsTooBusyToAnswerAtOnceIsHeardLater)
 TEST_F(ServiceKeyCaptureTest, aBusThatNeverGreetsHoldsNothingUp)
 {
     const SilentBus silent;
-    BusConnection silentBus(loop, silent.address());
+    DBusConnection silentBus(loop, silent.address());
     ServiceKeyCapture late(loop, silentBus, *ownKeyboards);
     EXPECT_FALSE(late.isPossible());
 }
@@ -262,7 +262,7 @@ struct BrokenServiceTest : ServiceKeyCaptureTest {
     void startBrokenService(std::function<int(sd_bus_message*)> answer)
     {
         answerWith = std::move(answer);
-        serviceBus = std::make_unique<BusConnection>(loop, bus.address());
+        serviceBus = std::make_unique<DBusConnection>(loop, bus.address());
         sd_bus_add_object(serviceBus->get(), nullptr, KeyServiceProtocol::objectPath, &BrokenServiceTest::answer, this);
         sd_bus_request_name(serviceBus->get(), KeyServiceProtocol::busName, 0);
         ASSERT_TRUE(eventually([&] { return capture->isPossible(); }));

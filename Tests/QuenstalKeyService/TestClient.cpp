@@ -10,7 +10,7 @@
 namespace quenstal {
 
 TestClient::TestClient(RunLoop& runLoop, const std::string& address)
-    : connection_(std::make_unique<BusConnection>(runLoop, address))
+    : connection_(std::make_unique<DBusConnection>(runLoop, address))
 {
 }
 

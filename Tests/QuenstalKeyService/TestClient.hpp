@@ -1,9 +1,9 @@
 #pragma once
 
 #include "QuenstalLinux/FileDescriptor.hpp"
-#include "QuenstalLinux/Keys/KeyServiceProtocol.hpp"
-#include "QuenstalLinux/Session/BusConnection.hpp"
-#include "QuenstalLinux/Session/BusHandles.hpp"
+#include "QuenstalLinux/Keyboards/KeyServiceProtocol.hpp"
+#include "QuenstalLinux/Bus/DBusConnection.hpp"
+#include "QuenstalLinux/Bus/BusHandles.hpp"
 
 #include <memory>
 #include <optional>
@@ -34,14 +34,14 @@ public:
     void closeSocket();
     /// The socket stays open.
     void leaveBus();
-    BusConnection& connection() { return *connection_; }
+    DBusConnection& connection() { return *connection_; }
     std::string name() const;
 
 private:
     static int answered(sd_bus_message* message, void* self, sd_bus_error* error);
     void read();
 
-    std::unique_ptr<BusConnection> connection_;
+    std::unique_ptr<DBusConnection> connection_;
     BusSlot call_;
     std::string error_;
     FileDescriptor socket_;

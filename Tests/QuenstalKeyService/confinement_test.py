@@ -121,7 +121,7 @@ class Action(unittest.TestCase):
         self.action = ElementTree.parse(FILES / "app.quenstal.policy").find("action")
 
     def test_it_is_the_one_that_the_service_asks_for(self):
-        header = (ROOT / "Sources/QuenstalLinux/Keys/KeyServiceProtocol.hpp").read_text(encoding="utf-8")
+        header = (ROOT / "Sources/QuenstalLinux/Keyboards/KeyServiceProtocol.hpp").read_text(encoding="utf-8")
         self.assertIn(f'polkitAction = "{self.action.get("id")}"', header)
 
     def test_it_is_for_the_session_at_the_screen_and_nobody_else(self):

@@ -1,7 +1,7 @@
 // The German translation: complete, in force, and no longer than its room.
 
 #include "QuenstalApp/PreferencesAdvice.hpp"
-#include "QuenstalLinux/Keys/KeyAdvice.hpp"
+#include "QuenstalLinux/Keyboards/KeyAdvice.hpp"
 #include "QuenstalQt/Panel/CoreTexts.hpp"
 #include "ViewFixture.hpp"
 

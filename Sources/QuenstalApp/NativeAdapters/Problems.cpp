@@ -4,7 +4,7 @@
 
 namespace quenstal {
 
-std::vector<DisplayBusProblem> monitorProblems(const DisplayBusHealth& health)
+std::vector<DisplayBusProblem> monitorProblems(const MonitorWatch& health)
 {
     std::vector<DisplayBusProblem> problems = health.problems();
     for (DisplayBusProblem& problem : problems) {

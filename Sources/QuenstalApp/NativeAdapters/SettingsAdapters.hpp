@@ -4,7 +4,7 @@
 
 #include "QuenstalCore/Ports.hpp"
 #include "QuenstalPlatform/Preferences.hpp"
-#include "QuenstalPlatform/Trust.hpp"
+#include "QuenstalPlatform/CapturePermission.hpp"
 
 #include <string>
 
@@ -31,20 +31,20 @@ private:
 /// The two permissions as the platform tells them. Never asks the user.
 class MacPermissionProvider final : public PermissionProviding {
 public:
-    explicit MacPermissionProvider(Trust& trust)
-        : trust_(trust)
+    explicit MacPermissionProvider(CapturePermission& permission)
+        : permission_(permission)
     {
     }
 
     PermissionState currentPermissionState() override
     {
         // There is no question to ask about audio capture: a missing permission shows when a tap cannot be created.
-        return {trust_.isProcessTrusted() ? PermissionStatus::granted : PermissionStatus::denied,
+        return {permission_.mayCaptureKeys() ? PermissionStatus::granted : PermissionStatus::denied,
             PermissionStatus::granted};
     }
 
 private:
-    Trust& trust_;
+    CapturePermission& permission_;
 };
 
 } // namespace quenstal

@@ -40,7 +40,7 @@ void StatusMenuController::switchToSetupScreen()
 void StatusMenuController::requestAccessibility()
 {
     if (!isGranted(desk_->state().permissions.accessibility))
-        platform_.permission.isProcessTrusted(true);
+        platform_.permission.explainIfMissing();
     platform_.desktop.open(GlassDialSettingsDestination::accessibilitySettingsURLString);
     desk_->scheduleRefresh();
     scheduleAccessibilityRefreshRetries();

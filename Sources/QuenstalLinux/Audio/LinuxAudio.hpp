@@ -1,6 +1,6 @@
 #pragma once
 
-#include "QuenstalLinux/Display/MonitorIdentity.hpp"
+#include "QuenstalLinux/MonitorIdentity.hpp"
 #include "QuenstalPlatform/AudioObjects.hpp"
 #include "QuenstalPlatform/AudioTaps.hpp"
 #include "QuenstalPlatform/RunLoop.hpp"

@@ -16,7 +16,7 @@ constexpr WorkerTime::Duration longestStop = std::chrono::milliseconds(300);
 
 } // namespace
 
-void ColdBudget::grant(WorkerTime::Time now)
+void DiscoveryBudget::grant(WorkerTime::Time now)
 {
     if (grantedAt_ && now - *grantedAt_ < betweenGrants)
         return;
@@ -24,16 +24,16 @@ void ColdBudget::grant(WorkerTime::Time now)
     left_ = wholeColdBudget;
 }
 
-void ColdBudget::spend(WorkerTime::Duration duration)
+void DiscoveryBudget::spend(WorkerTime::Duration duration)
 {
     left_ = std::max(left_ - duration, WorkerTime::Duration::zero());
 }
 
 BusEngine::BusEngine(std::string device, std::shared_ptr<I2CDevices> devices, const std::shared_ptr<WorkerTime>& time,
-    std::shared_ptr<CardGate> gate, BusNews news, Belief belief)
+    std::shared_ptr<CardGate> gate, BusNews news, AnswerCriterion answerCriterion)
     : device_(std::move(device))
     , time_(time)
-    , worker_(std::make_shared<BusWorker>(device_, std::move(devices), time, std::move(gate), std::move(news), belief))
+    , worker_(std::make_shared<BusWorker>(device_, std::move(devices), time, std::move(gate), std::move(news), answerCriterion))
     , thread_(time->startThread([worker = worker_] { worker->run(); }))
 {
 }
@@ -47,7 +47,7 @@ BusEngine::~BusEngine()
         thread_.detach();
 }
 
-PlatformStatus BusEngine::get(VcpFeature feature, WorkerTime::Duration replyDelay, VcpValue& value, ColdBudget& budget)
+PlatformStatus BusEngine::get(VcpFeature feature, WorkerTime::Duration replyDelay, VcpValue& value, DiscoveryBudget& budget)
 {
     return worker_->get(feature, replyDelay, value, budget);
 }
@@ -95,9 +95,9 @@ bool BusEngine::takeLostSet()
     return worker_->takeLostSet();
 }
 
-Belief BusEngine::belief() const
+AnswerCriterion BusEngine::answerCriterion() const
 {
-    return worker_->belief();
+    return worker_->answerCriterion();
 }
 
 } // namespace quenstal

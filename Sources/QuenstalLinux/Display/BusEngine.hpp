@@ -24,17 +24,17 @@ struct BusNews {
 };
 
 /// What makes a monitor count as one that answers.
-enum class Belief {
+enum class AnswerCriterion {
     /// A reply.
-    onReading,
+    reply,
     /// A Set that succeeds after the reply: the last one was lost or refused. What is set is the value just read, which
     /// cannot be heard.
-    onWriting
+    successfulSet
 };
 
 /// How long the main thread may still wait for monitors of which nothing is known yet: once for each discovery, not
 /// for each call. Main thread.
-class ColdBudget {
+class DiscoveryBudget {
 public:
     /// Grants the whole wait, unless it was granted a moment ago: connectors that flap must not hold up every key.
     void grant(WorkerTime::Time now);
@@ -60,7 +60,7 @@ class BusEngine {
 public:
     /// Begins to ask at once.
     BusEngine(std::string device, std::shared_ptr<I2CDevices> devices, const std::shared_ptr<WorkerTime>& time,
-        std::shared_ptr<CardGate> gate, BusNews news, Belief belief = Belief::onReading);
+        std::shared_ptr<CardGate> gate, BusNews news, AnswerCriterion answerCriterion = AnswerCriterion::reply);
     /// Leaves a worker that hangs to itself.
     ~BusEngine();
     BusEngine(const BusEngine&) = delete;
@@ -68,7 +68,7 @@ public:
 
     /// 0 or an errno, which leaves the value as it was. Waits only while nothing is known of the feature, only out of
     /// the budget, and not for a monitor whose last Set was lost.
-    PlatformStatus get(VcpFeature feature, WorkerTime::Duration replyDelay, VcpValue& value, ColdBudget& budget);
+    PlatformStatus get(VcpFeature feature, WorkerTime::Duration replyDelay, VcpValue& value, DiscoveryBudget& budget);
     /// 0 when the volume was written or will be. Waits at most 25 ms, and only when the bus is at rest: then a failure
     /// is the failure of this very command.
     PlatformStatus setVolume(std::uint16_t volume);
@@ -93,7 +93,7 @@ public:
     /// once.
     bool takeLostSet();
     /// Outlasts `rediscover` and `suspend`, and is for an engine that serves the same monitor later.
-    Belief belief() const;
+    AnswerCriterion answerCriterion() const;
     const std::string& device() const { return device_; }
 
 private:

@@ -2,7 +2,7 @@
 
 #include "QuenstalLinux/Display/BusWorker.hpp"
 
-#include "QuenstalLinux/Display/ReplyJury.hpp"
+#include "QuenstalLinux/Display/ReplyConsensus.hpp"
 
 #include <algorithm>
 #include <array>
@@ -42,12 +42,12 @@ bool isHopeless(int error)
 } // namespace
 
 BusWorker::BusWorker(const std::string& device, std::shared_ptr<I2CDevices> devices,
-    const std::shared_ptr<WorkerTime>& time, std::shared_ptr<CardGate> gate, BusNews news, Belief belief)
+    const std::shared_ptr<WorkerTime>& time, std::shared_ptr<CardGate> gate, BusNews news, AnswerCriterion answerCriterion)
     : time_(time)
     , news_(std::move(news))
     , link_(device, std::move(devices), time, std::move(gate))
     , replyDelay_(usualReplyDelay)
-    , belief_(belief)
+    , answerCriterion_(answerCriterion)
 {
 }
 
@@ -82,7 +82,7 @@ void BusWorker::step(Lock& lock)
 
 bool BusWorker::hasWork(Time now)
 {
-    return standing_ != Standing::suspended && (isVolumeDue(now) || dueSideFeature());
+    return monitorState_ != MonitorState::suspended && (isVolumeDue(now) || dueSideFeature());
 }
 
 bool BusWorker::isVolumeDue(Time now) const
@@ -92,7 +92,7 @@ bool BusWorker::isVolumeDue(Time now) const
 
 BusWorker::SideFeatures::value_type* BusWorker::dueSideFeature()
 {
-    if (standing_ != Standing::answering)
+    if (monitorState_ != MonitorState::answering)
         return nullptr;
     const auto due = std::ranges::find_if(sideFeatures_, [](const auto& entry) { return entry.second.isDue; });
     return due == sideFeatures_.end() ? nullptr : &*due;
@@ -142,11 +142,11 @@ void BusWorker::writePending(Lock& lock)
             break;
         pause(lock, backoff);
         // In doubt meanwhile: the monitor has to answer before it is written again.
-        if (standing_ != Standing::answering)
+        if (monitorState_ != MonitorState::answering)
             break;
         error = writeOnce(lock);
     }
-    if (error != 0 && standing_ == Standing::answering)
+    if (error != 0 && monitorState_ == MonitorState::answering)
         failSets(error);
     isBusy_ = false;
     time_->wakeAll(progress_);
@@ -179,11 +179,11 @@ void BusWorker::failSets(int error)
     lastSetError_ = error;
     owesFailure_ = hasLostSet_ = true;
     lastSetFailed_ = true;
-    belief_ = Belief::onWriting;
+    answerCriterion_ = AnswerCriterion::successfulSet;
     forgetValues();
     retryAt_ = WorkerTime::never;
     isDeviceGone_ = isDeviceGone(error);
-    standAs(isDenied(error) ? Standing::denied : Standing::silent);
+    enter(isDenied(error) ? MonitorState::denied : MonitorState::silent);
     probeIsDue_ = true;
 }
 
@@ -196,7 +196,7 @@ void BusWorker::askVolume(Lock& lock)
     const auto isOutOfDate = [this, generation] { return generation != generation_ || isStopping_; };
     const std::optional<VcpValue> known = volume_ ? std::optional(volume_->value) : std::nullopt;
     // What is read is written back then: a reply that came late would be heard.
-    const bool wantsTwo = belief_ == Belief::onWriting;
+    const bool wantsTwo = answerCriterion_ == AnswerCriterion::successfulSet;
     const Answer answer = poll(lock, {speakerVolumeFeature, known, wantsTwo, isOutOfDate});
     // Seconds late a Set would be a surprise.
     if (answer.error == driverHung && pendingSet_)
@@ -211,12 +211,12 @@ void BusWorker::askVolume(Lock& lock)
 void BusWorker::askOnTheSide(Lock& lock, VcpFeature code, SideFeature& feature)
 {
     const auto mustWait
-        = [this] { return pendingSet_ || probeIsDue_ || standing_ != Standing::answering || isStopping_; };
+        = [this] { return pendingSet_ || probeIsDue_ || monitorState_ != MonitorState::answering || isStopping_; };
     const std::optional<VcpValue> known = feature.memo ? std::optional(feature.memo->value) : std::nullopt;
     const Answer answer = poll(lock, {code, known, false, mustWait});
     // Whether the monitor is still there is seen by what it is known to answer.
     probeIsDue_ |= isHopeless(answer.error);
-    if (answer.isInterrupted || standing_ != Standing::answering)
+    if (answer.isInterrupted || monitorState_ != MonitorState::answering)
         return;
     feature = {};
     if (answer.value)
@@ -232,7 +232,7 @@ void BusWorker::weigh(Lock& lock, const Answer& answer)
         learnSilence(answer);
     else if (lastSetFailed_ && answer.isPrompt)
         learnRefusal();
-    else if (belief_ == Belief::onWriting)
+    else if (answerCriterion_ == AnswerCriterion::successfulSet)
         prove(lock, *answer.value);
     else
         learn(*answer.value);
@@ -241,7 +241,7 @@ void BusWorker::weigh(Lock& lock, const Answer& answer)
 
 BusWorker::Answer BusWorker::poll(Lock& lock, const Question& question)
 {
-    ReplyJury jury(question.feature, question.known, question.wantsTwo);
+    ReplyConsensus jury(question.feature, question.known, question.wantsTwo);
     const auto message = vcpQuestion(question.feature);
     Answer answer;
     for (std::size_t attempt = 0; attempt <= getBackoff.size(); ++attempt) {
@@ -257,7 +257,7 @@ BusWorker::Answer BusWorker::poll(Lock& lock, const Question& question)
         if (answer.error != 0)
             continue;
         // A monitor that has answered before has the feature, whatever it says now.
-        answer.isUnsupported = jury.hear(reply) == ReplyJury::Verdict::unsupported && !question.known;
+        answer.isUnsupported = jury.hear(reply) == ReplyConsensus::Verdict::unsupported && !question.known;
         answer.isPrompt |= attempt == 0 && jury.lastHeard();
         if (answer.isUnsupported || jury.decision())
             break;
@@ -287,7 +287,7 @@ void BusWorker::prove(Lock& lock, const VcpValue& value)
         return learnSilence({.value = {}, .error = error});
     if (error != 0)
         return learnRefusal();
-    belief_ = Belief::onReading;
+    answerCriterion_ = AnswerCriterion::reply;
     refusalBackoff_ = firstRefusalBackoff;
     learn(value);
 }
@@ -301,7 +301,7 @@ void BusWorker::learn(VcpValue value)
     volume_ = {value, time_->now()};
     lastSetFailed_ = false;
     silenceBackoff_ = firstSilenceBackoff;
-    standAs(Standing::answering);
+    enter(MonitorState::answering);
 }
 
 void BusWorker::learnRefusal()
@@ -309,7 +309,7 @@ void BusWorker::learnRefusal()
     lastSetFailed_ = false;
     retryAt_ = time_->now() + refusalBackoff_;
     refusalBackoff_ = std::min(2 * refusalBackoff_, longestRefusalBackoff);
-    standAs(Standing::refusing);
+    enter(MonitorState::refusing);
 }
 
 void BusWorker::learnSilence(const Answer& answer)
@@ -329,7 +329,7 @@ void BusWorker::learnSilence(const Answer& answer)
     if (silenceBackoff_ < longestSilenceBackoff)
         reprobeAt_ = retryAt_;
     silenceBackoff_ = std::min(2 * silenceBackoff_, longestSilenceBackoff);
-    standAs(isDenied(answer.error) ? Standing::denied : Standing::silent);
+    enter(isDenied(answer.error) ? MonitorState::denied : MonitorState::silent);
 }
 
 void BusWorker::forgetValues()
@@ -340,10 +340,10 @@ void BusWorker::forgetValues()
     ++generation_;
 }
 
-void BusWorker::standAs(Standing standing)
+void BusWorker::enter(MonitorState state)
 {
-    hasChanged_ |= standing_ != standing;
-    standing_ = standing;
+    hasChanged_ |= monitorState_ != state;
+    monitorState_ = state;
 }
 
 void BusWorker::announce(Lock& lock)

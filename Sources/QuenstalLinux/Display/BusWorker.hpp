@@ -15,10 +15,10 @@ namespace quenstal {
 class BusWorker {
 public:
     BusWorker(const std::string& device, std::shared_ptr<I2CDevices> devices, const std::shared_ptr<WorkerTime>& time,
-        std::shared_ptr<CardGate> gate, BusNews news, Belief belief);
+        std::shared_ptr<CardGate> gate, BusNews news, AnswerCriterion answerCriterion);
 
     // Main thread; contracts as in BusEngine.
-    PlatformStatus get(VcpFeature feature, WorkerTime::Duration replyDelay, VcpValue& value, ColdBudget& budget);
+    PlatformStatus get(VcpFeature feature, WorkerTime::Duration replyDelay, VcpValue& value, DiscoveryBudget& budget);
     PlatformStatus setVolume(std::uint16_t volume);
     bool checkMemo();
     void rediscover();
@@ -27,7 +27,7 @@ public:
     bool awaitEnd(WorkerTime::Time deadline);
     std::optional<DisplayBusProblem::Kind> problem() const;
     bool takeLostSet();
-    Belief belief() const;
+    AnswerCriterion answerCriterion() const;
 
     /// The thread's body.
     void run();
@@ -43,7 +43,7 @@ private:
     static constexpr Duration firstRefusalBackoff = std::chrono::seconds(30);
 
     /// What is known of the monitor. One that answers has a memo, and keeps it while that is in doubt.
-    enum class Standing { unknown, answering, silent, denied, refusing, suspended };
+    enum class MonitorState { unknown, answering, silent, denied, refusing, suspended };
     /// What a feature was when it was asked for, or became by a Set since.
     struct Memo {
         VcpValue value;
@@ -78,17 +78,17 @@ private:
     };
 
     // Main thread, under the lock.
-    PlatformStatus getVolume(Lock& lock, VcpValue& value, ColdBudget& budget);
-    PlatformStatus getOnTheSide(Lock& lock, SideFeature& feature, VcpValue& value, ColdBudget& budget);
-    bool isBeingFound() const { return standing_ == Standing::unknown && belief_ == Belief::onReading; }
-    void await(Lock& lock, ColdBudget& budget, const std::function<bool()>& ready);
+    PlatformStatus getVolume(Lock& lock, VcpValue& value, DiscoveryBudget& budget);
+    PlatformStatus getOnTheSide(Lock& lock, SideFeature& feature, VcpValue& value, DiscoveryBudget& budget);
+    bool isBeingFound() const { return monitorState_ == MonitorState::unknown && answerCriterion_ == AnswerCriterion::reply; }
+    void await(Lock& lock, DiscoveryBudget& budget, const std::function<bool()>& ready);
     void requestProbe();
     bool isOlderThan(const Memo& memo, Duration age) const { return time_->now() >= memo.at + age; }
     bool isStuck() const;
-    void doubtMonitor(Standing standing);
+    void doubtMonitor(MonitorState state);
 
     // Worker thread, under the lock; those that take it let go of it meanwhile.
-    bool canWrite() const { return pendingSet_ && standing_ == Standing::answering; }
+    bool canWrite() const { return pendingSet_ && monitorState_ == MonitorState::answering; }
     bool isDone() const { return isStopping_ && !canWrite(); }
     void step(Lock& lock);
     bool hasWork(Time now);
@@ -111,7 +111,7 @@ private:
     void learnRefusal();
     void learnSilence(const Answer& answer);
     void forgetValues();
-    void standAs(Standing standing);
+    void enter(MonitorState state);
     void announce(Lock& lock);
 
     const std::shared_ptr<WorkerTime> time_;
@@ -123,7 +123,7 @@ private:
     std::condition_variable progress_;
 
     Duration replyDelay_;
-    Standing standing_ = Standing::unknown;
+    MonitorState monitorState_ = MonitorState::unknown;
     std::optional<Memo> volume_;
     /// Those that were asked for. None ever leaves.
     SideFeatures sideFeatures_;
@@ -141,7 +141,7 @@ private:
     /// Decides whether a monitor that answers is one that refuses Sets.
     bool lastSetFailed_ = false;
     /// On writing since a Set failed, until one succeeds. There is no memo before that.
-    Belief belief_;
+    AnswerCriterion answerCriterion_;
 
     bool probeIsDue_ = true;
     bool closeIsDue_ = false;

@@ -21,7 +21,7 @@ constexpr WorkerTime::Duration longestWaitForSet = 25ms;
 
 } // namespace
 
-PlatformStatus BusWorker::get(VcpFeature feature, Duration replyDelay, VcpValue& value, ColdBudget& budget)
+PlatformStatus BusWorker::get(VcpFeature feature, Duration replyDelay, VcpValue& value, DiscoveryBudget& budget)
 {
     Lock lock(mutex_);
     replyDelay_ = replyDelay;
@@ -31,7 +31,7 @@ PlatformStatus BusWorker::get(VcpFeature feature, Duration replyDelay, VcpValue&
                                            : getOnTheSide(lock, sideFeatures_[feature], value, budget);
 }
 
-PlatformStatus BusWorker::getVolume(Lock& lock, VcpValue& value, ColdBudget& budget)
+PlatformStatus BusWorker::getVolume(Lock& lock, VcpValue& value, DiscoveryBudget& budget)
 {
     if (std::exchange(owesFailure_, false))
         return EIO;
@@ -39,7 +39,7 @@ PlatformStatus BusWorker::getVolume(Lock& lock, VcpValue& value, ColdBudget& bud
     if (isBeingFound() && !volume_) {
         if (!isBusy_)
             requestProbe();
-        await(lock, budget, [this] { return standing_ != Standing::unknown; });
+        await(lock, budget, [this] { return monitorState_ != MonitorState::unknown; });
     }
     if (!isBusy_ && (volume_ ? isOlderThan(*volume_, memoLifetime) : time_->now() >= retryAt_))
         requestProbe();
@@ -49,14 +49,14 @@ PlatformStatus BusWorker::getVolume(Lock& lock, VcpValue& value, ColdBudget& bud
     return 0;
 }
 
-PlatformStatus BusWorker::getOnTheSide(Lock& lock, SideFeature& feature, VcpValue& value, ColdBudget& budget)
+PlatformStatus BusWorker::getOnTheSide(Lock& lock, SideFeature& feature, VcpValue& value, DiscoveryBudget& budget)
 {
     const Time now = time_->now();
     if (feature.memo ? isOlderThan(*feature.memo, memoLifetime) : now >= feature.retryAt) {
         feature.isDue = true;
         time_->wakeAll(work_);
     }
-    const auto mayBeAnswered = [this] { return isBeingFound() || standing_ == Standing::answering; };
+    const auto mayBeAnswered = [this] { return isBeingFound() || monitorState_ == MonitorState::answering; };
     const bool isNew = !feature.memo && feature.retryAt == Time{};
     if (isNew && mayBeAnswered())
         await(lock, budget, [&] { return !feature.isDue || !mayBeAnswered(); });
@@ -69,14 +69,14 @@ PlatformStatus BusWorker::getOnTheSide(Lock& lock, SideFeature& feature, VcpValu
 bool BusWorker::checkMemo()
 {
     const Lock lock(mutex_);
-    const bool isOld = standing_ == Standing::answering && volume_ && isOlderThan(*volume_, recentLifetime);
+    const bool isOld = monitorState_ == MonitorState::answering && volume_ && isOlderThan(*volume_, recentLifetime);
     isWaitedFor_ = !isStopping_ && !isStuck() && (isBeingFound() || isOld);
     if (isWaitedFor_ && !isBusy_)
         requestProbe();
     return isWaitedFor_;
 }
 
-void BusWorker::await(Lock& lock, ColdBudget& budget, const std::function<bool()>& ready)
+void BusWorker::await(Lock& lock, DiscoveryBudget& budget, const std::function<bool()>& ready)
 {
     const Time began = time_->now();
     time_->waitUntil(lock, progress_, began + budget.left(), ready);
@@ -100,7 +100,7 @@ PlatformStatus BusWorker::setVolume(std::uint16_t volume)
     if (isStopping_ || isStuck() || !volume_)
         return ENODEV;
     const Time now = time_->now();
-    const bool isAnswering = standing_ == Standing::answering;
+    const bool isAnswering = monitorState_ == MonitorState::answering;
     const bool isAtRest = isAnswering && !isBusy_ && !transactionBegan_ && !pendingSet_ && now >= quietUntil_;
     volume_ = {{volume, volume_->value.maximum}, now};
     // A monitor that is asked whether it is still there may answer: what is to be written is put into the answer.
@@ -120,10 +120,10 @@ PlatformStatus BusWorker::setVolume(std::uint16_t volume)
     return lastSetError_;
 }
 
-void BusWorker::doubtMonitor(Standing standing)
+void BusWorker::doubtMonitor(MonitorState state)
 {
     ++generation_;
-    standing_ = standing;
+    monitorState_ = state;
     owesFailure_ = false;
     lastSetFailed_ = false;
     silenceBackoff_ = firstSilenceBackoff;
@@ -136,7 +136,7 @@ void BusWorker::doubtMonitor(Standing standing)
 void BusWorker::rediscover()
 {
     const std::lock_guard lock(mutex_);
-    doubtMonitor(Standing::unknown);
+    doubtMonitor(MonitorState::unknown);
     closeIsDue_ = true;
     requestProbe();
 }
@@ -144,7 +144,7 @@ void BusWorker::rediscover()
 void BusWorker::suspend()
 {
     const std::lock_guard lock(mutex_);
-    doubtMonitor(Standing::suspended);
+    doubtMonitor(MonitorState::suspended);
     closeIsDue_ = true;
     time_->wakeAll(work_);
 }
@@ -153,7 +153,7 @@ void BusWorker::beginStop()
 {
     const std::lock_guard lock(mutex_);
     isStopping_ = true;
-    hasLostSet_ |= pendingSet_ && standing_ != Standing::answering;
+    hasLostSet_ |= pendingSet_ && monitorState_ != MonitorState::answering;
     time_->wakeAll(work_);
     time_->wakeAll(progress_);
 }
@@ -170,10 +170,10 @@ bool BusWorker::takeLostSet()
     return std::exchange(hasLostSet_, false);
 }
 
-Belief BusWorker::belief() const
+AnswerCriterion BusWorker::answerCriterion() const
 {
     const std::lock_guard lock(mutex_);
-    return belief_;
+    return answerCriterion_;
 }
 
 std::optional<DisplayBusProblem::Kind> BusWorker::problem() const
@@ -182,16 +182,16 @@ std::optional<DisplayBusProblem::Kind> BusWorker::problem() const
     const std::lock_guard lock(mutex_);
     if (isStuck())
         return Kind::stuck;
-    switch (standing_) {
-    case Standing::denied:
+    switch (monitorState_) {
+    case MonitorState::denied:
         return Kind::accessDenied;
-    case Standing::refusing:
+    case MonitorState::refusing:
         return Kind::writesRefused;
-    case Standing::silent:
+    case MonitorState::silent:
         return Kind::notAnswering;
-    case Standing::unknown:
-    case Standing::answering:
-    case Standing::suspended:
+    case MonitorState::unknown:
+    case MonitorState::answering:
+    case MonitorState::suspended:
         break;
     }
     return std::nullopt;

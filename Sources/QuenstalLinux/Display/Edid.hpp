@@ -1,6 +1,6 @@
 #pragma once
 
-#include "QuenstalLinux/Display/MonitorIdentity.hpp"
+#include "QuenstalLinux/MonitorIdentity.hpp"
 
 #include <cstdint>
 #include <optional>

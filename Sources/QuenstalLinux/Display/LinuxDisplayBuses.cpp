@@ -11,7 +11,7 @@ namespace quenstal {
 namespace {
 
 /// The engine speaks of features, and nothing else goes over a bus.
-PlatformStatus transfer(BusEngine& engine, I2CRequest& request, ColdBudget& budget)
+PlatformStatus transfer(BusEngine& engine, I2CRequest& request, DiscoveryBudget& budget)
 {
     const std::span sent(request.sendBuffer, request.sendBytes);
     if (request.replyTransactionType == I2CTransactionType::none) {
@@ -94,7 +94,7 @@ PlatformStatus LinuxDisplayBuses::sendI2CRequest(
         return ENXIO;
     if (request.sendAddress != displayWriteAddress)
         return EINVAL;
-    request.result = transfer(*engine, request, registry_.coldBudget());
+    request.result = transfer(*engine, request, registry_.discoveryBudget());
     if (request.replyTransactionType == I2CTransactionType::none && request.result == 0)
         registry_.noteWrite(engine);
     return 0;

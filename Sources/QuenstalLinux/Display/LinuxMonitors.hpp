@@ -16,7 +16,7 @@ public:
 
     DisplayBuses& buses() { return buses_; }
     Displays& displays() { return displays_; }
-    DisplayBusHealth& health() { return registry_; }
+    MonitorWatch& watch() { return registry_; }
 
 private:
     MonitorRegistry registry_;

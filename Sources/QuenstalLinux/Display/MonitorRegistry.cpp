@@ -16,7 +16,7 @@ constexpr RunLoop::Duration debounce = 100ms;
 /// Monitors and their links take a moment to wake.
 constexpr RunLoop::Duration afterWake = 500ms;
 /// For two replies and the pauses before them; a key that waits longer feels dead.
-constexpr RunLoop::Duration longestWaitForRecent = 200ms;
+constexpr RunLoop::Duration longestWaitForFreshRead = 200ms;
 
 std::string remedyFor(DisplayBusProblem::Kind kind)
 {
@@ -92,7 +92,7 @@ MonitorRegistry::MonitorRegistry(RunLoop& loop, DisplayMachine machine, CurrentO
     , gates_(std::make_shared<CardGates>(machine_.time))
     , scanner_(std::make_unique<ConnectorScanner>(machine_, gates_, posting(&MonitorRegistry::adoptScan)))
 {
-    coldBudget_.grant(machine_.time->now());
+    discoveryBudget_.grant(machine_.time->now());
     scanner_->start();
 }
 
@@ -110,8 +110,8 @@ std::vector<MonitorRegistry::Monitor> MonitorRegistry::candidates()
 {
     if (!hasScanned_ && scanner_) {
         const WorkerTime::Time began = machine_.time->now();
-        scanner_->await(began + coldBudget_.left());
-        coldBudget_.spend(machine_.time->now() - began);
+        scanner_->await(began + discoveryBudget_.left());
+        discoveryBudget_.spend(machine_.time->now() - began);
         adoptScan();
     }
     std::vector<Monitor> monitors = externalMonitors();
@@ -172,7 +172,7 @@ void MonitorRegistry::adoptScan()
         return;
     hasScanned_ = true;
     hasI2CDevices_ = scan->hasI2CDevices;
-    coldBudget_.grant(machine_.time->now());
+    discoveryBudget_.grant(machine_.time->now());
     // First, for what was learnt of a monitor that is only somewhere else now.
     retireAllBut(scan->connectors);
     std::vector<Monitor> found;
@@ -209,9 +209,9 @@ std::shared_ptr<BusEngine> MonitorRegistry::startEngine(const Connector& connect
     BusNews news{.changed = posting(&MonitorRegistry::tellObserversSoon),
         .deviceGone = posting(&MonitorRegistry::devicesChanged),
         .asked = posting(&MonitorRegistry::monitorAsked)};
-    const Belief belief = doubted_.erase(connector.edid) > 0 ? Belief::onWriting : Belief::onReading;
+    const AnswerCriterion answerCriterion = doubted_.erase(connector.edid) > 0 ? AnswerCriterion::successfulSet : AnswerCriterion::reply;
     return std::make_shared<BusEngine>(machine_.devRoot / connector.bus, machine_.devices, machine_.time,
-        gates_->of(connector.card()), std::move(news), belief);
+        gates_->of(connector.card()), std::move(news), answerCriterion);
 }
 
 void MonitorRegistry::retire(std::vector<Monitor> monitors)
@@ -219,7 +219,7 @@ void MonitorRegistry::retire(std::vector<Monitor> monitors)
     for (Monitor& monitor : monitors) {
         if (!monitor.engine)
             continue;
-        if (monitor.engine->belief() == Belief::onWriting)
+        if (monitor.engine->answerCriterion() == AnswerCriterion::successfulSet)
             doubted_.insert(monitor.connector.edid);
         monitor.engine->beginStop();
         retired_.push_back(std::move(monitor.engine));
@@ -264,14 +264,14 @@ bool MonitorRegistry::takeLostWrite()
     return lastWritten_ && lastWritten_->takeLostSet();
 }
 
-void MonitorRegistry::whenRecent(RunLoop::Task task)
+void MonitorRegistry::afterFreshRead(RunLoop::Task task)
 {
     // In the order in which they came, whatever is known by now.
     if (waiting_.empty() && !isBeingAsked())
         return task();
     waiting_.push_back(std::move(task));
     if (!endOfWait_)
-        endOfWait_ = loop_.after(longestWaitForRecent, [this] { runWaiting(); });
+        endOfWait_ = loop_.after(longestWaitForFreshRead, [this] { runWaiting(); });
 }
 
 bool MonitorRegistry::isBeingAsked()

@@ -31,7 +31,7 @@ private:
 };
 
 /// The monitors that are connected, each with the engine that serves its bus. Main thread.
-class MonitorRegistry final : public DisplayBusHealth {
+class MonitorRegistry final : public MonitorWatch {
 public:
     struct Monitor {
         Connector connector;
@@ -48,7 +48,7 @@ public:
     std::vector<Monitor> candidates();
     /// All connectors: the candidates first, then the other external ones, then panels inside the machine.
     std::vector<Connector> connectors();
-    ColdBudget& coldBudget() { return coldBudget_; }
+    DiscoveryBudget& discoveryBudget() { return discoveryBudget_; }
     /// The engine accepted a Set: what another one loses from now on is out of date.
     void noteWrite(std::shared_ptr<BusEngine> engine) { lastWritten_ = std::move(engine); }
 
@@ -58,7 +58,7 @@ public:
     [[nodiscard]] Cancellation observeChanges(RunLoop::Task task) override;
     std::vector<DisplayBusProblem> problems() const override;
     bool takeLostWrite() override;
-    void whenRecent(RunLoop::Task task) override;
+    void afterFreshRead(RunLoop::Task task) override;
     void machineWillSleep() override;
     void machineDidWake() override;
     void stop() override;
@@ -87,7 +87,7 @@ private:
     const CurrentOutputMonitor currentOutput_;
     const std::shared_ptr<Mailbox> mailbox_;
     const std::shared_ptr<CardGates> gates_;
-    ColdBudget coldBudget_;
+    DiscoveryBudget discoveryBudget_;
     bool hasScanned_ = false;
     bool hasI2CDevices_ = false;
     std::vector<Monitor> monitors_;

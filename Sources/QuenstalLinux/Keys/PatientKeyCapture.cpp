@@ -1,6 +1,6 @@
 #include "QuenstalLinux/Keys/PatientKeyCapture.hpp"
 
-#include "QuenstalLinux/Keys/KeyAdvice.hpp"
+#include "QuenstalLinux/Keyboards/KeyAdvice.hpp"
 
 #include <utility>
 

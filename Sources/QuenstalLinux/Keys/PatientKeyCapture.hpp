@@ -1,7 +1,7 @@
 #pragma once
 
-#include "QuenstalLinux/Keys/Backoff.hpp"
-#include "QuenstalLinux/Keys/KeyCapture.hpp"
+#include "QuenstalLinux/Keyboards/Backoff.hpp"
+#include "QuenstalLinux/Keyboards/KeyCapture.hpp"
 #include "QuenstalPlatform/Notifier.hpp"
 
 #include <string>

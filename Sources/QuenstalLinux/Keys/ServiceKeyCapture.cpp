@@ -1,6 +1,6 @@
 #include "QuenstalLinux/Keys/ServiceKeyCapture.hpp"
 
-#include "QuenstalLinux/Keys/KeyAdvice.hpp"
+#include "QuenstalLinux/Keyboards/KeyAdvice.hpp"
 
 #include <array>
 #include <cerrno>
@@ -39,7 +39,7 @@ bool namesService(sd_bus_message* message)
 
 } // namespace
 
-ServiceKeyCapture::ServiceKeyCapture(RunLoop& runLoop, BusConnection& systemBus, const EvdevKeyCapture& keyboards)
+ServiceKeyCapture::ServiceKeyCapture(RunLoop& runLoop, DBusConnection& systemBus, const EvdevKeyCapture& keyboards)
     : runLoop_(runLoop)
     , systemBus_(systemBus)
     , keyboards_(keyboards)
@@ -61,7 +61,7 @@ ServiceKeyCapture::~ServiceKeyCapture()
 /// once is heard later.
 void ServiceKeyCapture::askWhetherInstalled()
 {
-    if (!busGreets(*systemBus_.get(), BusConnection::greetingPatience)) {
+    if (!busGreets(*systemBus_.get(), DBusConnection::greetingPatience)) {
         askAgain();
         return;
     }

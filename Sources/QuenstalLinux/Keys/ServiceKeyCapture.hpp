@@ -1,13 +1,13 @@
 #pragma once
 
 #include "QuenstalLinux/FileDescriptor.hpp"
-#include "QuenstalLinux/Keys/EvdevKeyCapture.hpp"
-#include "QuenstalLinux/Keys/KeyCapture.hpp"
-#include "QuenstalLinux/Keys/KeyServiceProtocol.hpp"
-#include "QuenstalLinux/Session/BusConnection.hpp"
-#include "QuenstalLinux/Session/BusHandles.hpp"
-#include "QuenstalLinux/Session/NameOwner.hpp"
-#include "QuenstalLinux/Session/ServiceSignal.hpp"
+#include "QuenstalLinux/Keyboards/EvdevKeyCapture.hpp"
+#include "QuenstalLinux/Keyboards/KeyCapture.hpp"
+#include "QuenstalLinux/Keyboards/KeyServiceProtocol.hpp"
+#include "QuenstalLinux/Bus/DBusConnection.hpp"
+#include "QuenstalLinux/Bus/BusHandles.hpp"
+#include "QuenstalLinux/Bus/NameOwner.hpp"
+#include "QuenstalLinux/Bus/ServiceSignal.hpp"
 #include "QuenstalPlatform/Notifier.hpp"
 
 #include <optional>
@@ -32,7 +32,7 @@ public:
 
     /// Asks the bus once whether there is a service; from then on the bus tells when that changes. Which keyboards
     /// there are everyone may know, without the right to read them. All three outlive this.
-    ServiceKeyCapture(RunLoop& runLoop, BusConnection& systemBus, const EvdevKeyCapture& keyboards);
+    ServiceKeyCapture(RunLoop& runLoop, DBusConnection& systemBus, const EvdevKeyCapture& keyboards);
     ~ServiceKeyCapture() override;
 
     std::string_view name() const override { return "by the key service"; }
@@ -60,7 +60,7 @@ private:
     void lose();
 
     RunLoop& runLoop_;
-    BusConnection& systemBus_;
+    DBusConnection& systemBus_;
     const EvdevKeyCapture& keyboards_;
     Notifier<> changes_;
     bool isInstalled_ = false;

@@ -1,6 +1,6 @@
 #include "QuenstalLinux/Keys/X11KeyCapture.hpp"
 
-#include "QuenstalLinux/Keys/KeyAdvice.hpp"
+#include "QuenstalLinux/Keyboards/KeyAdvice.hpp"
 #include "QuenstalLinux/Keys/XkbEvents.h"
 #include "QuenstalPlatform/EventTaps.hpp"
 

@@ -29,7 +29,7 @@ std::optional<bool> flagIn(sd_bus_message* message)
 
 } // namespace
 
-LogindWake::LogindWake(RunLoop& runLoop, BusConnection& systemBus, BusConnection& sessionBus)
+LogindWake::LogindWake(RunLoop& runLoop, DBusConnection& systemBus, DBusConnection& sessionBus)
     : runLoop_(runLoop)
     , systemBus_(systemBus)
     , willSleep_(runLoop)

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "QuenstalLinux/FileDescriptor.hpp"
-#include "QuenstalLinux/Session/ServiceSignal.hpp"
+#include "QuenstalLinux/Bus/ServiceSignal.hpp"
 #include "QuenstalPlatform/Desktop.hpp"
 #include "QuenstalPlatform/Notifier.hpp"
 
@@ -13,14 +13,14 @@
 namespace quenstal {
 
 /// Sleep and wake of the machine as logind tells them, and the screens as the session's screen saver does.
-class LogindWake final : public WakeNotifications {
+class LogindWake final : public SleepAndWake {
 public:
     /// Between the news of a sleep and the sleep itself, in time that the machine is up. Logind waits five seconds for
     /// whoever delays it.
     static constexpr auto longestFallingAsleep = std::chrono::seconds(10);
 
     /// All outlive this. Without a bus nothing is ever told.
-    LogindWake(RunLoop& runLoop, BusConnection& systemBus, BusConnection& sessionBus);
+    LogindWake(RunLoop& runLoop, DBusConnection& systemBus, DBusConnection& sessionBus);
 
     [[nodiscard]] Cancellation onWillSleep(RunLoop::Task task) override { return willSleep_.add(std::move(task)); }
     [[nodiscard]] Cancellation onDidWake(RunLoop::Task task) override { return didWake_.add(std::move(task)); }
@@ -42,7 +42,7 @@ private:
     void screenSaverChanged(sd_bus_message* signal);
 
     RunLoop& runLoop_;
-    BusConnection& systemBus_;
+    DBusConnection& systemBus_;
     Notifier<> willSleep_;
     Notifier<> didWake_;
     Notifier<> screensDidWake_;

@@ -20,7 +20,7 @@ constexpr std::chrono::microseconds answerLimit = std::chrono::seconds(5);
 
 } // namespace
 
-SingleInstance::SingleInstance(BusConnection& sessionBus)
+SingleInstance::SingleInstance(DBusConnection& sessionBus)
     : sessionBus_(sessionBus)
 {
     if (!sessionBus_)
@@ -48,7 +48,7 @@ SingleInstance::SingleInstance(BusConnection& sessionBus)
     slot = nullptr;
     sd_bus_request_name_async(sessionBus_.get(), &slot, busName, 0, nameAnswered, this);
     nameQuestion_.reset(slot);
-    sessionBus_.processUntil([this] { return isAnswered_; }, BusConnection::greetingPatience);
+    sessionBus_.processUntil([this] { return isAnswered_; }, DBusConnection::greetingPatience);
 }
 
 int SingleInstance::nameAnswered(sd_bus_message* message, void* userData, sd_bus_error*)
@@ -121,7 +121,7 @@ void SingleInstance::hearWhatWasKept()
 
 std::optional<std::string> reportOfRunningInstance()
 {
-    const Bus bus = BusConnection::open(BusConnection::Which::session);
+    const Bus bus = DBusConnection::open(DBusConnection::Which::session);
     sd_bus_message* question = nullptr;
     if (bus && busGreets(*bus, answerLimit))
         sd_bus_message_new_method_call(

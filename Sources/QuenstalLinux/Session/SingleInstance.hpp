@@ -1,7 +1,7 @@
 #pragma once
 
-#include "QuenstalLinux/Session/BusConnection.hpp"
-#include "QuenstalLinux/Session/BusHandles.hpp"
+#include "QuenstalLinux/Bus/DBusConnection.hpp"
+#include "QuenstalLinux/Bus/BusHandles.hpp"
 #include "QuenstalPlatform/RunLoop.hpp"
 
 #include <functional>
@@ -18,7 +18,7 @@ public:
 
     /// Tries to become the one. The bus outlives this. Without a bus every instance is the first; with one that does
     /// not answer at once, every instance is until it does.
-    explicit SingleInstance(BusConnection& sessionBus);
+    explicit SingleInstance(DBusConnection& sessionBus);
     SingleInstance(const SingleInstance&) = delete;
     SingleInstance& operator=(const SingleInstance&) = delete;
 
@@ -41,7 +41,7 @@ private:
     int keepUntilHeard(sd_bus_message* message);
     void hearWhatWasKept();
 
-    BusConnection& sessionBus_;
+    DBusConnection& sessionBus_;
     BusSlot object_;
     BusSlot reports_;
     BusSlot nameQuestion_;

@@ -246,7 +246,7 @@ TEST_F(DisplayBusEngineTest, aBurstEndsOnItsLastValueWhateverTheOddity)
 TEST(ColdBudgetTest, connectorsThatFlapDoNotRefillIt)
 {
     const WorkerTime::Time now{};
-    ColdBudget budget;
+    DiscoveryBudget budget;
     EXPECT_EQ(budget.left(), 0ms);
     budget.grant(now);
     budget.spend(150ms);

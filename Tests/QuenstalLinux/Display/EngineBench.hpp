@@ -40,12 +40,12 @@ struct EngineBench {
         expectBusRules(*monitor);
     }
 
-    void start(Belief belief = Belief::onReading)
+    void start(AnswerCriterion answerCriterion = AnswerCriterion::reply)
     {
         engine = std::make_unique<BusEngine>(device, devices, time, std::make_shared<CardGate>(time),
             BusNews{
                 .changed = [this] { ++changes; }, .deviceGone = [this] { ++removals; }, .asked = [this] { ++asked; }},
-            belief);
+            answerCriterion);
     }
 
     void startAndDiscover()
@@ -95,7 +95,7 @@ struct EngineBench {
     std::shared_ptr<VirtualWorkerTime> time = std::make_shared<VirtualWorkerTime>();
     std::shared_ptr<SimulatedI2CDevices> devices = std::make_shared<SimulatedI2CDevices>(time);
     std::shared_ptr<SimulatedMonitor> monitor = std::make_shared<SimulatedMonitor>();
-    ColdBudget budget;
+    DiscoveryBudget budget;
     std::unique_ptr<BusEngine> engine;
     std::atomic<int> changes = 0;
     std::atomic<int> removals = 0;

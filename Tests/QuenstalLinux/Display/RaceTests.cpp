@@ -78,7 +78,7 @@ struct DisplayRaceTest : testing::TestWithParam<unsigned> {
     std::shared_ptr<HastyWorkerTime> time = std::make_shared<HastyWorkerTime>();
     std::shared_ptr<SimulatedI2CDevices> devices = std::make_shared<SimulatedI2CDevices>(time);
     std::shared_ptr<SimulatedMonitor> monitor = std::make_shared<SimulatedMonitor>();
-    ColdBudget budget;
+    DiscoveryBudget budget;
 };
 
 TEST_P(DisplayRaceTest, whateverTheOrderTheBusIsTreatedWell)

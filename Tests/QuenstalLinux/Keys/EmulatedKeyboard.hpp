@@ -1,6 +1,6 @@
 #pragma once
 
-#include "QuenstalLinux/Keys/KeyGrabber.hpp"
+#include "QuenstalLinux/Keyboards/KeyGrabber.hpp"
 
 #include <atomic>
 #include <cstdint>

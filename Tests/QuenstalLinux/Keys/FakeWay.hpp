@@ -1,6 +1,6 @@
 #pragma once
 
-#include "QuenstalLinux/Keys/KeyCapture.hpp"
+#include "QuenstalLinux/Keyboards/KeyCapture.hpp"
 #include "QuenstalPlatform/Notifier.hpp"
 
 #include <string>

@@ -1,4 +1,4 @@
-#include "QuenstalLinux/Keys/GrabWatchdog.hpp"
+#include "QuenstalLinux/Keyboards/GrabWatchdog.hpp"
 
 #include <array>
 #include <cerrno>

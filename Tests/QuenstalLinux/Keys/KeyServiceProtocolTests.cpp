@@ -1,4 +1,4 @@
-#include "QuenstalLinux/Keys/KeyServiceProtocol.hpp"
+#include "QuenstalLinux/Keyboards/KeyServiceProtocol.hpp"
 #include "QuenstalPlatform/EventTaps.hpp"
 
 #include <string>

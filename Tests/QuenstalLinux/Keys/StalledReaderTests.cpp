@@ -2,7 +2,7 @@
 
 #include "QuenstalApp/ShellTest.hpp"
 #include "QuenstalLinux/Keys/EmulatedKeyboard.hpp"
-#include "QuenstalLinux/Keys/EvdevKeyCapture.hpp"
+#include "QuenstalLinux/Keyboards/EvdevKeyCapture.hpp"
 #include "QuenstalLinux/Keys/LinuxEventTaps.hpp"
 #include "Support/Eventually.hpp"
 

@@ -1,5 +1,5 @@
-#include "QuenstalLinux/Keys/InputNodes.hpp"
-#include "QuenstalLinux/Keys/VolumeKeyFilter.hpp"
+#include "QuenstalLinux/Keyboards/InputNodes.hpp"
+#include "QuenstalLinux/Keyboards/VolumeKeyFilter.hpp"
 #include "QuenstalPlatform/EventTaps.hpp"
 
 #include <string>

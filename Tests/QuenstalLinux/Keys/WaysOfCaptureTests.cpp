@@ -2,7 +2,7 @@
 
 #include "QuenstalLinux/Keys/FakeWay.hpp"
 #include "QuenstalLinux/Keys/LinuxEventTaps.hpp"
-#include "QuenstalLinux/Keys/LinuxTrust.hpp"
+#include "QuenstalLinux/Keys/LinuxCapturePermission.hpp"
 #include "QuenstalSimulation/SimulatedDesktop.hpp"
 #include "QuenstalSimulation/SimulatedRunLoop.hpp"
 
@@ -33,7 +33,7 @@ struct WaysOfCaptureTest : testing::Test {
     SimulatedDesktop desktop;
     FakeWay better{loop, "the better way"};
     FakeWay other{loop, "the other way"};
-    LinuxTrust trust{desktop, {&better, &other}};
+    LinuxCapturePermission permission{desktop, {&better, &other}};
     LinuxEventTaps taps{loop, {&better, &other}};
     std::vector<EventType> told;
 };
@@ -42,50 +42,49 @@ struct WaysOfCaptureTest : testing::Test {
 
 TEST_F(WaysOfCaptureTest, onePossibleWayIsEnoughToBeTrusted)
 {
-    EXPECT_FALSE(trust.isProcessTrusted());
+    EXPECT_FALSE(permission.mayCaptureKeys());
     other.possible = true;
-    EXPECT_TRUE(trust.isProcessTrusted());
-    EXPECT_EQ(trust.advice(), "");
+    EXPECT_TRUE(permission.mayCaptureKeys());
+    EXPECT_EQ(permission.advice(), "");
 }
 
 TEST_F(WaysOfCaptureTest, theWayThatATapWouldTakeIsTold)
 {
-    EXPECT_EQ(trust.wayOfCapture(), "");
+    EXPECT_EQ(permission.wayOfCapture(), "");
     other.possible = true;
-    EXPECT_EQ(trust.wayOfCapture(), "the other way");
+    EXPECT_EQ(permission.wayOfCapture(), "the other way");
     better.possible = true;
-    EXPECT_EQ(trust.wayOfCapture(), "the better way");
+    EXPECT_EQ(permission.wayOfCapture(), "the better way");
 }
 
 TEST_F(WaysOfCaptureTest, theAdviceIsWhatStandsInTheWayOfTheFirstThatHasSomethingToSay)
 {
     other.why = "plug the keyboard in again";
-    EXPECT_EQ(trust.advice(), "plug the keyboard in again");
+    EXPECT_EQ(permission.advice(), "plug the keyboard in again");
     better.why = "free the keys";
-    EXPECT_EQ(trust.advice(), "free the keys");
+    EXPECT_EQ(permission.advice(), "free the keys");
 }
 
 TEST_F(WaysOfCaptureTest, whenNoWayKnowsWhyThereIsStillAnAnswer)
 {
-    EXPECT_EQ(trust.advice(), "No keyboard with volume keys is connected.");
+    EXPECT_EQ(permission.advice(), "No keyboard with volume keys is connected.");
 }
 
 TEST_F(WaysOfCaptureTest, theUserIsToldOnlyWhenAskedForAndWhenThereIsSomethingToDo)
 {
     better.why = "free the keys";
-    EXPECT_FALSE(trust.isProcessTrusted(false));
     EXPECT_THAT(desktop.notices(), IsEmpty());
-    EXPECT_FALSE(trust.isProcessTrusted(true));
+    permission.explainIfMissing();
     EXPECT_THAT(desktop.notices(), ElementsAre("Let Quenstal use the volume keys: free the keys"));
     better.possible = true;
-    EXPECT_TRUE(trust.isProcessTrusted(true));
+    permission.explainIfMissing();
     EXPECT_EQ(desktop.notices().size(), 1u);
 }
 
 TEST_F(WaysOfCaptureTest, aChangeOfAnyWayIsHeardUntilNobodyWaits)
 {
     int changes = 0;
-    auto waiting = trust.onMayHaveChanged([&] { ++changes; });
+    auto waiting = permission.onMayHaveChanged([&] { ++changes; });
     better.changes.notify();
     loop.runUntilIdle();
     EXPECT_EQ(changes, 1);

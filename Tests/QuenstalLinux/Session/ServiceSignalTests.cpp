@@ -1,6 +1,6 @@
 // Who is believed on a bus on which anyone may send anything to anyone.
 
-#include "QuenstalLinux/Session/ServiceSignal.hpp"
+#include "QuenstalLinux/Bus/ServiceSignal.hpp"
 #include "Support/BusStranger.hpp"
 #include "Support/Eventually.hpp"
 #include "Support/PrivateBus.hpp"
@@ -26,7 +26,7 @@ struct ServiceSignalTest : testing::Test {
     {
         if (bus.address().empty())
             GTEST_SKIP() << "dbus-daemon is not installed";
-        ours = std::make_unique<BusConnection>(loop, bus.address());
+        ours = std::make_unique<DBusConnection>(loop, bus.address());
         signal = std::make_unique<ServiceSignal>(
             *ours, ServiceSignal::Source{service, path, interface, "Told"}, [this](sd_bus_message* message) {
                 const char* word = "";
@@ -64,7 +64,7 @@ struct ServiceSignalTest : testing::Test {
 
     PrivateBus bus;
     SimulatedRunLoop loop;
-    std::unique_ptr<BusConnection> ours;
+    std::unique_ptr<DBusConnection> ours;
     std::unique_ptr<ServiceSignal> signal;
     std::vector<std::string> heard;
 };
@@ -175,7 +175,7 @@ TEST_F(ServiceSignalTest, aConnectionThatHasLeftIsKnownToBeGone)
 
 TEST_F(ServiceSignalTest, withoutABusNothingIsKnown)
 {
-    BusConnection none(loop, std::string("unix:path=/nowhere/at/all"));
+    DBusConnection none(loop, std::string("unix:path=/nowhere/at/all"));
     const NameOwner owner(none, service, [] { FAIL(); });
     const ServiceSignal never(none, {service, path, interface, "Told"}, [](sd_bus_message*) { FAIL(); });
     loop.runUntilIdle();

@@ -83,7 +83,7 @@ private:
         return sd_bus_reply_method_return(message, "h", given.get());
     }
 
-    BusConnection bus_;
+    DBusConnection bus_;
     std::vector<std::string> requests_;
     FileDescriptor held_;
 };
@@ -97,7 +97,7 @@ struct SessionBusTest : testing::Test {
 
     bool eventually(const std::function<bool()>& holds) { return quenstal::eventually(loop, holds); }
     /// Everything sent on the connection before this has reached the bus, and its answers are here.
-    static void roundTrip(BusConnection& connection)
+    static void roundTrip(DBusConnection& connection)
     {
         sd_bus_call_method(connection.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
             "GetId", nullptr, nullptr, "");
@@ -120,7 +120,7 @@ struct WakeTest : SessionBusTest {
 
     /// Whoever has none of the names.
     static void signal(
-        BusConnection& from, const char* to, const char* path, const char* interface, const char* member, int flag)
+        DBusConnection& from, const char* to, const char* path, const char* interface, const char* member, int flag)
     {
         sd_bus_message* message = nullptr;
         sd_bus_message_new_signal(from.get(), &message, path, interface, member);
@@ -144,7 +144,7 @@ struct WakeTest : SessionBusTest {
         loop.runUntilIdle();
     }
 
-    BusConnection connection;
+    DBusConnection connection;
     LogindWake wake;
     std::vector<std::string> told;
     Cancellation sleeping;
@@ -155,7 +155,7 @@ struct WakeTest : SessionBusTest {
 TEST_F(WakeTest, sleepAndWakeAreToldInTheirOrder)
 {
     FakeLogind logind(loop, bus.address());
-    BusConnection desktop(loop, bus.address());
+    DBusConnection desktop(loop, bus.address());
     for (const char* name : {"org.freedesktop.ScreenSaver", "org.gnome.ScreenSaver"})
         sd_bus_request_name(desktop.get(), name, 0);
     ASSERT_TRUE(eventually([&] { return logind.isHeldUp(); }));
@@ -179,7 +179,7 @@ TEST_F(WakeTest, thousandsOfForgedSleepsAndWakesHaveNoEffect)
     FakeLogind logind(loop, bus.address());
     ASSERT_TRUE(eventually([&] { return logind.isHeldUp(); }));
     hearAll();
-    BusConnection stranger(loop, bus.address());
+    DBusConnection stranger(loop, bus.address());
     const std::string us = ourName();
     constexpr int forgeries = 3000;
     for (int i = 0; i < forgeries; ++i) {
@@ -200,7 +200,7 @@ TEST_F(WakeTest, aStrangerCannotPassForTheLoginManagerByNewsOfItsName)
     FakeLogind logind(loop, bus.address());
     ASSERT_TRUE(eventually([&] { return logind.isHeldUp(); }));
     hearAll();
-    BusConnection stranger(loop, bus.address());
+    DBusConnection stranger(loop, bus.address());
     const char* strangersName = nullptr;
     sd_bus_get_unique_name(stranger.get(), &strangersName);
     sd_bus_message* news = nullptr;
@@ -258,7 +258,7 @@ TEST_F(WakeTest, aSleepThatNobodyEndsIsOverWhenKeysArePressed)
 TEST_F(SessionBusTest, sleepWaitsUntilEveryoneHasBeenToldOfIt)
 {
     FakeLogind logind(loop, bus.address());
-    BusConnection ours(loop, bus.address());
+    DBusConnection ours(loop, bus.address());
     LogindWake wake(loop, ours, ours);
     ASSERT_TRUE(eventually([&] { return logind.isHeldUp(); }));
     EXPECT_THAT(logind.requests(), ElementsAre("sleep Quenstal delay"));
@@ -275,7 +275,7 @@ TEST_F(SessionBusTest, sleepWaitsUntilEveryoneHasBeenToldOfIt)
 
 TEST_F(SessionBusTest, theSecondInstanceIsToldSoAndShowsTheFirst)
 {
-    BusConnection firstBus(loop, bus.address());
+    DBusConnection firstBus(loop, bus.address());
     SingleInstance first(firstBus);
     EXPECT_TRUE(first.isFirst());
     int activations = 0;
@@ -285,7 +285,7 @@ TEST_F(SessionBusTest, theSecondInstanceIsToldSoAndShowsTheFirst)
     bool isAnswered = false;
     std::thread secondProcess([&] {
         SimulatedRunLoop itsLoop;
-        BusConnection itsBus(itsLoop, bus.address());
+        DBusConnection itsBus(itsLoop, bus.address());
         SingleInstance second(itsBus);
         secondIsFirst = second.isFirst();
         isAnswered = second.activateFirst();
@@ -301,7 +301,7 @@ TEST_F(SessionBusTest, aClickThatStartsTheProgramIsHeardWhenItListens)
 {
     // The bus hands over what it started the program for before it answers the question for the name.
     const BusThatStarts starter(SingleInstance::busName, "/bin/sleep 10");
-    BusConnection desktop(loop, starter->address());
+    DBusConnection desktop(loop, starter->address());
     sd_bus_message* click = nullptr;
     sd_bus_message_new_method_call(desktop.get(), &click, SingleInstance::busName, "/app/quenstal/Quenstal",
         "org.freedesktop.Application", "Activate");
@@ -310,7 +310,7 @@ TEST_F(SessionBusTest, aClickThatStartsTheProgramIsHeardWhenItListens)
     sd_bus_send(desktop.get(), click, nullptr);
     roundTrip(desktop);
 
-    BusConnection ours(loop, starter->address());
+    DBusConnection ours(loop, starter->address());
     SingleInstance instance(ours);
     ASSERT_TRUE(instance.isFirst());
     loop.runUntilIdle();
@@ -325,7 +325,7 @@ TEST_F(SessionBusTest, theInstanceAnswersWhatItFound)
     setenv("DBUS_SESSION_BUS_ADDRESS", bus.address().c_str(), 1);
     EXPECT_EQ(reportOfRunningInstance(), std::nullopt);
 
-    BusConnection connection(loop, bus.address());
+    DBusConnection connection(loop, bus.address());
     SingleInstance instance(connection);
     instance.onReportAsked([] { return "two lines\nof words\n"; });
     std::optional<std::string> answer;
@@ -342,20 +342,20 @@ TEST_F(SessionBusTest, theInstanceAnswersWhatItFound)
 TEST_F(SessionBusTest, whenTheFirstHasEndedTheNextIsTheFirst)
 {
     {
-        BusConnection bus1(loop, bus.address());
+        DBusConnection bus1(loop, bus.address());
         SingleInstance first(bus1);
         EXPECT_TRUE(first.isFirst());
     }
-    BusConnection bus2(loop, bus.address());
+    DBusConnection bus2(loop, bus.address());
     EXPECT_TRUE(SingleInstance(bus2).isFirst());
 }
 
 TEST_F(SessionBusTest, aBusThatAnswersLateTellsLateThatAnotherInstanceIsTheFirst)
 {
-    BusConnection firstBus(loop, bus.address());
+    DBusConnection firstBus(loop, bus.address());
     SingleInstance first(firstBus);
     bus.halt();
-    BusConnection secondBus(loop, bus.address());
+    DBusConnection secondBus(loop, bus.address());
     SingleInstance second(secondBus);
     int stoodBack = 0;
     int greetings = 0;
@@ -371,7 +371,7 @@ TEST_F(SessionBusTest, aBusThatAnswersLateTellsLateThatAnotherInstanceIsTheFirst
 
 TEST_F(SessionBusTest, aBusThatHasGreetedTellsSoAtOnce)
 {
-    BusConnection ours(loop, bus.address());
+    DBusConnection ours(loop, bus.address());
     ASSERT_TRUE(busGreets(*ours.get(), 5s));
     int greetings = 0;
     ours.onGreeting([&] { ++greetings; });
@@ -382,7 +382,7 @@ TEST_F(SessionBusTest, aBusThatHasGreetedTellsSoAtOnce)
 TEST_F(SessionBusTest, aBusThatNeverGreetsHoldsNoInstanceUp)
 {
     const SilentBus silent;
-    BusConnection ours(loop, silent.address());
+    DBusConnection ours(loop, silent.address());
     LogindWake wake(loop, ours, ours);
     SingleInstance instance(ours);
     EXPECT_TRUE(instance.isFirst());
@@ -390,7 +390,7 @@ TEST_F(SessionBusTest, aBusThatNeverGreetsHoldsNoInstanceUp)
 
 TEST_F(SessionBusTest, withoutABusNothingIsToldAndEveryInstanceIsTheFirst)
 {
-    BusConnection none(loop, "unix:path=/nowhere/at/all");
+    DBusConnection none(loop, "unix:path=/nowhere/at/all");
     EXPECT_FALSE(none);
     LogindWake wake(loop, none, none);
     SingleInstance instance(none);
@@ -400,7 +400,7 @@ TEST_F(SessionBusTest, withoutABusNothingIsToldAndEveryInstanceIsTheFirst)
 
 TEST_F(SessionBusTest, aBusThatGoesAwayDoesNotKeepTheLoopBusy)
 {
-    BusConnection ours(loop, bus.address());
+    DBusConnection ours(loop, bus.address());
     LogindWake wake(loop, ours, ours);
     bus.stop();
     EXPECT_TRUE(eventually([&] { return !ours; }));

@@ -10,9 +10,9 @@
 #include "QuenstalQt/Panel/PanelModel.hpp"
 #include "QuenstalQt/QtRunLoop.hpp"
 #include "QuenstalQt/QtToolkit.hpp"
-#include "QuenstalSimulation/SimulatedDisplayBusHealth.hpp"
+#include "QuenstalSimulation/SimulatedMonitorWatch.hpp"
 #include "QuenstalSimulation/SimulatedPreferences.hpp"
-#include "QuenstalSimulation/SimulatedTrust.hpp"
+#include "QuenstalSimulation/SimulatedCapturePermission.hpp"
 
 #include <cmath>
 #include <cstdio>
@@ -147,7 +147,7 @@ int main(int argc, char** argv)
     std::ios::sync_with_stdio(false);
     QtToolkit toolkit(argc, argv);
     QtRunLoop runLoop;
-    BusConnection sessionBus(runLoop, BusConnection::Which::session);
+    DBusConnection sessionBus(runLoop, DBusConnection::Which::session);
     SingleInstance instance(sessionBus);
     if (!instance.isFirst())
         return instance.activateFirst() ? EXIT_SUCCESS : EXIT_FAILURE;
@@ -156,15 +156,15 @@ int main(int argc, char** argv)
     QtDesktop desktop(windowSystem.get());
     SimulatedPreferences preferences;
     preferences.setBoolean("Quenstal.SetupGuideCompleted", true);
-    SimulatedTrust trust;
-    SimulatedDisplayBusHealth displayBusHealth;
+    SimulatedCapturePermission permission;
+    SimulatedMonitorWatch monitorWatch;
     auto monitor = std::make_shared<Monitor>();
     auto noVolume = std::make_shared<NoVolume>();
     auto controller = std::make_shared<QuenstalController>(monitor, monitor, monitor, noVolume, noVolume, monitor,
         std::make_shared<InMemoryEQProfileStore>(), ModeSelector(), VolumeReducer(0.0625),
         VolumeSnapshot::defaultAudible());
-    auto desk = std::make_shared<VolumeDesk>(runLoop, displayBusHealth, controller);
-    StatusMenuController statusMenu({runLoop, desktop, preferences, trust, displayBusHealth, desktop}, desk);
+    auto desk = std::make_shared<VolumeDesk>(runLoop, monitorWatch, controller);
+    StatusMenuController statusMenu({runLoop, desktop, preferences, permission, monitorWatch, desktop}, desk);
     const Cancellation reporting = desk->onPublished(report);
     instance.onActivated([&statusMenu] { statusMenu.showPanel(); });
     const Cancellation input = runLoop.watchReadable(0, [&] {

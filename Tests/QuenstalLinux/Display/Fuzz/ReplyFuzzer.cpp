@@ -2,7 +2,7 @@
 // messages and the jury of the memo see the same, and what is handed up again is read as it was understood.
 
 #include "QuenstalDDC/DDC.hpp"
-#include "QuenstalLinux/Display/ReplyJury.hpp"
+#include "QuenstalLinux/Display/ReplyConsensus.hpp"
 #include "QuenstalSimulation/SimulatedDisplayBuses.hpp"
 #include "QuenstalSimulation/SimulatedRunLoop.hpp"
 
@@ -53,10 +53,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     QSDDCVolume volume;
     require(read(reply, volume) == at.has_value());
     require(value.has_value() == at.has_value());
-    ReplyJury jury(speakerVolumeFeature, std::nullopt, false);
-    const ReplyJury::Verdict verdict = jury.hear(reply);
-    require(at.has_value() == (verdict == ReplyJury::Verdict::accepted || verdict == ReplyJury::Verdict::damaged));
-    require(verdict != ReplyJury::Verdict::unsupported || reply[3] == 1);
+    ReplyConsensus jury(speakerVolumeFeature, std::nullopt, false);
+    const ReplyConsensus::Verdict verdict = jury.hear(reply);
+    require(at.has_value() == (verdict == ReplyConsensus::Verdict::accepted || verdict == ReplyConsensus::Verdict::damaged));
+    require(verdict != ReplyConsensus::Verdict::unsupported || reply[3] == 1);
     if (!at)
         return 0;
     require(value->maximum == reply.at(*at + 4) * 256 + reply.at(*at + 5));

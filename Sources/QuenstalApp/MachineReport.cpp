@@ -1,0 +1,184 @@
+#include "QuenstalApp/MachineReport.hpp"
+
+#include "QuenstalCore/ProgrammingError.hpp"
+
+#include <algorithm>
+#include <string_view>
+
+namespace quenstal {
+
+namespace {
+
+using namespace std::string_literals;
+
+std::string connection(AudioTransport transport)
+{
+    switch (transport) {
+    case AudioTransport::builtIn:
+        return "built in";
+    case AudioTransport::bluetooth:
+        return "over Bluetooth";
+    case AudioTransport::usb:
+        return "over USB";
+    case AudioTransport::hdmi:
+        return "over HDMI";
+    case AudioTransport::displayPort:
+        return "over DisplayPort";
+    case AudioTransport::airPlay:
+        return "over the network";
+    case AudioTransport::aggregate:
+        return "several outputs in one";
+    case AudioTransport::unknown:
+        return "connected in a way that is not known";
+    }
+    programmingError("The transport is none of its cases.");
+}
+
+std::string output(const std::optional<AudioOutputDevice>& device)
+{
+    return device ? device->name + ", " + connection(device->transport) : "none";
+}
+
+bool hasIssue(const QuenstalState& state, DiagnosticCode code)
+{
+    return std::ranges::any_of(state.diagnostics, [code](const DiagnosticIssue& issue) { return issue.code == code; });
+}
+
+std::string whySoftware(const QuenstalState& state)
+{
+    if (hasIssue(state, DiagnosticCode::ddcCommandFailed))
+        return "the monitor did not take a command over DDC/CI.";
+    if (hasIssue(state, DiagnosticCode::ddcUnavailable))
+        return "the output has a fixed volume, and the monitor offers none over DDC/CI.";
+    return "it was chosen for this output in the panel.";
+}
+
+std::string whyNone(UnavailableReason reason)
+{
+    switch (reason) {
+    case UnavailableReason::noOutputDevice:
+        return "there is no output.";
+    case UnavailableReason::quenstalDisabled:
+        return "Quenstal is switched off in its panel.";
+    case UnavailableReason::fixedVolumeDeviceUnsupported:
+        return "the output has a fixed volume and is no monitor.";
+    case UnavailableReason::systemAudioCapturePermissionMissing:
+        return "the monitor offers no volume, and the sound server does not let Quenstal make one.";
+    case UnavailableReason::softwareFallbackUnavailable:
+        return "the monitor offers no volume, and none can be made for this output in software.";
+    }
+    programmingError("The reason is none of its cases.");
+}
+
+std::string path(const QuenstalState& state)
+{
+    return std::string(state.mode.userFacingName()) + ": "
+        + state.mode.match([](const ControlMode::SystemVolume&) { return "the output has a volume of its own."s; },
+            [](const ControlMode::HardwareDDC&) {
+                return "the output has a fixed volume, and the monitor takes its own over DDC/CI."s;
+            },
+            [&](const ControlMode::SoftwareTap&) { return whySoftware(state); },
+            [](const ControlMode::Unavailable& unavailable) { return whyNone(unavailable.reason); },
+            [](const ControlMode::Disabled&) { return whyNone(UnavailableReason::quenstalDisabled); });
+}
+
+std::string keys(const MachineReport& findings)
+{
+    if (findings.areKeysCaptured) {
+        const std::string way = findings.wayOfCapture.empty() ? "" : " " + findings.wayOfCapture;
+        return "captured" + way + ": mute, volume down and volume up.";
+    }
+    return findings.state.isEnabled ? "not captured." : "the desktop's own, while Quenstal is switched off.";
+}
+
+std::string description(const DisplayBusProblem& problem)
+{
+    if (problem.device.empty())
+        return problem.monitor + " cannot be reached over DDC/CI.";
+    switch (problem.kind) {
+    case DisplayBusProblem::Kind::accessDenied:
+        return problem.monitor + ": no access to " + problem.device + ".";
+    case DisplayBusProblem::Kind::notAnswering:
+        return problem.monitor + " does not report its volume on " + problem.device + ".";
+    case DisplayBusProblem::Kind::writesRefused:
+        return problem.monitor + " does not accept volume changes on " + problem.device + ".";
+    case DisplayBusProblem::Kind::stuck:
+        return problem.monitor + ": the driver for " + problem.device + " is not responding.";
+    case DisplayBusProblem::Kind::unknownBuses:
+        return problem.monitor + " cannot be reached over DDC/CI. Left alone, because no display is known to be there: "
+            + problem.device + ".";
+    }
+    programmingError("The problem is none of its kinds.");
+}
+
+/// The device is closed to the user, or the system has none yet; not a monitor that is odd.
+bool isMendedByAccess(const DisplayBusProblem& problem)
+{
+    const bool isWithoutDevices = problem.device.empty() && !problem.remedy.empty();
+    return problem.kind == DisplayBusProblem::Kind::accessDenied || isWithoutDevices;
+}
+
+std::string withRemedy(const DisplayBusProblem& problem, const MendingCommands& commands)
+{
+    const bool isMendedByCommand = isMendedByAccess(problem) && !commands.giveAccess.empty();
+    const bool hasRemedy = !isMendedByCommand && !problem.remedy.empty();
+    return description(problem) + (hasRemedy ? " " + problem.remedy : "");
+}
+
+std::string description(const PreferencesProblem& problem)
+{
+    switch (problem.kind) {
+    case PreferencesProblem::Kind::notValid:
+        return "Your preferences as they were: the file was not valid and is now " + problem.file + ".";
+    case PreferencesProblem::Kind::notReadable:
+        return "Your preferences: " + problem.file + " cannot be read. It is left as it is.";
+    case PreferencesProblem::Kind::notSaved:
+        return "A way to save your preferences: " + problem.file + " cannot be written.";
+    }
+    programmingError("The problem is none of its kinds.");
+}
+
+/// What is missing, and the commands that mend it: each once, after all that it mends.
+std::vector<std::string> missing(const MachineReport& findings, const MendingCommands& commands)
+{
+    std::vector<std::string> lines;
+    const auto offer = [&lines](const std::string& command) {
+        if (!command.empty())
+            lines.push_back("  " + command);
+    };
+    if (!findings.state.outputDevice) {
+        lines.emplace_back("A sound server with an output.");
+        offer(commands.startSound);
+    }
+    bool isAccessMissing = false;
+    for (const DisplayBusProblem& problem : findings.monitorProblems) {
+        lines.push_back(withRemedy(problem, commands));
+        isAccessMissing = isAccessMissing || isMendedByAccess(problem);
+    }
+    if (!findings.areKeysCaptured && !findings.captureAdvice.empty())
+        lines.push_back(findings.captureAdvice);
+    if (isAccessMissing)
+        offer(commands.giveAccess);
+    if (findings.preferencesProblem)
+        lines.push_back(description(*findings.preferencesProblem));
+    if (lines.empty())
+        lines.emplace_back("nothing.");
+    return lines;
+}
+
+} // namespace
+
+std::string inPlainWords(const MachineReport& findings, const MendingCommands& commands)
+{
+    std::string words = "Output:   " + output(findings.state.outputDevice) + "\n";
+    words += "Volume:   " + path(findings.state) + "\n";
+    words += "Keys:     " + keys(findings) + "\n";
+    std::string heading = "Missing:  ";
+    for (const std::string& line : missing(findings, commands)) {
+        words += heading + line + "\n";
+        heading = "          ";
+    }
+    return words;
+}
+
+} // namespace quenstal

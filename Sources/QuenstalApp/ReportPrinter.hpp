@@ -1,0 +1,54 @@
+#pragma once
+
+#include "QuenstalPlatform/RunLoop.hpp"
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <utility>
+
+namespace quenstal {
+
+/// Tells what was found, at the start and whenever it reads differently. Main thread.
+class ReportPrinter {
+public:
+    /// Outputs come and go in several steps, and monitors answer late: this long is waited before anything is told.
+    static constexpr auto settling = std::chrono::milliseconds(500);
+
+    /// `words` says what is found at the time it is asked. The run loop outlives this.
+    ReportPrinter(RunLoop& runLoop, std::function<std::string()> words, std::function<void(const std::string&)> tell)
+        : runLoop_(runLoop)
+        , words_(std::move(words))
+        , tell_(std::move(tell))
+    {
+    }
+
+    /// Any number of changes while it settles are told once.
+    void mayHaveChanged()
+    {
+        if (isSettling_)
+            return;
+        isSettling_ = true;
+        settled_ = runLoop_.after(settling, [this] { tellIfChanged(); });
+    }
+
+private:
+    void tellIfChanged()
+    {
+        isSettling_ = false;
+        std::string words = words_();
+        if (words == told_)
+            return;
+        told_ = std::move(words);
+        tell_(told_);
+    }
+
+    RunLoop& runLoop_;
+    std::function<std::string()> words_;
+    std::function<void(const std::string&)> tell_;
+    std::string told_;
+    bool isSettling_ = false;
+    Cancellation settled_;
+};
+
+} // namespace quenstal

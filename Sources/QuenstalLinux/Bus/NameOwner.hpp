@@ -1,0 +1,36 @@
+#pragma once
+
+#include "QuenstalLinux/Bus/DBusConnection.hpp"
+#include "QuenstalLinux/Bus/BusHandles.hpp"
+
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace quenstal {
+
+/// Which connection has a name on a bus, told by the bus itself: news from anyone else is no news. Main thread.
+class NameOwner {
+public:
+    /// Asks the bus and from then on hears of every change; `changed` is called with the first answer too, always on a
+    /// later turn. The bus outlives this; without one nothing is ever known.
+    NameOwner(DBusConnection& bus, const std::string& name, std::function<void()> changed = {});
+    NameOwner(const NameOwner&) = delete;
+    NameOwner& operator=(const NameOwner&) = delete;
+
+    /// The unique name of the connection, empty when nobody has the name. None until the bus has answered.
+    const std::optional<std::string>& current() const { return current_; }
+
+private:
+    static int ownerChanged(sd_bus_message* message, void* self, sd_bus_error* error);
+    static int ownerAnswered(sd_bus_message* message, void* self, sd_bus_error* error);
+
+    void set(std::string owner);
+
+    std::function<void()> changed_;
+    std::optional<std::string> current_;
+    BusSlot changes_;
+    BusSlot question_;
+};
+
+} // namespace quenstal

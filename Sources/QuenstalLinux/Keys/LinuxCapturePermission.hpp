@@ -1,0 +1,28 @@
+#pragma once
+
+#include "QuenstalLinux/Keyboards/KeyCapture.hpp"
+#include "QuenstalPlatform/Desktop.hpp"
+#include "QuenstalPlatform/CapturePermission.hpp"
+
+#include <vector>
+
+namespace quenstal {
+
+/// Trusted means: one of the ways of capture can see and swallow the keys now. The ways and the desktop outlive it.
+class LinuxCapturePermission final : public CapturePermission {
+public:
+    LinuxCapturePermission(Desktop& desktop, std::vector<KeyCapture*> ways);
+
+    bool mayCaptureKeys() override;
+    void explainIfMissing() override;
+    /// The obstacle of the way that suits this desktop best.
+    std::string advice() override;
+    std::string wayOfCapture() override;
+    [[nodiscard]] Cancellation onMayHaveChanged(RunLoop::Task task) override;
+
+private:
+    Desktop& desktop_;
+    std::vector<KeyCapture*> ways_;
+};
+
+} // namespace quenstal

@@ -1,0 +1,223 @@
+// What the program says about itself at a terminal, and when.
+
+#include "QuenstalApp/MachineReport.hpp"
+#include "QuenstalApp/ReportPrinter.hpp"
+#include "QuenstalSimulation/SimulatedRunLoop.hpp"
+
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace quenstal {
+namespace {
+
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+const MendingCommands commands{"start the sound", "give access"};
+
+/// A monitor on HDMI that takes its own volume, and captured keys.
+MachineReport monitorFindings()
+{
+    MachineReport findings;
+    findings.state.outputDevice = AudioOutputDevice{"42", "Desk Monitor", AudioTransport::hdmi, false, "uid"};
+    findings.state.displayTarget = DisplayControlTarget{"7", "DESK 27", true, true};
+    findings.state.permissions = PermissionState::allGranted();
+    findings.state.mode = ControlMode::hardwareDDC("7");
+    findings.areKeysCaptured = true;
+    findings.wayOfCapture = "over the X server";
+    return findings;
+}
+
+DiagnosticIssue issue(DiagnosticCode code)
+{
+    return {code, DiagnosticSeverity::info, "Never shown.", std::nullopt};
+}
+
+TEST(MachineReportTest, aMonitorThatTakesItsOwnVolume)
+{
+    EXPECT_EQ(inPlainWords(monitorFindings(), commands),
+        "Output:   Desk Monitor, over HDMI\n"
+        "Volume:   Monitor hardware: the output has a fixed volume, and the monitor takes its own over DDC/CI.\n"
+        "Keys:     captured over the X server: mute, volume down and volume up.\n"
+        "Missing:  nothing.\n");
+}
+
+TEST(MachineReportTest, noKeyPressChangesTheWords)
+{
+    MachineReport findings = monitorFindings();
+    const std::string before = inPlainWords(findings, commands);
+    findings.state.volume = {0.1, true};
+    EXPECT_EQ(inPlainWords(findings, commands), before);
+}
+
+TEST(MachineReportTest, withoutAnOutputTheSoundServerIsMissing)
+{
+    MachineReport findings;
+    findings.state.mode = ControlMode::unavailable(UnavailableReason::noOutputDevice);
+    findings.areKeysCaptured = true;
+    EXPECT_EQ(inPlainWords(findings, commands),
+        "Output:   none\n"
+        "Volume:   Unavailable: there is no output.\n"
+        "Keys:     captured: mute, volume down and volume up.\n"
+        "Missing:  A sound server with an output.\n"
+        "            start the sound\n");
+}
+
+struct PathRow {
+    std::string name;
+    ControlMode mode;
+    std::vector<DiagnosticCode> codes;
+    std::string words;
+};
+
+struct MachineReportPathTest : testing::TestWithParam<PathRow> { };
+
+TEST_P(MachineReportPathTest, isExplained)
+{
+    MachineReport findings = monitorFindings();
+    findings.state.mode = GetParam().mode;
+    for (const DiagnosticCode code : GetParam().codes)
+        findings.state.diagnostics.push_back(issue(code));
+    EXPECT_THAT(inPlainWords(findings, commands), HasSubstr("\nVolume:   " + GetParam().words + "\n"));
+}
+
+using enum UnavailableReason;
+const std::vector<PathRow> paths{
+    {"system", ControlMode::systemVolume("42"), {}, "System volume: the output has a volume of its own."},
+    {"softwareForWantOfDDC", ControlMode::softwareTap("42"), {DiagnosticCode::ddcUnavailable},
+        "Software volume: the output has a fixed volume, and the monitor offers none over DDC/CI."},
+    {"softwareAfterAFailure", ControlMode::softwareTap("42"), {DiagnosticCode::ddcCommandFailed},
+        "Software volume: the monitor did not take a command over DDC/CI."},
+    {"softwareByChoice", ControlMode::softwareTap("42"), {DiagnosticCode::softwareFallbackActive},
+        "Software volume: it was chosen for this output in the panel."},
+    {"fixed", ControlMode::unavailable(fixedVolumeDeviceUnsupported), {},
+        "Unavailable: the output has a fixed volume and is no monitor."},
+    {"capture", ControlMode::unavailable(systemAudioCapturePermissionMissing), {},
+        "Unavailable: the monitor offers no volume, and the sound server does not let Quenstal make one."},
+    {"noFallback", ControlMode::unavailable(softwareFallbackUnavailable), {},
+        "Unavailable: the monitor offers no volume, and none can be made for this output in software."},
+    {"disabled", ControlMode::disabled(), {}, "Disabled: Quenstal is switched off in its panel."},
+};
+
+INSTANTIATE_TEST_SUITE_P(
+    Paths, MachineReportPathTest, testing::ValuesIn(paths), [](const auto& row) { return row.param.name; });
+
+TEST(MachineReportTest, everyTransportHasItsWords)
+{
+    for (const auto& row : EnumerationTable<AudioTransport>::rows) {
+        MachineReport findings = monitorFindings();
+        findings.state.outputDevice->transport = row.value;
+        EXPECT_THAT(inPlainWords(findings, commands), Not(HasSubstr("Desk Monitor, \n"))) << row.rawValue;
+    }
+}
+
+TEST(MachineReportTest, keysThatAreNotCapturedComeWithWhatToDo)
+{
+    MachineReport findings = monitorFindings();
+    findings.areKeysCaptured = false;
+    findings.captureAdvice = "Free the keys.";
+    EXPECT_THAT(inPlainWords(findings, commands),
+        EndsWith("Keys:     not captured.\n"
+                 "Missing:  Free the keys.\n"));
+}
+
+TEST(MachineReportTest, switchedOffNothingIsMissing)
+{
+    MachineReport findings = monitorFindings();
+    findings.areKeysCaptured = false;
+    findings.state.isEnabled = false;
+    EXPECT_THAT(inPlainWords(findings, commands),
+        EndsWith("Keys:     the desktop's own, while Quenstal is switched off.\n"
+                 "Missing:  nothing.\n"));
+}
+
+TEST(MachineReportTest, oneCommandGivesAccessToAllMonitors)
+{
+    using Kind = DisplayBusProblem::Kind;
+    MachineReport findings = monitorFindings();
+    findings.monitorProblems = {{Kind::accessDenied, "/dev/i2c-5", "Left", "Install the rule."},
+        {Kind::notAnswering, "", "Right", "Load the module."}};
+    EXPECT_THAT(inPlainWords(findings, commands),
+        EndsWith("Missing:  Left: no access to /dev/i2c-5.\n"
+                 "          Right cannot be reached over DDC/CI.\n"
+                 "            give access\n"));
+}
+
+TEST(MachineReportTest, withoutTheCommandItsRemedyIsTold)
+{
+    MachineReport findings = monitorFindings();
+    findings.monitorProblems = {{DisplayBusProblem::Kind::accessDenied, "/dev/i2c-5", "Left", "Log in again."}};
+    EXPECT_THAT(inPlainWords(findings, {}), EndsWith("Missing:  Left: no access to /dev/i2c-5. Log in again.\n"));
+}
+
+TEST(MachineReportTest, aMonitorThatIsOddComesWithItsOwnRemedyAndNoCommand)
+{
+    using Kind = DisplayBusProblem::Kind;
+    MachineReport findings = monitorFindings();
+    findings.monitorProblems = {{Kind::notAnswering, "/dev/i2c-5", "Left", "Switch it on."},
+        {Kind::writesRefused, "/dev/i2c-6", "Right", ""}, {Kind::stuck, "/dev/i2c-7", "Third", "Unplug it."},
+        {Kind::notAnswering, "", "Fourth", ""}, {Kind::unknownBuses, "/dev/i2c-8 (some bus)", "Fifth", ""}};
+    EXPECT_THAT(inPlainWords(findings, commands),
+        EndsWith("Missing:  Left does not report its volume on /dev/i2c-5. Switch it on.\n"
+                 "          Right does not accept volume changes on /dev/i2c-6.\n"
+                 "          Third: the driver for /dev/i2c-7 is not responding. Unplug it.\n"
+                 "          Fourth cannot be reached over DDC/CI.\n"
+                 "          Fifth cannot be reached over DDC/CI. Left alone, because no display is known to be there: "
+                 "/dev/i2c-8 (some bus).\n"));
+}
+
+TEST(MachineReportTest, preferencesThatAreNotKeptAreMissing)
+{
+    using Kind = PreferencesProblem::Kind;
+    struct Row {
+        Kind kind;
+        const char* words;
+    };
+    const Row rows[]{
+        {Kind::notValid, "Your preferences as they were: the file was not valid and is now /a/file."},
+        {Kind::notReadable, "Your preferences: /a/file cannot be read. It is left as it is."},
+        {Kind::notSaved, "A way to save your preferences: /a/file cannot be written."},
+    };
+    for (const Row& row : rows) {
+        MachineReport findings = monitorFindings();
+        findings.preferencesProblem = {row.kind, "/a/file"};
+        EXPECT_THAT(inPlainWords(findings, commands), EndsWith(std::string("Missing:  ") + row.words + "\n"));
+    }
+}
+
+struct FindingsTellerTest : testing::Test {
+    SimulatedRunLoop loop;
+    std::string words = "one";
+    std::vector<std::string> told;
+    ReportPrinter teller{loop, [this] { return words; }, [this](const std::string& text) { told.push_back(text); }};
+};
+
+TEST_F(FindingsTellerTest, waitsUntilThingsHaveSettled)
+{
+    teller.mayHaveChanged();
+    loop.advance(ReportPrinter::settling / 2);
+    EXPECT_THAT(told, IsEmpty());
+    words = "two";
+    teller.mayHaveChanged();
+    loop.advance(ReportPrinter::settling);
+    EXPECT_THAT(told, ElementsAre("two"));
+}
+
+TEST_F(FindingsTellerTest, tellsOnlyWhatReadsDifferently)
+{
+    for (const char* next : {"one", "one", "two", "one"}) {
+        words = next;
+        teller.mayHaveChanged();
+        loop.advance(ReportPrinter::settling);
+    }
+    EXPECT_THAT(told, ElementsAre("one", "two", "one"));
+}
+
+} // namespace
+} // namespace quenstal
