@@ -45,14 +45,25 @@ ROOMS = {
     "QuenstalPlatform": Room(),
     "QuenstalDDC": Room("QuenstalPlatform", foreign=VECTORS),
     "QuenstalApp": Room("QuenstalCore", "QuenstalDDC", "QuenstalPlatform"),
+    # What the rooms below it share.
     "QuenstalLinux": Room("QuenstalPlatform", foreign=SYSTEM),
-    "QuenstalKeyService": Room("QuenstalLinux", "QuenstalPlatform", foreign=SYSTEM),
+    "QuenstalLinux/Audio": Room("QuenstalLinux", "QuenstalPlatform", foreign=SYSTEM),
+    "QuenstalLinux/Bus": Room("QuenstalLinux", "QuenstalPlatform", foreign=SYSTEM),
+    "QuenstalLinux/Desktop": Room("QuenstalLinux", "QuenstalPlatform", foreign=SYSTEM),
+    "QuenstalLinux/Display": Room("QuenstalLinux", "QuenstalPlatform", foreign=SYSTEM),
+    "QuenstalLinux/Keyboards": Room("QuenstalLinux", "QuenstalPlatform", foreign=SYSTEM),
+    "QuenstalLinux/Keys": Room("QuenstalLinux", "QuenstalLinux/Bus", "QuenstalLinux/Keyboards", "QuenstalPlatform",
+                               foreign=SYSTEM),
+    "QuenstalLinux/Session": Room("QuenstalLinux", "QuenstalLinux/Bus", "QuenstalPlatform", foreign=SYSTEM),
+    "QuenstalKeyService": Room("QuenstalLinux", "QuenstalLinux/Bus", "QuenstalLinux/Keyboards", "QuenstalPlatform",
+                               foreign=SYSTEM),
     "QuenstalFreedesktop": Room("QuenstalPlatform", foreign=SERVICES),
     "QuenstalQt": Room("QuenstalApp", "QuenstalCore", "QuenstalFreedesktop", "QuenstalPlatform", foreign=TOOLKIT),
     "QuenstalSimulation": Room("QuenstalPlatform", foreign=WAITING),
-    # The one place that composes.
-    "Quenstal": Room("QuenstalApp", "QuenstalLinux", "QuenstalPlatform", "QuenstalQt"),
 }
+# The one place that composes.
+ROOMS["Quenstal"] = Room("QuenstalApp", "QuenstalPlatform", "QuenstalQt",
+                         *(name for name in ROOMS if name.startswith("QuenstalLinux")))
 EXCEPTIONS = {
     # A session leaves its own process out of what it captures.
     "QuenstalDDC/SoftwareVolumeTap/Session.cpp": Room("QuenstalPlatform", foreign=re.compile(r"unistd\.h$")),
@@ -68,13 +79,23 @@ INCLUDE = re.compile(r'^\s*#\s*(?:include|import)\s*(?P<rest>.*)$')
 NAMED = re.compile(r'<(?P<angled>[^>]+)>|"(?P<quoted>[^"]+)"')
 
 
+def room_of(path):
+    """The name of the innermost room that a file lies in, its path being one from Sources/; none when it lies in none."""
+    folder = path.rpartition("/")[0]
+    if folder in ROOMS:
+        return folder
+    outer = room_of(folder) if folder else None
+    # A room that has rooms below it has no other folders.
+    return None if any(name.startswith(f"{outer}/") for name in ROOMS) else outer
+
+
 def fault_of(room_name, room, sources, named):
     """What is wrong with one include; none when it is allowed."""
     if quoted := named["quoted"]:
-        target = quoted.split("/")[0]
+        target = room_of(quoted)
         if room_name in ("QuenstalFreedesktop", "QuenstalQt") and quoted.endswith(".moc"):
             return None
-        if target not in ROOMS:
+        if not target:
             return "does not begin with the name of a room"
         if target != room_name and target not in room.rooms:
             return f"{room_name} may not know {target}"
@@ -87,9 +108,9 @@ def fault_of(room_name, room, sources, named):
 
 def faults_in(path, sources):
     relative = path.relative_to(sources).as_posix()
-    room_name = relative.split("/")[0]
-    if room_name not in ROOMS:
-        return [f"Sources/{relative}: {room_name} is not in the table of rooms"]
+    room_name = room_of(relative)
+    if not room_name:
+        return [f"Sources/{relative}: {relative.rpartition('/')[0]} is not in the table of rooms"]
     room = EXCEPTIONS.get(relative, ROOMS[room_name])
     faults = []
     for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), start=1):

@@ -5,8 +5,8 @@
 #include "QuenstalApp/AppDelegate.hpp"
 #include "QuenstalApp/CommandLine.hpp"
 #include "QuenstalApp/MachineReport.hpp"
-#include "QuenstalApp/ReportPrinter.hpp"
 #include "QuenstalApp/PresentableText.hpp"
+#include "QuenstalApp/ReportPrinter.hpp"
 #include "QuenstalLinux/Bus/DBusConnection.hpp"
 #include "QuenstalLinux/Session/EndLimit.hpp"
 #include "QuenstalLinux/Session/SingleInstance.hpp"
@@ -44,7 +44,7 @@ void print(std::string_view text)
     std::fflush(stdout);
 }
 
-int report()
+int printReport()
 {
     const auto words = reportOfRunningInstance();
     // Whoever has the name on the bus has answered.
@@ -61,7 +61,7 @@ int standBack(SingleInstance& instance, Request request)
     const bool isShown = instance.activateFirst();
     if (request == Request::startAndTell) {
         print("Quenstal runs already in this session.\n");
-        report();
+        printReport();
     }
     return isShown ? EXIT_SUCCESS : EXIT_FAILURE;
 }
@@ -97,12 +97,12 @@ int start(int& argc, char** argv, Request request)
     const Cancellation ending = termination.onSignal(runLoop, [&machine] { machine.desktop().terminate(); });
     delegate.applicationDidFinishLaunching();
 
-    const auto findings = [&delegate] { return inPlainWords(delegate.machineReport(), mendingCommands()); };
-    instance.onReportAsked(findings);
-    ReportPrinter teller(runLoop, findings, print);
+    const auto report = [&delegate] { return inPlainWords(delegate.machineReport(), mendingCommands()); };
+    instance.onReportAsked(report);
+    ReportPrinter printer(runLoop, report, print);
     if (request == Request::startAndTell) {
-        delegate.onReportChanged = [&teller] { teller.mayHaveChanged(); };
-        teller.mayHaveChanged();
+        delegate.onReportChanged = [&printer] { printer.mayHaveChanged(); };
+        printer.mayHaveChanged();
     }
     const int status = toolkit.run();
     EndLimit::begin();
@@ -127,7 +127,7 @@ int run(int argc, char** argv)
         print("Quenstal " QUENSTAL_VERSION "\n");
         return EXIT_SUCCESS;
     case Request::report:
-        return report();
+        return printReport();
     case Request::start:
     case Request::startInBackground:
     case Request::startAndTell:

@@ -6,13 +6,13 @@
 #include "QuenstalCore/QuenstalController.hpp"
 #include "QuenstalPlatform/AudioObjects.hpp"
 #include "QuenstalPlatform/AudioTaps.hpp"
+#include "QuenstalPlatform/CapturePermission.hpp"
 #include "QuenstalPlatform/Desktop.hpp"
 #include "QuenstalPlatform/DisplayBuses.hpp"
 #include "QuenstalPlatform/Displays.hpp"
 #include "QuenstalPlatform/EventTaps.hpp"
 #include "QuenstalPlatform/Preferences.hpp"
 #include "QuenstalPlatform/RunLoop.hpp"
-#include "QuenstalPlatform/CapturePermission.hpp"
 
 #include <functional>
 #include <memory>
@@ -71,7 +71,7 @@ public:
 
     /// Only after launching has finished.
     MachineReport machineReport() const;
-    /// Called whenever `findings` may have become others.
+    /// Called whenever `machineReport` may have changed.
     std::function<void()> onReportChanged;
 
     /// None before launching has finished.

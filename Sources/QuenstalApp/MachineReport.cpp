@@ -82,13 +82,13 @@ std::string path(const QuenstalState& state)
             [](const ControlMode::Disabled&) { return whyNone(UnavailableReason::quenstalDisabled); });
 }
 
-std::string keys(const MachineReport& findings)
+std::string keys(const MachineReport& report)
 {
-    if (findings.areKeysCaptured) {
-        const std::string way = findings.wayOfCapture.empty() ? "" : " " + findings.wayOfCapture;
+    if (report.areKeysCaptured) {
+        const std::string way = report.wayOfCapture.empty() ? "" : " " + report.wayOfCapture;
         return "captured" + way + ": mute, volume down and volume up.";
     }
-    return findings.state.isEnabled ? "not captured." : "the desktop's own, while Quenstal is switched off.";
+    return report.state.isEnabled ? "not captured." : "the desktop's own, while Quenstal is switched off.";
 }
 
 std::string description(const DisplayBusProblem& problem)
@@ -139,28 +139,28 @@ std::string description(const PreferencesProblem& problem)
 }
 
 /// What is missing, and the commands that mend it: each once, after all that it mends.
-std::vector<std::string> missing(const MachineReport& findings, const MendingCommands& commands)
+std::vector<std::string> missing(const MachineReport& report, const MendingCommands& commands)
 {
     std::vector<std::string> lines;
     const auto offer = [&lines](const std::string& command) {
         if (!command.empty())
             lines.push_back("  " + command);
     };
-    if (!findings.state.outputDevice) {
+    if (!report.state.outputDevice) {
         lines.emplace_back("A sound server with an output.");
         offer(commands.startSound);
     }
     bool isAccessMissing = false;
-    for (const DisplayBusProblem& problem : findings.monitorProblems) {
+    for (const DisplayBusProblem& problem : report.monitorProblems) {
         lines.push_back(withRemedy(problem, commands));
         isAccessMissing = isAccessMissing || isMendedByAccess(problem);
     }
-    if (!findings.areKeysCaptured && !findings.captureAdvice.empty())
-        lines.push_back(findings.captureAdvice);
+    if (!report.areKeysCaptured && !report.captureAdvice.empty())
+        lines.push_back(report.captureAdvice);
     if (isAccessMissing)
         offer(commands.giveAccess);
-    if (findings.preferencesProblem)
-        lines.push_back(description(*findings.preferencesProblem));
+    if (report.preferencesProblem)
+        lines.push_back(description(*report.preferencesProblem));
     if (lines.empty())
         lines.emplace_back("nothing.");
     return lines;
@@ -168,13 +168,13 @@ std::vector<std::string> missing(const MachineReport& findings, const MendingCom
 
 } // namespace
 
-std::string inPlainWords(const MachineReport& findings, const MendingCommands& commands)
+std::string inPlainWords(const MachineReport& report, const MendingCommands& commands)
 {
-    std::string words = "Output:   " + output(findings.state.outputDevice) + "\n";
-    words += "Volume:   " + path(findings.state) + "\n";
-    words += "Keys:     " + keys(findings) + "\n";
+    std::string words = "Output:   " + output(report.state.outputDevice) + "\n";
+    words += "Volume:   " + path(report.state) + "\n";
+    words += "Keys:     " + keys(report) + "\n";
     std::string heading = "Missing:  ";
-    for (const std::string& line : missing(findings, commands)) {
+    for (const std::string& line : missing(report, commands)) {
         words += heading + line + "\n";
         heading = "          ";
     }

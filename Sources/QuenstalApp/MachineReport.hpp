@@ -32,6 +32,6 @@ struct MendingCommands {
 
 /// For a person at a terminal: the output, the path that its volume takes and why, the keys, and what is missing with
 /// the command that mends it. One line or more each, the last one ended. Says nothing that a key press changes.
-std::string inPlainWords(const MachineReport& findings, const MendingCommands& commands);
+std::string inPlainWords(const MachineReport& report, const MendingCommands& commands);
 
 } // namespace quenstal

@@ -5,12 +5,12 @@
 #include "QuenstalApp/StatusMenuController/PanelViewHosting.hpp"
 #include "QuenstalApp/StatusMenuController/SetupGuidePreferences.hpp"
 #include "QuenstalApp/VolumeDesk.hpp"
+#include "QuenstalPlatform/CapturePermission.hpp"
 #include "QuenstalPlatform/Desktop.hpp"
 #include "QuenstalPlatform/DisplayBuses.hpp"
 #include "QuenstalPlatform/OwnedTasks.hpp"
 #include "QuenstalPlatform/Preferences.hpp"
 #include "QuenstalPlatform/RunLoop.hpp"
-#include "QuenstalPlatform/CapturePermission.hpp"
 
 #include <chrono>
 #include <functional>

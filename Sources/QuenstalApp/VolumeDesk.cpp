@@ -21,8 +21,7 @@ VolumeDesk::Order::Commands VolumeDesk::Order::always(const VolumeCommand& comma
     return [command, times](const QuenstalState&) { return std::vector(times, command); };
 }
 
-VolumeDesk::VolumeDesk(
-    RunLoop& runLoop, MonitorWatch& monitorWatch, std::shared_ptr<QuenstalController> controller)
+VolumeDesk::VolumeDesk(RunLoop& runLoop, MonitorWatch& monitorWatch, std::shared_ptr<QuenstalController> controller)
     : monitorWatch_(monitorWatch)
     , controller_(std::move(controller))
     , tasks_(runLoop)

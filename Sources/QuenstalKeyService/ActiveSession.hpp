@@ -1,7 +1,7 @@
 #pragma once
 
-#include "QuenstalLinux/Bus/DBusConnection.hpp"
 #include "QuenstalLinux/Bus/BusHandles.hpp"
+#include "QuenstalLinux/Bus/DBusConnection.hpp"
 #include "QuenstalLinux/Bus/ServiceSignal.hpp"
 
 #include <functional>

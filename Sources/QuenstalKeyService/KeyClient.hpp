@@ -1,8 +1,8 @@
 #pragma once
 
+#include "QuenstalLinux/Bus/NameOwner.hpp"
 #include "QuenstalLinux/FileDescriptor.hpp"
 #include "QuenstalLinux/Keyboards/KeyServiceProtocol.hpp"
-#include "QuenstalLinux/Bus/NameOwner.hpp"
 #include "QuenstalPlatform/RunLoop.hpp"
 
 #include <functional>

@@ -158,13 +158,13 @@ void KeyService::askLogind(Requests::iterator entry)
     Request& request = entry->second;
     request.session = *activeSession_.current();
     request.limit = runLoop_.after(longestQuestion, [this, entry] { decide(entry, KeyServiceRefusal::undecided); });
-    request.membership
-        = std::make_unique<ProcessSessionQuery>(systemBus_, request.caller->process, [this, entry](const auto& session) {
-              if (session && *session != entry->second.session.path)
-                  decide(entry, KeyServiceRefusal::notActive);
-              else
-                  askPolkit(entry);
-          });
+    request.membership = std::make_unique<ProcessSessionQuery>(
+        systemBus_, request.caller->process, [this, entry](const auto& session) {
+            if (session && *session != entry->second.session.path)
+                decide(entry, KeyServiceRefusal::notActive);
+            else
+                askPolkit(entry);
+        });
 }
 
 void KeyService::askPolkit(Requests::iterator request)

@@ -5,10 +5,10 @@
 #include "QuenstalKeyService/CallerQuestion.hpp"
 #include "QuenstalKeyService/KeyClient.hpp"
 #include "QuenstalKeyService/ProcessSessionQuery.hpp"
+#include "QuenstalLinux/Bus/BusHandles.hpp"
+#include "QuenstalLinux/Bus/DBusConnection.hpp"
 #include "QuenstalLinux/Keyboards/EvdevKeyCapture.hpp"
 #include "QuenstalLinux/Keyboards/KeyServiceProtocol.hpp"
-#include "QuenstalLinux/Bus/DBusConnection.hpp"
-#include "QuenstalLinux/Bus/BusHandles.hpp"
 #include "QuenstalPlatform/RunLoop.hpp"
 
 #include <cstddef>

@@ -3,8 +3,8 @@
 
 #include "QuenstalKeyService/EventLoop.hpp"
 #include "QuenstalKeyService/KeyService.hpp"
-#include "QuenstalLinux/Keyboards/EvdevKeyCapture.hpp"
 #include "QuenstalLinux/Bus/DBusConnection.hpp"
+#include "QuenstalLinux/Keyboards/EvdevKeyCapture.hpp"
 
 #include <cstdint>
 #include <cstdio>

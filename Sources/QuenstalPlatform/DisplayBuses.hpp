@@ -1,6 +1,6 @@
 #pragma once
 
-// The I2C buses that the graphics driver opens to attached displays, and what can be told about their health.
+// The I2C buses that the graphics driver opens to attached displays, and how they are doing.
 
 #include "QuenstalPlatform/Interface.hpp"
 #include "QuenstalPlatform/PlatformStatus.hpp"

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "QuenstalPlatform/Handlers.hpp"
 #include "QuenstalPlatform/CapturePermission.hpp"
+#include "QuenstalPlatform/Handlers.hpp"
 
 #include <string>
 #include <utility>

@@ -9,7 +9,7 @@
 
 namespace quenstal {
 
-/// Health as it was put there, and a journal of what the buses were told.
+/// Problems as they were put there, and a journal of what the buses were told.
 class SimulatedMonitorWatch final : public MonitorWatch {
 public:
     [[nodiscard]] Cancellation observeChanges(RunLoop::Task task) override { return observers_.add(std::move(task)); }

@@ -46,7 +46,12 @@ class Includes(Check):
         ("QuenstalApp/PresentableText.cpp", "<glib.h>"),
         ("Quenstal/A.cpp", '"QuenstalLinux/Known.hpp"'),
         ("Quenstal/A.cpp", '"QuenstalQt/Known.hpp"'),
-        ("QuenstalLinux/A.cpp", "<pipewire/pipewire.h>"),
+        ("Quenstal/A.cpp", '"QuenstalLinux/Bus/Known.hpp"'),
+        ("QuenstalApp/Adapters/A.cpp", '"QuenstalCore/Known.hpp"'),
+        ("QuenstalLinux/Audio/A.cpp", "<pipewire/pipewire.h>"),
+        ("QuenstalLinux/Audio/A.cpp", '"QuenstalLinux/Known.hpp"'),
+        ("QuenstalLinux/Keys/A.cpp", '"QuenstalLinux/Bus/Known.hpp"'),
+        ("QuenstalKeyService/A.cpp", '"QuenstalLinux/Bus/Known.hpp"'),
         ("QuenstalQt/A.cpp", "<QQuickView>"),
         ("QuenstalQt/A.cpp", "<QtQml/qqml.h>"),
         ("QuenstalQt/A.cpp", "<QtMath>"),
@@ -76,6 +81,11 @@ class Includes(Check):
         ("QuenstalLinux/A.cpp", '"QuenstalQt/Known.hpp"'),
         ("QuenstalLinux/A.cpp", '"QuenstalCore/Known.hpp"'),
         ("QuenstalLinux/A.cpp", "<QObject>"),
+        ("QuenstalLinux/A.cpp", '"QuenstalLinux/Bus/Known.hpp"'),
+        ("QuenstalLinux/Audio/A.cpp", '"QuenstalLinux/Bus/Known.hpp"'),
+        ("QuenstalLinux/Bus/A.cpp", '"QuenstalLinux/Audio/Known.hpp"'),
+        ("QuenstalKeyService/A.cpp", '"QuenstalLinux/Audio/Known.hpp"'),
+        ("QuenstalLinux/Shed/A.cpp", "<vector>"),
         ("QuenstalLinux/A.cpp", "<QtCore/qglobal.h>"),
         ("QuenstalQt/A.cpp", '"QuenstalLinux/Known.hpp"'),
         ("QuenstalQt/A.cpp", '"QuenstalDDC/Known.hpp"'),
@@ -98,7 +108,8 @@ class Includes(Check):
 
     def holds(self, path, include):
         shutil.rmtree(self.root / "Sources", ignore_errors=True)
-        for room in ("", "Core", "Platform", "DDC", "App", "Linux", "Freedesktop", "Qt", "Simulation"):
+        for room in ("", "Core", "Platform", "DDC", "App", "Linux", "Linux/Audio", "Linux/Bus", "Freedesktop", "Qt",
+                     "Simulation"):
             self.write(f"Sources/Quenstal{room}/Known.hpp", "#pragma once\n")
         self.write(f"Sources/{path}", f"#pragma once\n#  include {include} // why\n")
         return self.run_check("check_includes")

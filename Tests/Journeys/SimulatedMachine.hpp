@@ -5,14 +5,14 @@
 #include "QuenstalApp/AppDelegate.hpp"
 #include "QuenstalSimulation/SimulatedAudioObjects.hpp"
 #include "QuenstalSimulation/SimulatedAudioTaps.hpp"
+#include "QuenstalSimulation/SimulatedCapturePermission.hpp"
 #include "QuenstalSimulation/SimulatedDesktop.hpp"
-#include "QuenstalSimulation/SimulatedMonitorWatch.hpp"
 #include "QuenstalSimulation/SimulatedDisplayBuses.hpp"
 #include "QuenstalSimulation/SimulatedDisplays.hpp"
 #include "QuenstalSimulation/SimulatedEventTaps.hpp"
+#include "QuenstalSimulation/SimulatedMonitorWatch.hpp"
 #include "QuenstalSimulation/SimulatedPreferences.hpp"
 #include "QuenstalSimulation/SimulatedRunLoop.hpp"
-#include "QuenstalSimulation/SimulatedCapturePermission.hpp"
 
 #include <memory>
 

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Machine/MachineLoop.hpp"
-#include "QuenstalLinux/FileDescriptor.hpp"
 #include "QuenstalLinux/Bus/DBusConnection.hpp"
+#include "QuenstalLinux/FileDescriptor.hpp"
 
 #include <functional>
 #include <string>

@@ -117,7 +117,7 @@ struct MachineMonitorTest : testing::Test {
 
     bool hasProblem(Kind kind)
     {
-        const auto problems = monitors->health().problems();
+        const auto problems = monitors->watch().problems();
         return !problems.empty() && problems.front().kind == kind;
     }
 
@@ -208,7 +208,7 @@ TEST_F(MachineMonitorTest, aHangThatPassesIsRecoveredFrom)
     ASSERT_TRUE(loop.runUntil([this] { return adapter->isHanging(); }));
     EXPECT_TRUE(loop.runUntil([this] { return hasProblem(Kind::stuck); }));
     adapter->hang(false);
-    EXPECT_TRUE(loop.runUntil([this] { return read().maximum == 100 && monitors->health().problems().empty(); }));
+    EXPECT_TRUE(loop.runUntil([this] { return read().maximum == 100 && monitors->watch().problems().empty(); }));
     EXPECT_TRUE(set(53));
     EXPECT_TRUE(loop.runUntil([this] { return monitor->volume() == 53; }));
 }

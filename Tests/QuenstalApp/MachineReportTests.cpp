@@ -22,16 +22,16 @@ using testing::Not;
 const MendingCommands commands{"start the sound", "give access"};
 
 /// A monitor on HDMI that takes its own volume, and captured keys.
-MachineReport monitorFindings()
+MachineReport monitorReport()
 {
-    MachineReport findings;
-    findings.state.outputDevice = AudioOutputDevice{"42", "Desk Monitor", AudioTransport::hdmi, false, "uid"};
-    findings.state.displayTarget = DisplayControlTarget{"7", "DESK 27", true, true};
-    findings.state.permissions = PermissionState::allGranted();
-    findings.state.mode = ControlMode::hardwareDDC("7");
-    findings.areKeysCaptured = true;
-    findings.wayOfCapture = "over the X server";
-    return findings;
+    MachineReport report;
+    report.state.outputDevice = AudioOutputDevice{"42", "Desk Monitor", AudioTransport::hdmi, false, "uid"};
+    report.state.displayTarget = DisplayControlTarget{"7", "DESK 27", true, true};
+    report.state.permissions = PermissionState::allGranted();
+    report.state.mode = ControlMode::hardwareDDC("7");
+    report.areKeysCaptured = true;
+    report.wayOfCapture = "over the X server";
+    return report;
 }
 
 DiagnosticIssue issue(DiagnosticCode code)
@@ -41,7 +41,7 @@ DiagnosticIssue issue(DiagnosticCode code)
 
 TEST(MachineReportTest, aMonitorThatTakesItsOwnVolume)
 {
-    EXPECT_EQ(inPlainWords(monitorFindings(), commands),
+    EXPECT_EQ(inPlainWords(monitorReport(), commands),
         "Output:   Desk Monitor, over HDMI\n"
         "Volume:   Monitor hardware: the output has a fixed volume, and the monitor takes its own over DDC/CI.\n"
         "Keys:     captured over the X server: mute, volume down and volume up.\n"
@@ -50,18 +50,18 @@ TEST(MachineReportTest, aMonitorThatTakesItsOwnVolume)
 
 TEST(MachineReportTest, noKeyPressChangesTheWords)
 {
-    MachineReport findings = monitorFindings();
-    const std::string before = inPlainWords(findings, commands);
-    findings.state.volume = {0.1, true};
-    EXPECT_EQ(inPlainWords(findings, commands), before);
+    MachineReport report = monitorReport();
+    const std::string before = inPlainWords(report, commands);
+    report.state.volume = {0.1, true};
+    EXPECT_EQ(inPlainWords(report, commands), before);
 }
 
 TEST(MachineReportTest, withoutAnOutputTheSoundServerIsMissing)
 {
-    MachineReport findings;
-    findings.state.mode = ControlMode::unavailable(UnavailableReason::noOutputDevice);
-    findings.areKeysCaptured = true;
-    EXPECT_EQ(inPlainWords(findings, commands),
+    MachineReport report;
+    report.state.mode = ControlMode::unavailable(UnavailableReason::noOutputDevice);
+    report.areKeysCaptured = true;
+    EXPECT_EQ(inPlainWords(report, commands),
         "Output:   none\n"
         "Volume:   Unavailable: there is no output.\n"
         "Keys:     captured: mute, volume down and volume up.\n"
@@ -80,11 +80,11 @@ struct MachineReportPathTest : testing::TestWithParam<PathRow> { };
 
 TEST_P(MachineReportPathTest, isExplained)
 {
-    MachineReport findings = monitorFindings();
-    findings.state.mode = GetParam().mode;
+    MachineReport report = monitorReport();
+    report.state.mode = GetParam().mode;
     for (const DiagnosticCode code : GetParam().codes)
-        findings.state.diagnostics.push_back(issue(code));
-    EXPECT_THAT(inPlainWords(findings, commands), HasSubstr("\nVolume:   " + GetParam().words + "\n"));
+        report.state.diagnostics.push_back(issue(code));
+    EXPECT_THAT(inPlainWords(report, commands), HasSubstr("\nVolume:   " + GetParam().words + "\n"));
 }
 
 using enum UnavailableReason;
@@ -111,28 +111,28 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(MachineReportTest, everyTransportHasItsWords)
 {
     for (const auto& row : EnumerationTable<AudioTransport>::rows) {
-        MachineReport findings = monitorFindings();
-        findings.state.outputDevice->transport = row.value;
-        EXPECT_THAT(inPlainWords(findings, commands), Not(HasSubstr("Desk Monitor, \n"))) << row.rawValue;
+        MachineReport report = monitorReport();
+        report.state.outputDevice->transport = row.value;
+        EXPECT_THAT(inPlainWords(report, commands), Not(HasSubstr("Desk Monitor, \n"))) << row.rawValue;
     }
 }
 
 TEST(MachineReportTest, keysThatAreNotCapturedComeWithWhatToDo)
 {
-    MachineReport findings = monitorFindings();
-    findings.areKeysCaptured = false;
-    findings.captureAdvice = "Free the keys.";
-    EXPECT_THAT(inPlainWords(findings, commands),
+    MachineReport report = monitorReport();
+    report.areKeysCaptured = false;
+    report.captureAdvice = "Free the keys.";
+    EXPECT_THAT(inPlainWords(report, commands),
         EndsWith("Keys:     not captured.\n"
                  "Missing:  Free the keys.\n"));
 }
 
 TEST(MachineReportTest, switchedOffNothingIsMissing)
 {
-    MachineReport findings = monitorFindings();
-    findings.areKeysCaptured = false;
-    findings.state.isEnabled = false;
-    EXPECT_THAT(inPlainWords(findings, commands),
+    MachineReport report = monitorReport();
+    report.areKeysCaptured = false;
+    report.state.isEnabled = false;
+    EXPECT_THAT(inPlainWords(report, commands),
         EndsWith("Keys:     the desktop's own, while Quenstal is switched off.\n"
                  "Missing:  nothing.\n"));
 }
@@ -140,10 +140,10 @@ TEST(MachineReportTest, switchedOffNothingIsMissing)
 TEST(MachineReportTest, oneCommandGivesAccessToAllMonitors)
 {
     using Kind = DisplayBusProblem::Kind;
-    MachineReport findings = monitorFindings();
-    findings.monitorProblems = {{Kind::accessDenied, "/dev/i2c-5", "Left", "Install the rule."},
+    MachineReport report = monitorReport();
+    report.monitorProblems = {{Kind::accessDenied, "/dev/i2c-5", "Left", "Install the rule."},
         {Kind::notAnswering, "", "Right", "Load the module."}};
-    EXPECT_THAT(inPlainWords(findings, commands),
+    EXPECT_THAT(inPlainWords(report, commands),
         EndsWith("Missing:  Left: no access to /dev/i2c-5.\n"
                  "          Right cannot be reached over DDC/CI.\n"
                  "            give access\n"));
@@ -151,19 +151,19 @@ TEST(MachineReportTest, oneCommandGivesAccessToAllMonitors)
 
 TEST(MachineReportTest, withoutTheCommandItsRemedyIsTold)
 {
-    MachineReport findings = monitorFindings();
-    findings.monitorProblems = {{DisplayBusProblem::Kind::accessDenied, "/dev/i2c-5", "Left", "Log in again."}};
-    EXPECT_THAT(inPlainWords(findings, {}), EndsWith("Missing:  Left: no access to /dev/i2c-5. Log in again.\n"));
+    MachineReport report = monitorReport();
+    report.monitorProblems = {{DisplayBusProblem::Kind::accessDenied, "/dev/i2c-5", "Left", "Log in again."}};
+    EXPECT_THAT(inPlainWords(report, {}), EndsWith("Missing:  Left: no access to /dev/i2c-5. Log in again.\n"));
 }
 
 TEST(MachineReportTest, aMonitorThatIsOddComesWithItsOwnRemedyAndNoCommand)
 {
     using Kind = DisplayBusProblem::Kind;
-    MachineReport findings = monitorFindings();
-    findings.monitorProblems = {{Kind::notAnswering, "/dev/i2c-5", "Left", "Switch it on."},
+    MachineReport report = monitorReport();
+    report.monitorProblems = {{Kind::notAnswering, "/dev/i2c-5", "Left", "Switch it on."},
         {Kind::writesRefused, "/dev/i2c-6", "Right", ""}, {Kind::stuck, "/dev/i2c-7", "Third", "Unplug it."},
         {Kind::notAnswering, "", "Fourth", ""}, {Kind::unknownBuses, "/dev/i2c-8 (some bus)", "Fifth", ""}};
-    EXPECT_THAT(inPlainWords(findings, commands),
+    EXPECT_THAT(inPlainWords(report, commands),
         EndsWith("Missing:  Left does not report its volume on /dev/i2c-5. Switch it on.\n"
                  "          Right does not accept volume changes on /dev/i2c-6.\n"
                  "          Third: the driver for /dev/i2c-7 is not responding. Unplug it.\n"
@@ -185,20 +185,20 @@ TEST(MachineReportTest, preferencesThatAreNotKeptAreMissing)
         {Kind::notSaved, "A way to save your preferences: /a/file cannot be written."},
     };
     for (const Row& row : rows) {
-        MachineReport findings = monitorFindings();
-        findings.preferencesProblem = {row.kind, "/a/file"};
-        EXPECT_THAT(inPlainWords(findings, commands), EndsWith(std::string("Missing:  ") + row.words + "\n"));
+        MachineReport report = monitorReport();
+        report.preferencesProblem = {row.kind, "/a/file"};
+        EXPECT_THAT(inPlainWords(report, commands), EndsWith(std::string("Missing:  ") + row.words + "\n"));
     }
 }
 
-struct FindingsTellerTest : testing::Test {
+struct ReportPrinterTest : testing::Test {
     SimulatedRunLoop loop;
     std::string words = "one";
     std::vector<std::string> told;
     ReportPrinter teller{loop, [this] { return words; }, [this](const std::string& text) { told.push_back(text); }};
 };
 
-TEST_F(FindingsTellerTest, waitsUntilThingsHaveSettled)
+TEST_F(ReportPrinterTest, waitsUntilThingsHaveSettled)
 {
     teller.mayHaveChanged();
     loop.advance(ReportPrinter::settling / 2);
@@ -209,7 +209,7 @@ TEST_F(FindingsTellerTest, waitsUntilThingsHaveSettled)
     EXPECT_THAT(told, ElementsAre("two"));
 }
 
-TEST_F(FindingsTellerTest, tellsOnlyWhatReadsDifferently)
+TEST_F(ReportPrinterTest, tellsOnlyWhatReadsDifferently)
 {
     for (const char* next : {"one", "one", "two", "one"}) {
         words = next;

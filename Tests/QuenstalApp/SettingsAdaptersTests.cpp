@@ -1,7 +1,7 @@
 #include "QuenstalApp/NativeAdapters/SettingsAdapters.hpp"
 #include "QuenstalCore/Models/Json.hpp"
-#include "QuenstalSimulation/SimulatedPreferences.hpp"
 #include "QuenstalSimulation/SimulatedCapturePermission.hpp"
+#include "QuenstalSimulation/SimulatedPreferences.hpp"
 
 #include <limits>
 #include <string>

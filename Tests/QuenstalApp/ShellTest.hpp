@@ -6,12 +6,12 @@
 #include "QuenstalApp/PrintGeometry.hpp"
 #include "QuenstalApp/StatusMenuController.hpp"
 #include "QuenstalCore/Controller/ControllerTest.hpp"
+#include "QuenstalSimulation/SimulatedCapturePermission.hpp"
 #include "QuenstalSimulation/SimulatedDesktop.hpp"
-#include "QuenstalSimulation/SimulatedMonitorWatch.hpp"
 #include "QuenstalSimulation/SimulatedEventTaps.hpp"
+#include "QuenstalSimulation/SimulatedMonitorWatch.hpp"
 #include "QuenstalSimulation/SimulatedPreferences.hpp"
 #include "QuenstalSimulation/SimulatedRunLoop.hpp"
-#include "QuenstalSimulation/SimulatedCapturePermission.hpp"
 
 #include <algorithm>
 #include <chrono>

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "QuenstalLinux/Bus/BusHandles.hpp"
+#include "QuenstalLinux/Bus/DBusConnection.hpp"
 #include "QuenstalLinux/FileDescriptor.hpp"
 #include "QuenstalLinux/Keyboards/KeyServiceProtocol.hpp"
-#include "QuenstalLinux/Bus/DBusConnection.hpp"
-#include "QuenstalLinux/Bus/BusHandles.hpp"
 
 #include <memory>
 #include <optional>

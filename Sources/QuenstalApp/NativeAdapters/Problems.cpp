@@ -4,9 +4,9 @@
 
 namespace quenstal {
 
-std::vector<DisplayBusProblem> monitorProblems(const MonitorWatch& health)
+std::vector<DisplayBusProblem> monitorProblems(const MonitorWatch& monitorWatch)
 {
-    std::vector<DisplayBusProblem> problems = health.problems();
+    std::vector<DisplayBusProblem> problems = monitorWatch.problems();
     for (DisplayBusProblem& problem : problems) {
         problem.monitor = presentable(problem.monitor);
         problem.device = presentable(problem.device);

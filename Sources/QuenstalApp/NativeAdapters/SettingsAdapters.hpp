@@ -3,8 +3,8 @@
 // What the user has allowed and chosen.
 
 #include "QuenstalCore/Ports.hpp"
-#include "QuenstalPlatform/Preferences.hpp"
 #include "QuenstalPlatform/CapturePermission.hpp"
+#include "QuenstalPlatform/Preferences.hpp"
 
 #include <string>
 

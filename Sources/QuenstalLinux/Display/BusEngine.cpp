@@ -33,7 +33,8 @@ BusEngine::BusEngine(std::string device, std::shared_ptr<I2CDevices> devices, co
     std::shared_ptr<CardGate> gate, BusNews news, AnswerCriterion answerCriterion)
     : device_(std::move(device))
     , time_(time)
-    , worker_(std::make_shared<BusWorker>(device_, std::move(devices), time, std::move(gate), std::move(news), answerCriterion))
+    , worker_(std::make_shared<BusWorker>(
+          device_, std::move(devices), time, std::move(gate), std::move(news), answerCriterion))
     , thread_(time->startThread([worker = worker_] { worker->run(); }))
 {
 }
@@ -47,7 +48,8 @@ BusEngine::~BusEngine()
         thread_.detach();
 }
 
-PlatformStatus BusEngine::get(VcpFeature feature, WorkerTime::Duration replyDelay, VcpValue& value, DiscoveryBudget& budget)
+PlatformStatus BusEngine::get(
+    VcpFeature feature, WorkerTime::Duration replyDelay, VcpValue& value, DiscoveryBudget& budget)
 {
     return worker_->get(feature, replyDelay, value, budget);
 }

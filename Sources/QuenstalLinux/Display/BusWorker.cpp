@@ -42,7 +42,8 @@ bool isHopeless(int error)
 } // namespace
 
 BusWorker::BusWorker(const std::string& device, std::shared_ptr<I2CDevices> devices,
-    const std::shared_ptr<WorkerTime>& time, std::shared_ptr<CardGate> gate, BusNews news, AnswerCriterion answerCriterion)
+    const std::shared_ptr<WorkerTime>& time, std::shared_ptr<CardGate> gate, BusNews news,
+    AnswerCriterion answerCriterion)
     : time_(time)
     , news_(std::move(news))
     , link_(device, std::move(devices), time, std::move(gate))
@@ -241,11 +242,11 @@ void BusWorker::weigh(Lock& lock, const Answer& answer)
 
 BusWorker::Answer BusWorker::poll(Lock& lock, const Question& question)
 {
-    ReplyConsensus jury(question.feature, question.known, question.wantsTwo);
+    ReplyConsensus consensus(question.feature, question.known, question.wantsTwo);
     const auto message = vcpQuestion(question.feature);
     Answer answer;
     for (std::size_t attempt = 0; attempt <= getBackoff.size(); ++attempt) {
-        const bool shouldBackOff = attempt > 0 && !(answer.error == 0 && jury.lastHeard());
+        const bool shouldBackOff = attempt > 0 && !(answer.error == 0 && consensus.lastHeard());
         if (shouldBackOff)
             pause(lock, getBackoff[attempt - 1]);
         if (question.isGivenUp())
@@ -257,12 +258,12 @@ BusWorker::Answer BusWorker::poll(Lock& lock, const Question& question)
         if (answer.error != 0)
             continue;
         // A monitor that has answered before has the feature, whatever it says now.
-        answer.isUnsupported = jury.hear(reply) == ReplyConsensus::Verdict::unsupported && !question.known;
-        answer.isPrompt |= attempt == 0 && jury.lastHeard();
-        if (answer.isUnsupported || jury.decision())
+        answer.isUnsupported = consensus.hear(reply) == ReplyConsensus::Verdict::unsupported && !question.known;
+        answer.isPrompt |= attempt == 0 && consensus.lastHeard();
+        if (answer.isUnsupported || consensus.decision())
             break;
     }
-    answer.value = jury.decision() || question.wantsTwo ? jury.decision() : jury.lastHeard();
+    answer.value = consensus.decision() || question.wantsTwo ? consensus.decision() : consensus.lastHeard();
     return answer;
 }
 

@@ -80,7 +80,10 @@ private:
     // Main thread, under the lock.
     PlatformStatus getVolume(Lock& lock, VcpValue& value, DiscoveryBudget& budget);
     PlatformStatus getOnTheSide(Lock& lock, SideFeature& feature, VcpValue& value, DiscoveryBudget& budget);
-    bool isBeingFound() const { return monitorState_ == MonitorState::unknown && answerCriterion_ == AnswerCriterion::reply; }
+    bool isBeingFound() const
+    {
+        return monitorState_ == MonitorState::unknown && answerCriterion_ == AnswerCriterion::reply;
+    }
     void await(Lock& lock, DiscoveryBudget& budget, const std::function<bool()>& ready);
     void requestProbe();
     bool isOlderThan(const Memo& memo, Duration age) const { return time_->now() >= memo.at + age; }

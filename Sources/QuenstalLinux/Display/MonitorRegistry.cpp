@@ -209,7 +209,8 @@ std::shared_ptr<BusEngine> MonitorRegistry::startEngine(const Connector& connect
     BusNews news{.changed = posting(&MonitorRegistry::tellObserversSoon),
         .deviceGone = posting(&MonitorRegistry::devicesChanged),
         .asked = posting(&MonitorRegistry::monitorAsked)};
-    const AnswerCriterion answerCriterion = doubted_.erase(connector.edid) > 0 ? AnswerCriterion::successfulSet : AnswerCriterion::reply;
+    const AnswerCriterion answerCriterion
+        = doubted_.erase(connector.edid) > 0 ? AnswerCriterion::successfulSet : AnswerCriterion::reply;
     return std::make_shared<BusEngine>(machine_.devRoot / connector.bus, machine_.devices, machine_.time,
         gates_->of(connector.card()), std::move(news), answerCriterion);
 }

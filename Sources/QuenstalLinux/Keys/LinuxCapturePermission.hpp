@@ -1,8 +1,8 @@
 #pragma once
 
 #include "QuenstalLinux/Keyboards/KeyCapture.hpp"
-#include "QuenstalPlatform/Desktop.hpp"
 #include "QuenstalPlatform/CapturePermission.hpp"
+#include "QuenstalPlatform/Desktop.hpp"
 
 #include <vector>
 

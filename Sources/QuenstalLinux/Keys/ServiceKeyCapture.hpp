@@ -1,13 +1,13 @@
 #pragma once
 
+#include "QuenstalLinux/Bus/BusHandles.hpp"
+#include "QuenstalLinux/Bus/DBusConnection.hpp"
+#include "QuenstalLinux/Bus/NameOwner.hpp"
+#include "QuenstalLinux/Bus/ServiceSignal.hpp"
 #include "QuenstalLinux/FileDescriptor.hpp"
 #include "QuenstalLinux/Keyboards/EvdevKeyCapture.hpp"
 #include "QuenstalLinux/Keyboards/KeyCapture.hpp"
 #include "QuenstalLinux/Keyboards/KeyServiceProtocol.hpp"
-#include "QuenstalLinux/Bus/DBusConnection.hpp"
-#include "QuenstalLinux/Bus/BusHandles.hpp"
-#include "QuenstalLinux/Bus/NameOwner.hpp"
-#include "QuenstalLinux/Bus/ServiceSignal.hpp"
 #include "QuenstalPlatform/Notifier.hpp"
 
 #include <optional>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "QuenstalLinux/FileDescriptor.hpp"
 #include "QuenstalLinux/Bus/ServiceSignal.hpp"
+#include "QuenstalLinux/FileDescriptor.hpp"
 #include "QuenstalPlatform/Desktop.hpp"
 #include "QuenstalPlatform/Notifier.hpp"
 

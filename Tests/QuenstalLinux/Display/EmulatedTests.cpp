@@ -221,7 +221,7 @@ TEST_F(DisplayEmulatedTest, pluggingInAndOutIsNoticed)
     start();
     EXPECT_EQ(read(), QSDDCVolume{});
     int refreshes = 0;
-    const Cancellation observation = monitors->health().observeChanges([&] { ++refreshes; });
+    const Cancellation observation = monitors->watch().observeChanges([&] { ++refreshes; });
     emulation->setStatus("HDMI-A-1", "connected");
     EXPECT_TRUE(turnUntil([&] { return refreshes > 0 && read().maximum == 100; }));
     emulation->setStatus("HDMI-A-1", "disconnected");

@@ -91,7 +91,8 @@ struct RegistryBench : testing::Test {
     bool answers(const std::shared_ptr<BusEngine>& engine)
     {
         VcpValue value;
-        return engine->get(speakerVolumeFeature, std::chrono::milliseconds(50), value, registry->discoveryBudget()) == 0;
+        return engine->get(speakerVolumeFeature, std::chrono::milliseconds(50), value, registry->discoveryBudget())
+            == 0;
     }
 
     const Monitor left = monitorNamed("Left", 1);

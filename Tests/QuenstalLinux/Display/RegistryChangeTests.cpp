@@ -74,7 +74,8 @@ TEST_F(DisplayRegistryChangeTest, anotherMonitorOnTheSameConnectorIsAskedAnew)
     registry->devicesChanged();
     pass(300ms);
     VcpValue value;
-    ASSERT_EQ(registry->candidates().at(0).engine->get(speakerVolumeFeature, 50ms, value, registry->discoveryBudget()), 0);
+    ASSERT_EQ(
+        registry->candidates().at(0).engine->get(speakerVolumeFeature, 50ms, value, registry->discoveryBudget()), 0);
     EXPECT_EQ(value.current, 80);
 }
 

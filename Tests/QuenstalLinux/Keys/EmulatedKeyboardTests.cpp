@@ -1,7 +1,7 @@
 // The real capture against emulated keyboards: the device nodes are answered by the test, in place of the kernel.
 
-#include "QuenstalLinux/Keys/EmulatedKeyboard.hpp"
 #include "QuenstalLinux/Keyboards/EvdevKeyCapture.hpp"
+#include "QuenstalLinux/Keys/EmulatedKeyboard.hpp"
 #include "QuenstalLinux/Keys/LinuxEventTaps.hpp"
 #include "QuenstalPlatform/EventTaps.hpp"
 #include "QuenstalSimulation/SimulatedRunLoop.hpp"

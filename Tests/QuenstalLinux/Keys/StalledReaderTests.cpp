@@ -1,8 +1,8 @@
 // The whole road back after the reader of a keyboard has stalled: from the watchdog to the program's key tap.
 
 #include "QuenstalApp/ShellTest.hpp"
-#include "QuenstalLinux/Keys/EmulatedKeyboard.hpp"
 #include "QuenstalLinux/Keyboards/EvdevKeyCapture.hpp"
+#include "QuenstalLinux/Keys/EmulatedKeyboard.hpp"
 #include "QuenstalLinux/Keys/LinuxEventTaps.hpp"
 #include "Support/Eventually.hpp"
 

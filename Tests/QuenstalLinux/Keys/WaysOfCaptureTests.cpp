@@ -1,8 +1,8 @@
 // What is made of several ways of capture: one answer to "may it", and taps over the best that is possible.
 
 #include "QuenstalLinux/Keys/FakeWay.hpp"
-#include "QuenstalLinux/Keys/LinuxEventTaps.hpp"
 #include "QuenstalLinux/Keys/LinuxCapturePermission.hpp"
+#include "QuenstalLinux/Keys/LinuxEventTaps.hpp"
 #include "QuenstalSimulation/SimulatedDesktop.hpp"
 #include "QuenstalSimulation/SimulatedRunLoop.hpp"
 

@@ -1,5 +1,5 @@
-#include "QuenstalLinux/Bus/DBusConnection.hpp"
 #include "QuenstalLinux/Bus/BusHandles.hpp"
+#include "QuenstalLinux/Bus/DBusConnection.hpp"
 #include "Support/Eventually.hpp"
 #include "Support/PrivateBus.hpp"
 #include "Support/SilentBus.hpp"

@@ -10,9 +10,9 @@
 #include "QuenstalQt/Panel/PanelModel.hpp"
 #include "QuenstalQt/QtRunLoop.hpp"
 #include "QuenstalQt/QtToolkit.hpp"
+#include "QuenstalSimulation/SimulatedCapturePermission.hpp"
 #include "QuenstalSimulation/SimulatedMonitorWatch.hpp"
 #include "QuenstalSimulation/SimulatedPreferences.hpp"
-#include "QuenstalSimulation/SimulatedCapturePermission.hpp"
 
 #include <cmath>
 #include <cstdio>

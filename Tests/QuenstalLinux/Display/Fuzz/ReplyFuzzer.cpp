@@ -1,5 +1,5 @@
 // Whatever a monitor replies: the transport reads a volume only where the pattern stands, never with maximum 0; the
-// messages and the jury of the memo see the same, and what is handed up again is read as it was understood.
+// messages and the consensus of the memo see the same, and what is handed up again is read as it was understood.
 
 #include "QuenstalDDC/DDC.hpp"
 #include "QuenstalLinux/Display/ReplyConsensus.hpp"
@@ -53,9 +53,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     QSDDCVolume volume;
     require(read(reply, volume) == at.has_value());
     require(value.has_value() == at.has_value());
-    ReplyConsensus jury(speakerVolumeFeature, std::nullopt, false);
-    const ReplyConsensus::Verdict verdict = jury.hear(reply);
-    require(at.has_value() == (verdict == ReplyConsensus::Verdict::accepted || verdict == ReplyConsensus::Verdict::damaged));
+    ReplyConsensus consensus(speakerVolumeFeature, std::nullopt, false);
+    const ReplyConsensus::Verdict verdict = consensus.hear(reply);
+    require(at.has_value()
+        == (verdict == ReplyConsensus::Verdict::accepted || verdict == ReplyConsensus::Verdict::damaged));
     require(verdict != ReplyConsensus::Verdict::unsupported || reply[3] == 1);
     if (!at)
         return 0;
@@ -64,10 +65,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require(volume.current == value->current);
     require(volume.maximum == (value->maximum == 0 ? 100 : value->maximum));
 
-    if (!jury.decision())
+    if (!consensus.decision())
         return 0;
-    require(jury.decision()->current == value->current);
-    const auto canonical = vcpReply(speakerVolumeFeature, vcp::noError, *jury.decision());
+    require(consensus.decision()->current == value->current);
+    const auto canonical = vcpReply(speakerVolumeFeature, vcp::noError, *consensus.decision());
     VcpReply handedUp{};
     std::ranges::copy(canonical, handedUp.begin());
     QSDDCVolume again;
