@@ -28,12 +28,12 @@ namespace {
 
 using Request = CommandLine::Request;
 
-/// The status of a program that was started in a way that it does not know.
+/// The exit status for an unexpected argument.
 constexpr int usageFailure = 2;
 
 MendingCommands mendingCommands()
 {
-    // Where the package is installed no command gives what is missing: the advice says who is let in.
+    // Once the package is installed no command helps: the advice says who has access.
     const bool isInstalled = std::filesystem::exists("/usr/lib/udev/rules.d/70-quenstal-i2c.rules");
     return {"systemctl --user start pipewire.service wireplumber.service", isInstalled ? "" : "./package install"};
 }
@@ -47,20 +47,20 @@ void print(std::string_view text)
 int printReport()
 {
     const auto words = reportOfRunningInstance();
-    // Whoever has the name on the bus has answered.
+    // The answer comes from whoever owns the name on the bus.
     constexpr std::size_t longestReport = 20'000;
-    print(words ? presentableLines(*words, longestReport) : "Quenstal does not run in this session.\n");
+    print(words ? presentableLines(*words, longestReport) : "Quenstal is not running in this session.\n");
     return words ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
-/// What a second start does: there is one instance a session.
+/// There is one instance in a session; a second start only opens its panel.
 int standBack(SingleInstance& instance, Request request)
 {
     if (request == Request::startInBackground)
         return EXIT_SUCCESS;
     const bool isShown = instance.activateFirst();
     if (request == Request::startAndTell) {
-        print("Quenstal runs already in this session.\n");
+        print("Quenstal is already running in this session.\n");
         printReport();
     }
     return isShown ? EXIT_SUCCESS : EXIT_FAILURE;
@@ -69,7 +69,7 @@ int standBack(SingleInstance& instance, Request request)
 int start(int& argc, char** argv, Request request)
 {
     if (!isDesktopSession()) {
-        std::fputs("Quenstal cannot run: there is no desktop session here.\n", stderr);
+        std::fputs("Quenstal cannot start: there is no desktop session here.\n", stderr);
         return EXIT_FAILURE;
     }
     const EndLimit endLimit;
@@ -88,7 +88,7 @@ int start(int& argc, char** argv, Request request)
     AppDelegate delegate(machine.platform());
     if (isSilent)
         sessionBus.onGreeting([&] { machine.desktop().sessionBusAppeared(sessionBus.address()); });
-    // A bus that was silent at the start tells only now.
+    // A bus that was silent at the start answers only now.
     instance.onNotFirst([&instance, &machine] {
         instance.activateFirst();
         machine.desktop().terminate();
@@ -116,7 +116,8 @@ int run(int argc, char** argv)
     const auto [request, unknown]
         = readCommandLine(std::span<const char* const>(argv, static_cast<std::size_t>(argc)).subspan(argc > 0 ? 1 : 0));
     if (!unknown.empty()) {
-        std::fprintf(stderr, "quenstal: %s is not known; see quenstal --help\n", presentable(unknown).c_str());
+        std::fprintf(
+            stderr, "quenstal: unexpected argument \"%s\"; see quenstal --help\n", presentable(unknown).c_str());
         return usageFailure;
     }
     switch (request) {
@@ -144,7 +145,7 @@ int main(int argc, char** argv)
     try {
         return quenstal::run(argc, argv);
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "Quenstal cannot run: %s\n", error.what());
+        std::fprintf(stderr, "Quenstal cannot start: %s\n", error.what());
         return EXIT_FAILURE;
     }
 }

@@ -41,13 +41,13 @@ CommandLine readCommandLine(std::span<const char* const> words)
 std::string_view commandLineHelp()
 {
     return "Usage: quenstal [OPTION]\n"
-           "Volume keys for monitors that play sound. Starting it again opens the panel of the one that runs.\n"
+           "Makes the volume keys work for monitors that play sound. If Quenstal is already running, opens its panel.\n"
            "\n"
-           "  --background  leave the one that runs alone\n"
-           "  --tell        start, and say on standard output what was found, whenever that changes\n"
-           "  --report      say what the one that runs found, and end\n"
-           "  -h, --help    show this and end\n"
-           "  --version     show the version and end\n";
+           "  --background  do not open the panel of a running instance\n"
+           "  --tell        start, and print a report to standard output now and whenever it changes\n"
+           "  --report      print the running instance's report and exit\n"
+           "  -h, --help    print this help and exit\n"
+           "  --version     print the version and exit\n";
 }
 
 } // namespace quenstal

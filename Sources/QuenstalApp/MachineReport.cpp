@@ -15,7 +15,7 @@ std::string connection(AudioTransport transport)
 {
     switch (transport) {
     case AudioTransport::builtIn:
-        return "built in";
+        return "built-in";
     case AudioTransport::bluetooth:
         return "over Bluetooth";
     case AudioTransport::usb:
@@ -27,9 +27,9 @@ std::string connection(AudioTransport transport)
     case AudioTransport::airPlay:
         return "over the network";
     case AudioTransport::aggregate:
-        return "several outputs in one";
+        return "several outputs combined";
     case AudioTransport::unknown:
-        return "connected in a way that is not known";
+        return "connection unknown";
     }
     programmingError("The transport is none of its cases.");
 }
@@ -47,10 +47,10 @@ bool hasIssue(const QuenstalState& state, DiagnosticCode code)
 std::string whySoftware(const QuenstalState& state)
 {
     if (hasIssue(state, DiagnosticCode::ddcCommandFailed))
-        return "the monitor did not take a command over DDC/CI.";
+        return "the monitor did not accept a command over DDC/CI.";
     if (hasIssue(state, DiagnosticCode::ddcUnavailable))
-        return "the output has a fixed volume, and the monitor offers none over DDC/CI.";
-    return "it was chosen for this output in the panel.";
+        return "the output has a fixed volume, and the monitor does not offer volume control over DDC/CI.";
+    return "you chose it for this output in the panel.";
 }
 
 std::string whyNone(UnavailableReason reason)
@@ -61,11 +61,11 @@ std::string whyNone(UnavailableReason reason)
     case UnavailableReason::quenstalDisabled:
         return "Quenstal is switched off in its panel.";
     case UnavailableReason::fixedVolumeDeviceUnsupported:
-        return "the output has a fixed volume and is no monitor.";
+        return "the output has a fixed volume and is not a monitor.";
     case UnavailableReason::systemAudioCapturePermissionMissing:
-        return "the monitor offers no volume, and the sound server does not let Quenstal make one.";
+        return "the monitor does not offer volume control, and the sound server does not let Quenstal provide it.";
     case UnavailableReason::softwareFallbackUnavailable:
-        return "the monitor offers no volume, and none can be made for this output in software.";
+        return "the monitor does not offer volume control, and software volume is not available for this output.";
     }
     programmingError("The reason is none of its cases.");
 }
@@ -73,9 +73,9 @@ std::string whyNone(UnavailableReason reason)
 std::string path(const QuenstalState& state)
 {
     return std::string(state.mode.userFacingName()) + ": "
-        + state.mode.match([](const ControlMode::SystemVolume&) { return "the output has a volume of its own."s; },
+        + state.mode.match([](const ControlMode::SystemVolume&) { return "the output has its own volume control."s; },
             [](const ControlMode::HardwareDDC&) {
-                return "the output has a fixed volume, and the monitor takes its own over DDC/CI."s;
+                return "the output has a fixed volume, and the monitor offers volume control over DDC/CI."s;
             },
             [&](const ControlMode::SoftwareTap&) { return whySoftware(state); },
             [](const ControlMode::Unavailable& unavailable) { return whyNone(unavailable.reason); },
@@ -88,7 +88,7 @@ std::string keys(const MachineReport& report)
         const std::string way = report.wayOfCapture.empty() ? "" : " " + report.wayOfCapture;
         return "captured" + way + ": mute, volume down and volume up.";
     }
-    return report.state.isEnabled ? "not captured." : "the desktop's own, while Quenstal is switched off.";
+    return report.state.isEnabled ? "not captured." : "left to the desktop while Quenstal is switched off.";
 }
 
 std::string description(const DisplayBusProblem& problem)
@@ -105,7 +105,7 @@ std::string description(const DisplayBusProblem& problem)
     case DisplayBusProblem::Kind::stuck:
         return problem.monitor + ": the driver for " + problem.device + " is not responding.";
     case DisplayBusProblem::Kind::unknownBuses:
-        return problem.monitor + " cannot be reached over DDC/CI. Left alone, because no display is known to be there: "
+        return problem.monitor + " cannot be reached over DDC/CI. Left alone because not known to lead to a display: "
             + problem.device + ".";
     }
     programmingError("The problem is none of its kinds.");
@@ -129,17 +129,17 @@ std::string description(const PreferencesProblem& problem)
 {
     switch (problem.kind) {
     case PreferencesProblem::Kind::notValid:
-        return "Your preferences as they were: the file was not valid and is now " + problem.file + ".";
+        return "Your preferences file was not valid and has been renamed to " + problem.file + ".";
     case PreferencesProblem::Kind::notReadable:
-        return "Your preferences: " + problem.file + " cannot be read. It is left as it is.";
+        return "Your preferences file " + problem.file + " cannot be read. It is left unchanged.";
     case PreferencesProblem::Kind::notSaved:
-        return "A way to save your preferences: " + problem.file + " cannot be written.";
+        return "Your preferences cannot be saved to " + problem.file + ".";
     }
     programmingError("The problem is none of its kinds.");
 }
 
-/// What is missing, and the commands that mend it: each once, after all that it mends.
-std::vector<std::string> missing(const MachineReport& report, const MendingCommands& commands)
+/// The commands that mend a problem come once, after all that they mend.
+std::vector<std::string> problems(const MachineReport& report, const MendingCommands& commands)
 {
     std::vector<std::string> lines;
     const auto offer = [&lines](const std::string& command) {
@@ -147,7 +147,7 @@ std::vector<std::string> missing(const MachineReport& report, const MendingComma
             lines.push_back("  " + command);
     };
     if (!report.state.outputDevice) {
-        lines.emplace_back("A sound server with an output.");
+        lines.emplace_back("No sound server with an output was found.");
         offer(commands.startSound);
     }
     bool isAccessMissing = false;
@@ -162,7 +162,7 @@ std::vector<std::string> missing(const MachineReport& report, const MendingComma
     if (report.preferencesProblem)
         lines.push_back(description(*report.preferencesProblem));
     if (lines.empty())
-        lines.emplace_back("nothing.");
+        lines.emplace_back("none.");
     return lines;
 }
 
@@ -173,8 +173,8 @@ std::string inPlainWords(const MachineReport& report, const MendingCommands& com
     std::string words = "Output:   " + output(report.state.outputDevice) + "\n";
     words += "Volume:   " + path(report.state) + "\n";
     words += "Keys:     " + keys(report) + "\n";
-    std::string heading = "Missing:  ";
-    for (const std::string& line : missing(report, commands)) {
+    std::string heading = "Problems: ";
+    for (const std::string& line : problems(report, commands)) {
         words += heading + line + "\n";
         heading = "          ";
     }

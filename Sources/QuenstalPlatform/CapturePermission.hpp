@@ -17,8 +17,8 @@ public:
     /// What keeps the keys from being captured and what the user can do about it, in a few sentences; empty when
     /// nothing does. As cheap as the question itself.
     virtual std::string advice() = 0;
-    /// How the keys are captured, or would be, as it continues "captured": "over the X server". Empty when they cannot
-    /// be.
+    /// How the keys are captured, or would be, as it continues "captured": "through the X server". Empty when they
+    /// cannot be.
     virtual std::string wayOfCapture() = 0;
     /// Runs the task on a later turn when the answer may have become another one, as far as the system tells.
     [[nodiscard]] virtual Cancellation onMayHaveChanged(RunLoop::Task task) = 0;

@@ -86,7 +86,7 @@ TEST_F(OutsideTextTest, forgesNoLineOfTheCopiedReport)
 TEST_F(OutsideTextTest, forgesNoLineOfWhatIsFound)
 {
     const auto lines = linesOf(inPlainWords(machine.delegate->machineReport(), {}));
-    const std::vector<std::string> headings{"Output:", "Volume:", "Keys:", "Missing:", "   "};
+    const std::vector<std::string> headings{"Output:", "Volume:", "Keys:", "Problems:", "   "};
     ASSERT_EQ(lines.size(), headings.size());
     for (std::size_t line = 0; line < lines.size(); ++line) {
         EXPECT_TRUE(isHarmless(lines[line])) << lines[line];

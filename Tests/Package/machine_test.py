@@ -201,7 +201,7 @@ class MachineCase(unittest.TestCase):
         # What it says first is that it asks for the keys.
         self.assert_comes(lambda: "captured by the key service" in alice.report(), "way to the keys")
         self.assert_comes(keyboard.is_captured, "captured keyboard")
-        self.assert_comes(lambda: "built in" in alice.report(), "output")
+        self.assert_comes(lambda: "built-in" in alice.report(), "output")
         before = volume()
         keyboard.press("volumedown")
         self.assert_comes(lambda: volume() < before, "lower volume")
@@ -317,7 +317,7 @@ class InstalledOnADesktop(MachineCase):
                         env=alice.environment, **alice.identity)
 
     def test_a_second_start_opens_the_panel_of_the_first_and_logging_out_ends_it(self):
-        self.assert_comes(lambda: "captured over the X server" in alice.report(), "keys")
+        self.assert_comes(lambda: "captured through the X server" in alice.report(), "keys")
         alice.run("env", self.screen, "quenstal", "--background")
         alice.manager("start", UNIT)
         self.assert_comes(lambda: alice.property("ActiveState") == "inactive", "end of the second")

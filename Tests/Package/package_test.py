@@ -255,13 +255,13 @@ class InASession(PackageCase):
         told = [running.stdout.readline() for _ in range(5)]
         self.assertEqual(told, ["Output:   none\n",
                                 "Volume:   Unavailable: there is no output.\n",
-                                "Keys:     captured over the X server: mute, volume down and volume up.\n",
-                                "Missing:  A sound server with an output.\n",
+                                "Keys:     captured through the X server: mute, volume down and volume up.\n",
+                                "Problems: No sound server with an output was found.\n",
                                 "            systemctl --user start pipewire.service wireplumber.service\n"])
         self.assertEqual(self.quenstal("--report").stdout, "".join(told))
         second = self.quenstal("--tell")
         self.assertEqual((second.returncode, second.stdout),
-                         (0, "Quenstal runs already in this session.\n" + "".join(told)))
+                         (0, "Quenstal is already running in this session.\n" + "".join(told)))
         running.stdout.close()
 
     def test_the_sessions_own_start_leaves_the_one_that_runs_alone(self):

@@ -30,7 +30,7 @@ MachineReport monitorReport()
     report.state.permissions = PermissionState::allGranted();
     report.state.mode = ControlMode::hardwareDDC("7");
     report.areKeysCaptured = true;
-    report.wayOfCapture = "over the X server";
+    report.wayOfCapture = "through the X server";
     return report;
 }
 
@@ -43,9 +43,10 @@ TEST(MachineReportTest, aMonitorThatTakesItsOwnVolume)
 {
     EXPECT_EQ(inPlainWords(monitorReport(), commands),
         "Output:   Desk Monitor, over HDMI\n"
-        "Volume:   Monitor hardware: the output has a fixed volume, and the monitor takes its own over DDC/CI.\n"
-        "Keys:     captured over the X server: mute, volume down and volume up.\n"
-        "Missing:  nothing.\n");
+        "Volume:   Monitor hardware: the output has a fixed volume, and the monitor offers volume control over "
+        "DDC/CI.\n"
+        "Keys:     captured through the X server: mute, volume down and volume up.\n"
+        "Problems: none.\n");
 }
 
 TEST(MachineReportTest, noKeyPressChangesTheWords)
@@ -56,7 +57,7 @@ TEST(MachineReportTest, noKeyPressChangesTheWords)
     EXPECT_EQ(inPlainWords(report, commands), before);
 }
 
-TEST(MachineReportTest, withoutAnOutputTheSoundServerIsMissing)
+TEST(MachineReportTest, aMissingOutputIsAProblemWithItsCommand)
 {
     MachineReport report;
     report.state.mode = ControlMode::unavailable(UnavailableReason::noOutputDevice);
@@ -65,7 +66,7 @@ TEST(MachineReportTest, withoutAnOutputTheSoundServerIsMissing)
         "Output:   none\n"
         "Volume:   Unavailable: there is no output.\n"
         "Keys:     captured: mute, volume down and volume up.\n"
-        "Missing:  A sound server with an output.\n"
+        "Problems: No sound server with an output was found.\n"
         "            start the sound\n");
 }
 
@@ -89,19 +90,21 @@ TEST_P(MachineReportPathTest, isExplained)
 
 using enum UnavailableReason;
 const std::vector<PathRow> paths{
-    {"system", ControlMode::systemVolume("42"), {}, "System volume: the output has a volume of its own."},
+    {"system", ControlMode::systemVolume("42"), {}, "System volume: the output has its own volume control."},
     {"softwareForWantOfDDC", ControlMode::softwareTap("42"), {DiagnosticCode::ddcUnavailable},
-        "Software volume: the output has a fixed volume, and the monitor offers none over DDC/CI."},
+        "Software volume: the output has a fixed volume, and the monitor does not offer volume control over DDC/CI."},
     {"softwareAfterAFailure", ControlMode::softwareTap("42"), {DiagnosticCode::ddcCommandFailed},
-        "Software volume: the monitor did not take a command over DDC/CI."},
+        "Software volume: the monitor did not accept a command over DDC/CI."},
     {"softwareByChoice", ControlMode::softwareTap("42"), {DiagnosticCode::softwareFallbackActive},
-        "Software volume: it was chosen for this output in the panel."},
+        "Software volume: you chose it for this output in the panel."},
     {"fixed", ControlMode::unavailable(fixedVolumeDeviceUnsupported), {},
-        "Unavailable: the output has a fixed volume and is no monitor."},
+        "Unavailable: the output has a fixed volume and is not a monitor."},
     {"capture", ControlMode::unavailable(systemAudioCapturePermissionMissing), {},
-        "Unavailable: the monitor offers no volume, and the sound server does not let Quenstal make one."},
+        "Unavailable: the monitor does not offer volume control, and the sound server does not let Quenstal provide "
+        "it."},
     {"noFallback", ControlMode::unavailable(softwareFallbackUnavailable), {},
-        "Unavailable: the monitor offers no volume, and none can be made for this output in software."},
+        "Unavailable: the monitor does not offer volume control, and software volume is not available for this "
+        "output."},
     {"disabled", ControlMode::disabled(), {}, "Disabled: Quenstal is switched off in its panel."},
 };
 
@@ -124,17 +127,17 @@ TEST(MachineReportTest, keysThatAreNotCapturedComeWithWhatToDo)
     report.captureAdvice = "Free the keys.";
     EXPECT_THAT(inPlainWords(report, commands),
         EndsWith("Keys:     not captured.\n"
-                 "Missing:  Free the keys.\n"));
+                 "Problems: Free the keys.\n"));
 }
 
-TEST(MachineReportTest, switchedOffNothingIsMissing)
+TEST(MachineReportTest, switchedOffItHasNoProblems)
 {
     MachineReport report = monitorReport();
     report.areKeysCaptured = false;
     report.state.isEnabled = false;
     EXPECT_THAT(inPlainWords(report, commands),
-        EndsWith("Keys:     the desktop's own, while Quenstal is switched off.\n"
-                 "Missing:  nothing.\n"));
+        EndsWith("Keys:     left to the desktop while Quenstal is switched off.\n"
+                 "Problems: none.\n"));
 }
 
 TEST(MachineReportTest, oneCommandGivesAccessToAllMonitors)
@@ -144,7 +147,7 @@ TEST(MachineReportTest, oneCommandGivesAccessToAllMonitors)
     report.monitorProblems = {{Kind::accessDenied, "/dev/i2c-5", "Left", "Install the rule."},
         {Kind::notAnswering, "", "Right", "Load the module."}};
     EXPECT_THAT(inPlainWords(report, commands),
-        EndsWith("Missing:  Left: no access to /dev/i2c-5.\n"
+        EndsWith("Problems: Left: no access to /dev/i2c-5.\n"
                  "          Right cannot be reached over DDC/CI.\n"
                  "            give access\n"));
 }
@@ -153,7 +156,7 @@ TEST(MachineReportTest, withoutTheCommandItsRemedyIsTold)
 {
     MachineReport report = monitorReport();
     report.monitorProblems = {{DisplayBusProblem::Kind::accessDenied, "/dev/i2c-5", "Left", "Log in again."}};
-    EXPECT_THAT(inPlainWords(report, {}), EndsWith("Missing:  Left: no access to /dev/i2c-5. Log in again.\n"));
+    EXPECT_THAT(inPlainWords(report, {}), EndsWith("Problems: Left: no access to /dev/i2c-5. Log in again.\n"));
 }
 
 TEST(MachineReportTest, aMonitorThatIsOddComesWithItsOwnRemedyAndNoCommand)
@@ -164,15 +167,15 @@ TEST(MachineReportTest, aMonitorThatIsOddComesWithItsOwnRemedyAndNoCommand)
         {Kind::writesRefused, "/dev/i2c-6", "Right", ""}, {Kind::stuck, "/dev/i2c-7", "Third", "Unplug it."},
         {Kind::notAnswering, "", "Fourth", ""}, {Kind::unknownBuses, "/dev/i2c-8 (some bus)", "Fifth", ""}};
     EXPECT_THAT(inPlainWords(report, commands),
-        EndsWith("Missing:  Left does not report its volume on /dev/i2c-5. Switch it on.\n"
+        EndsWith("Problems: Left does not report its volume on /dev/i2c-5. Switch it on.\n"
                  "          Right does not accept volume changes on /dev/i2c-6.\n"
                  "          Third: the driver for /dev/i2c-7 is not responding. Unplug it.\n"
                  "          Fourth cannot be reached over DDC/CI.\n"
-                 "          Fifth cannot be reached over DDC/CI. Left alone, because no display is known to be there: "
+                 "          Fifth cannot be reached over DDC/CI. Left alone because not known to lead to a display: "
                  "/dev/i2c-8 (some bus).\n"));
 }
 
-TEST(MachineReportTest, preferencesThatAreNotKeptAreMissing)
+TEST(MachineReportTest, preferencesThatAreNotKeptAreAProblem)
 {
     using Kind = PreferencesProblem::Kind;
     struct Row {
@@ -180,14 +183,14 @@ TEST(MachineReportTest, preferencesThatAreNotKeptAreMissing)
         const char* words;
     };
     const Row rows[]{
-        {Kind::notValid, "Your preferences as they were: the file was not valid and is now /a/file."},
-        {Kind::notReadable, "Your preferences: /a/file cannot be read. It is left as it is."},
-        {Kind::notSaved, "A way to save your preferences: /a/file cannot be written."},
+        {Kind::notValid, "Your preferences file was not valid and has been renamed to /a/file."},
+        {Kind::notReadable, "Your preferences file /a/file cannot be read. It is left unchanged."},
+        {Kind::notSaved, "Your preferences cannot be saved to /a/file."},
     };
     for (const Row& row : rows) {
         MachineReport report = monitorReport();
         report.preferencesProblem = {row.kind, "/a/file"};
-        EXPECT_THAT(inPlainWords(report, commands), EndsWith(std::string("Missing:  ") + row.words + "\n"));
+        EXPECT_THAT(inPlainWords(report, commands), EndsWith(std::string("Problems: ") + row.words + "\n"));
     }
 }
 

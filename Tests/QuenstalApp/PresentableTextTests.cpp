@@ -99,7 +99,7 @@ TEST(PresentableTextLength, aNameIsCutAtAHundred)
 
 TEST(PresentableLines, keepTheirEndsAndIndentsAndNothingElse)
 {
-    EXPECT_EQ(presentableLines("Missing:  a\x1B[m\n            b\tc\r\n", 100), "Missing:  a [m\n            b c \n");
+    EXPECT_EQ(presentableLines("Problems: a\x1B[m\n            b\tc\r\n", 100), "Problems: a [m\n            b c \n");
     EXPECT_EQ(presentableLines("a\nb\nc\nd", 4), "a\nb\u2026");
 }
 

@@ -271,7 +271,7 @@ TEST_F(PanelViews, aProblemOfAMonitorIsShownWithWhatHelpsSaidOnce)
         {{{Kind::accessDenied, "/dev/i2c-3", "Left", "Do it."}, {Kind::accessDenied, "/dev/i2c-4", "Right", "Do it."}}, "Left: no access to /dev/i2c-3. Right: no access to /dev/i2c-4. Do it."},
         {{{Kind::writesRefused, "/dev/i2c-3", "Left", ""}, {Kind::notAnswering, "/dev/i2c-4", "Right", "Do it."}}, "Left does not accept volume changes on /dev/i2c-3. Right does not report its volume on /dev/i2c-4. Do it."},
         {{{Kind::notAnswering, "", "Left", module}}, "Left cannot be reached over DDC/CI. Load the kernel module i2c-dev."},
-        {{{Kind::unknownBuses, "/dev/i2c-3 (some bus)", "Left", ""}}, "Left cannot be reached over DDC/CI. Left alone, because no display is known to be there: /dev/i2c-3 (some bus)."},
+        {{{Kind::unknownBuses, "/dev/i2c-3 (some bus)", "Left", ""}}, "Left cannot be reached over DDC/CI. Left alone because not known to lead to a display: /dev/i2c-3 (some bus)."},
         {{}, ""},
         // clang-format on
     };

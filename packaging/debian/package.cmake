@@ -39,10 +39,10 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "volume keys for monitors that play sound"
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
 "Quenstal makes the keyboard's volume keys work for monitors on HDMI and
 DisplayPort, which desktops see as outputs of a fixed volume. Each press goes
-to the monitor's own speakers over DDC/CI, or through a gain, an equaliser and
-meters in software; outputs that have a volume of their own keep it.
+to the monitor's own speakers over DDC/CI, or through a gain, an equalizer and
+meters in software; outputs with their own volume control keep it.
 .
-It lives in the tray and opens a small panel with a dial and an equaliser.")
+It lives in the tray and opens a small panel with a dial and an equalizer.")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA
     ${CMAKE_CURRENT_SOURCE_DIR}/debian/conffiles

@@ -16,7 +16,7 @@
 
 namespace quenstal {
 
-/// Volume keys from the keyboards themselves, for desktops that offer no other way. Needs access to the keyboards'
+/// Volume keys directly from the keyboards, for desktops that offer no other way. Needs access to the keyboards'
 /// nodes and to uinput. Each keyboard is taken, and left alone, by itself: what becomes of one touches no other.
 class EvdevKeyCapture final : public KeyCapture {
 public:
@@ -42,7 +42,7 @@ public:
     explicit EvdevKeyCapture(RunLoop& runLoop, std::string seat = firstSeat, KeyGrabber::Patience patience = {});
     ~EvdevKeyCapture() override;
 
-    std::string_view name() const override { return "from the keyboards themselves"; }
+    std::string_view name() const override { return "directly from the keyboards"; }
     bool isPossible() override;
     std::string obstacle() override;
     /// The same as a kind. Cheap.

@@ -24,7 +24,7 @@ protected:
 /// One way in which Linux lets a program see and swallow the volume keys. Main thread.
 class KeyCapture : public Interface {
 public:
-    /// As it continues "captured", for example "over the X server".
+    /// As it continues "captured", for example "through the X server".
     virtual std::string_view name() const = 0;
     /// Whether the keys can be captured now, by this process. True while they are. Cheap enough for every refresh.
     virtual bool isPossible() = 0;

@@ -29,7 +29,7 @@ public:
     X11KeyCapture(RunLoop& runLoop, const std::string& display = {});
     ~X11KeyCapture() override;
 
-    std::string_view name() const override { return "over the X server"; }
+    std::string_view name() const override { return "through the X server"; }
     /// While idle this grabs the keys for a moment, at most once a second.
     bool isPossible() override;
     std::string obstacle() override;

@@ -132,7 +132,7 @@ constexpr std::array texts{
     QT_TRANSLATE_NOOP("Core", "%1 does not accept volume changes on %2."),
     QT_TRANSLATE_NOOP("Core", "%1: the driver for %2 is not responding."),
     QT_TRANSLATE_NOOP(
-        "Core", "%1 cannot be reached over DDC/CI. Left alone, because no display is known to be there: %2."),
+        "Core", "%1 cannot be reached over DDC/CI. Left alone because not known to lead to a display: %2."),
     QT_TRANSLATE_NOOP("Core", "%1 cannot be reached over DDC/CI."),
     QT_TRANSLATE_NOOP(
         "Core", "Install the package: its udev rule 70-quenstal-i2c.rules lets in whoever is logged in at the screen."),

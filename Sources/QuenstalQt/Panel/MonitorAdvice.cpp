@@ -23,7 +23,7 @@ const char* statementOf(const DisplayBusProblem& problem)
     case Kind::stuck:
         return "%1: the driver for %2 is not responding.";
     case Kind::unknownBuses:
-        return "%1 cannot be reached over DDC/CI. Left alone, because no display is known to be there: %2.";
+        return "%1 cannot be reached over DDC/CI. Left alone because not known to lead to a display: %2.";
     }
     return "";
 }

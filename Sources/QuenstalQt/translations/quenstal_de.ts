@@ -314,7 +314,7 @@
         <translation>%1: Der Treiber für %2 reagiert nicht.</translation>
     </message>
     <message>
-        <source>%1 cannot be reached over DDC/CI. Left alone, because no display is known to be there: %2.</source>
+        <source>%1 cannot be reached over DDC/CI. Left alone because not known to lead to a display: %2.</source>
         <translation>%1 ist über DDC/CI nicht erreichbar. Nicht angerührt, weil dort kein Bildschirm bekannt ist: %2.</translation>
     </message>
     <message>

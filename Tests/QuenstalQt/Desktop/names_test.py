@@ -116,7 +116,7 @@ class Names(unittest.TestCase):
     def test_an_unknown_option_steers_no_terminal(self):
         finished = subprocess.run([PROGRAM, "--\x1b[2J"], env=self.session.environment, capture_output=True,
                                   text=True, timeout=LIMIT, check=False)
-        self.assertEqual(finished.stderr, "quenstal: -- [2J is not known; see quenstal --help\n")
+        self.assertEqual(finished.stderr, "quenstal: unexpected argument \"-- [2J\"; see quenstal --help\n")
 
 
 if __name__ == "__main__":
