@@ -9,14 +9,12 @@ namespace quenstal {
 /// What the user is told when preferences are not kept. Fixed texts, which the toolkit translates.
 struct PreferencesAdvice {
     static constexpr const char* title = "Quenstal's preferences";
-    static constexpr const char* notValid
-        = "The file with your preferences is not valid. Quenstal starts with its defaults and keeps the old file as "
-          "preferences.json.broken.";
-    static constexpr const char* notReadable
-        = "The file with your preferences cannot be read. Quenstal leaves it as it is and tries again; until then, "
-          "changes last only until Quenstal quits.";
-    static constexpr const char* notSaved
-        = "Your preferences cannot be saved. Quenstal tries again; until then, changes last only until Quenstal quits.";
+    static constexpr const char* notValid = "Your preferences file is not valid. Quenstal is using its defaults and "
+                                            "has kept the old file as preferences.json.broken.";
+    static constexpr const char* notReadable = "Your preferences file cannot be read. Quenstal will leave it unchanged "
+                                               "and try again; until then, changes are lost when Quenstal quits.";
+    static constexpr const char* notSaved = "Your preferences cannot be saved. Quenstal will try again; until then, "
+                                            "changes are lost when Quenstal quits.";
 
     static constexpr std::array all{title, notValid, notReadable, notSaved};
 

@@ -183,10 +183,10 @@ TEST_F(ServiceKeyCaptureTest, everyRefusalIsALossWithAnAdviceOfItsOwn)
     expectRefused("does not allow this session");
     machine->setVerdict(FakeMachine::Verdict::yes);
     machine->switchTo("other");
-    expectRefused("belong to the session at the screen");
+    expectRefused("belong to the active session");
     machine->switchTo("mine");
     auto other = capturingClient();
-    expectRefused("Another program of this session");
+    expectRefused("Another program in this session");
     other.reset();
     ASSERT_TRUE(eventually([&] { return !keyboard->isGrabbed(); }));
     EXPECT_GE(changes, 3);
@@ -290,7 +290,7 @@ TEST_F(BrokenServiceTest, anAnswerWithoutASocketIsARefusal)
     startBrokenService([](sd_bus_message* message) { return sd_bus_reply_method_return(message, "s", "keys"); });
     ASSERT_TRUE(capture->start(*this));
     ASSERT_TRUE(eventually([&] { return losses == 1; }));
-    EXPECT_THAT(capture->obstacle(), HasSubstr("does not answer"));
+    EXPECT_THAT(capture->obstacle(), HasSubstr("is not responding"));
 }
 
 TEST_F(BrokenServiceTest, noAnswerIsARefusalAfterAWhile)
@@ -301,7 +301,7 @@ TEST_F(BrokenServiceTest, noAnswerIsARefusalAfterAWhile)
     EXPECT_EQ(losses, 0);
     loop.advance(std::chrono::milliseconds(1));
     EXPECT_EQ(losses, 1);
-    EXPECT_THAT(capture->obstacle(), HasSubstr("does not answer"));
+    EXPECT_THAT(capture->obstacle(), HasSubstr("is not responding"));
 }
 
 TEST_F(BrokenServiceTest, aServiceThatDiesBeforeItAnswersIsARefusal)

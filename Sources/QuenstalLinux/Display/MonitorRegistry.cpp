@@ -23,9 +23,10 @@ std::string remedyFor(DisplayBusProblem::Kind kind)
     using Kind = DisplayBusProblem::Kind;
     switch (kind) {
     case Kind::accessDenied:
-        return "Install the package: its udev rule 70-quenstal-i2c.rules lets in whoever is logged in at the screen.";
+        return "Install the package: its udev rule 70-quenstal-i2c.rules gives access to the user of the active "
+               "session.";
     case Kind::notAnswering:
-        return "Switch on DDC/CI in the monitor's own menu.";
+        return "Turn on DDC/CI in the monitor's own menu.";
     case Kind::writesRefused:
         return "";
     case Kind::stuck:

@@ -23,7 +23,7 @@ static_assert(std::atomic<bool>::is_always_lock_free);
 /// On any thread, in the middle of anything.
 void endNow(int)
 {
-    constexpr std::string_view words = "Quenstal ends without waiting for what does not answer.\n";
+    constexpr std::string_view words = "Quenstal exits without waiting for a server that is not responding.\n";
     [[maybe_unused]] const auto written = write(STDERR_FILENO, words.data(), words.size());
     _exit(EXIT_SUCCESS);
 }

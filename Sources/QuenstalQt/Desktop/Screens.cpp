@@ -9,12 +9,12 @@ bool canShowWindows()
     // Twice the most of today's screens. The panel's pixels grow with its square.
     constexpr qreal mostDensity = 8;
     if (!QGuiApplication::primaryScreen()) {
-        qWarning("Nothing can be shown: there is no screen.");
+        qWarning("Quenstal cannot open a window: there is no screen.");
         return false;
     }
     if (qGuiApp->devicePixelRatio() > mostDensity) {
-        qWarning("Nothing can be shown: the desktop's settings say that there are %g pixels to a point.",
-            qGuiApp->devicePixelRatio());
+        qWarning(
+            "Quenstal cannot open a window: the desktop is set to %g pixels per point.", qGuiApp->devicePixelRatio());
         return false;
     }
     return true;

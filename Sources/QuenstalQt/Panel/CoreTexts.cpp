@@ -77,56 +77,56 @@ constexpr std::array texts{
     QT_TRANSLATE_NOOP("Core", "OK"),
     QT_TRANSLATE_NOOP("Core", "Let Quenstal use the volume keys"),
     QT_TRANSLATE_NOOP("Core",
-        "Another program uses the volume keys, most often the desktop itself. Open the keyboard shortcuts in the "
-        "desktop's settings and free \"Raise volume\", \"Lower volume\" and \"Mute\". Quenstal takes the keys as "
+        "Another program, usually the desktop itself, is using the volume keys. In the desktop's settings, remove the "
+        "keyboard shortcuts for \"Raise volume\", \"Lower volume\" and \"Mute\". Quenstal will capture the keys as "
         "soon as they are free."),
-    QT_TRANSLATE_NOOP(
-        "Core", "The keyboard layout has no volume keys. Choose one that has, or connect a keyboard with volume keys."),
+    QT_TRANSLATE_NOOP("Core",
+        "The keyboard layout has no volume keys. Choose one that does, or connect a keyboard with volume keys."),
     QT_TRANSLATE_NOOP("Core", "No keyboard with volume keys is connected."),
-    QT_TRANSLATE_NOOP("Core", "Another program has taken the keyboard over. Quenstal tries again when it has ended."),
-    QT_TRANSLATE_NOOP("Core",
-        "The system refuses to make a copy of the keyboard (uinput), by which all other keys would reach "
-        "the desktop. \"journalctl --dmesg\" may say why. Quenstal tries again in half a minute."),
-    QT_TRANSLATE_NOOP("Core",
-        "The system is out of processes or open files, and Quenstal takes no keyboard without a process "
-        "that guards it. Close some programs; Quenstal tries again in half a minute."),
     QT_TRANSLATE_NOOP(
-        "Core", "A key of the keyboard is held down, or stuck. Quenstal takes the volume keys when it is let go of."),
+        "Core", "Another program has taken over the keyboard. Quenstal will try again when that program exits."),
     QT_TRANSLATE_NOOP("Core",
-        "The volume keys are lost again as soon as they are captured. Quenstal tries again in half a "
-        "minute at the latest."),
+        "The system cannot create a copy of the keyboard (uinput), which Quenstal needs to pass all other keys on to "
+        "the desktop. \"journalctl --dmesg\" may show why. Quenstal will try again in half a minute."),
     QT_TRANSLATE_NOOP("Core",
-        "Quenstal may not use the keyboard. Install its package (\"./package install\"), whose service hands the "
-        "volume keys, and nothing else you type, to the session at the screen. Do not join the group \"input\": "
-        "every program could then read all you type."),
+        "The system has run out of processes or open files, so Quenstal cannot start the process that guards the "
+        "keyboard. Close some programs. Quenstal will try again in half a minute."),
+    QT_TRANSLATE_NOOP(
+        "Core", "A key is being held down or is stuck. Quenstal will capture the volume keys when it is released."),
     QT_TRANSLATE_NOOP("Core",
-        "Quenstal's key service does not answer. \"systemctl status quenstal-keyd\" says why. Quenstal tries again "
-        "in half a minute."),
+        "The volume keys are lost again as soon as they are captured. Quenstal will try again within half a minute."),
     QT_TRANSLATE_NOOP("Core",
-        "The volume keys belong to the session at the screen, and this is not it. Quenstal takes them when you are "
-        "back."),
+        "Quenstal does not have access to the keyboard. Install its package (\"./package install\"): its service "
+        "passes the volume keys, and nothing else you type, to the active session. Do not join the group \"input\": "
+        "every program could then read everything you type."),
     QT_TRANSLATE_NOOP("Core",
-        "This computer's administrator does not allow this session to use the volume keys. Ask for the action "
-        "\"app.quenstal.capture-volume-keys\" to be allowed in polkit."),
+        "Quenstal's key service is not responding. \"systemctl status quenstal-keyd\" shows why. Quenstal will try "
+        "again in half a minute."),
     QT_TRANSLATE_NOOP("Core",
-        "The system's polkit service, which decides who may use the volume keys, did not answer. Quenstal tries again "
-        "in half a minute."),
+        "The volume keys belong to the active session; this one is in the background. Quenstal will capture them when "
+        "you return."),
     QT_TRANSLATE_NOOP("Core",
-        "Another program of this session already has the volume keys. Quit it; Quenstal tries again in half a "
-        "minute."),
+        "This computer's administrator does not allow this session to use the volume keys. Ask them to allow the "
+        "polkit action \"app.quenstal.capture-volume-keys\"."),
     QT_TRANSLATE_NOOP("Core",
-        "Quenstal's key service may not use the keyboard. Install Quenstal's package again, or restart the computer "
-        "if you have just installed it."),
-    QT_TRANSLATE_NOOP("Core", "Quenstal's key service is busy. Quenstal tries again in half a minute."),
+        "The system's polkit service, which decides who may use the volume keys, did not respond. Quenstal will try "
+        "again in half a minute."),
+    QT_TRANSLATE_NOOP("Core",
+        "Another program in this session has already captured the volume keys. Quit it; Quenstal will try again in "
+        "half a minute."),
+    QT_TRANSLATE_NOOP("Core",
+        "Quenstal's key service does not have access to the keyboard. Reinstall Quenstal's package, or restart the "
+        "computer if you have just installed it."),
+    QT_TRANSLATE_NOOP("Core", "Quenstal's key service is busy. Quenstal will try again in half a minute."),
     QT_TRANSLATE_NOOP("Core", "Quenstal's preferences"),
     QT_TRANSLATE_NOOP("Core",
-        "The file with your preferences is not valid. Quenstal starts with its defaults and keeps the old file as "
+        "Your preferences file is not valid. Quenstal is using its defaults and has kept the old file as "
         "preferences.json.broken."),
     QT_TRANSLATE_NOOP("Core",
-        "The file with your preferences cannot be read. Quenstal leaves it as it is and tries again; until then, "
-        "changes last only until Quenstal quits."),
+        "Your preferences file cannot be read. Quenstal will leave it unchanged and try again; until then, changes are "
+        "lost when Quenstal quits."),
     QT_TRANSLATE_NOOP("Core",
-        "Your preferences cannot be saved. Quenstal tries again; until then, changes last only until Quenstal quits."),
+        "Your preferences cannot be saved. Quenstal will try again; until then, changes are lost when Quenstal quits."),
     QT_TRANSLATE_NOOP("Core", "%1: no access to %2."),
     QT_TRANSLATE_NOOP("Core", "%1 does not report its volume on %2."),
     QT_TRANSLATE_NOOP("Core", "%1 does not accept volume changes on %2."),
@@ -134,9 +134,9 @@ constexpr std::array texts{
     QT_TRANSLATE_NOOP(
         "Core", "%1 cannot be reached over DDC/CI. Left alone because not known to lead to a display: %2."),
     QT_TRANSLATE_NOOP("Core", "%1 cannot be reached over DDC/CI."),
-    QT_TRANSLATE_NOOP(
-        "Core", "Install the package: its udev rule 70-quenstal-i2c.rules lets in whoever is logged in at the screen."),
-    QT_TRANSLATE_NOOP("Core", "Switch on DDC/CI in the monitor's own menu."),
+    QT_TRANSLATE_NOOP("Core",
+        "Install the package: its udev rule 70-quenstal-i2c.rules gives access to the user of the active session."),
+    QT_TRANSLATE_NOOP("Core", "Turn on DDC/CI in the monitor's own menu."),
     QT_TRANSLATE_NOOP("Core", "Unplug the monitor and plug it in again."),
     QT_TRANSLATE_NOOP("Core", "Load the kernel module i2c-dev."),
 };

@@ -290,11 +290,11 @@
         <translation>Quenstal die Lautstärketasten geben</translation>
     </message>
     <message>
-        <source>Another program uses the volume keys, most often the desktop itself. Open the keyboard shortcuts in the desktop&apos;s settings and free &quot;Raise volume&quot;, &quot;Lower volume&quot; and &quot;Mute&quot;. Quenstal takes the keys as soon as they are free.</source>
-        <translation>Ein anderes Programm nutzt die Tasten, meist der Desktop selbst. Geben Sie in dessen Tastenkürzeln „Lauter“, „Leiser“ und „Stumm“ frei. Quenstal übernimmt sie dann.</translation>
+        <source>Another program, usually the desktop itself, is using the volume keys. In the desktop&apos;s settings, remove the keyboard shortcuts for &quot;Raise volume&quot;, &quot;Lower volume&quot; and &quot;Mute&quot;. Quenstal will capture the keys as soon as they are free.</source>
+        <translation>Ein anderes Programm nutzt die Tasten, meist der Desktop selbst. Entfernen Sie in dessen Einstellungen die Tastenkürzel für „Lauter“, „Leiser“ und „Stumm“. Quenstal übernimmt die Tasten dann.</translation>
     </message>
     <message>
-        <source>The keyboard layout has no volume keys. Choose one that has, or connect a keyboard with volume keys.</source>
+        <source>The keyboard layout has no volume keys. Choose one that does, or connect a keyboard with volume keys.</source>
         <translation>Die Tastaturbelegung hat keine Lautstärketasten. Wählen Sie eine andere oder schließen Sie eine Tastatur mit solchen Tasten an.</translation>
     </message>
     <message>
@@ -322,7 +322,7 @@
         <translation>%1 ist über DDC/CI nicht erreichbar.</translation>
     </message>
     <message>
-        <source>Switch on DDC/CI in the monitor&apos;s own menu.</source>
+        <source>Turn on DDC/CI in the monitor&apos;s own menu.</source>
         <translation>Schalten Sie DDC/CI im Menü des Monitors ein.</translation>
     </message>
     <message>
@@ -339,63 +339,63 @@
         <translation>%1 um %2</translation>
     </message>
     <message>
-        <source>Install the package: its udev rule 70-quenstal-i2c.rules lets in whoever is logged in at the screen.</source>
-        <translation>Installieren Sie das Paket: Seine udev-Regel 70-quenstal-i2c.rules lässt ein, wer am Bildschirm angemeldet ist.</translation>
+        <source>Install the package: its udev rule 70-quenstal-i2c.rules gives access to the user of the active session.</source>
+        <translation>Installieren Sie das Paket: Seine udev-Regel 70-quenstal-i2c.rules gibt dem Benutzer der aktiven Sitzung Zugriff.</translation>
     </message>
     <message>
         <source>No keyboard with volume keys is connected.</source>
         <translation>Es ist keine Tastatur mit Lautstärketasten angeschlossen.</translation>
     </message>
     <message>
-        <source>Another program has taken the keyboard over. Quenstal tries again when it has ended.</source>
+        <source>Another program has taken over the keyboard. Quenstal will try again when that program exits.</source>
         <translation>Ein anderes Programm hat die Tastatur übernommen. Quenstal versucht es wieder, wenn es beendet ist.</translation>
     </message>
     <message>
-        <source>The system refuses to make a copy of the keyboard (uinput), by which all other keys would reach the desktop. &quot;journalctl --dmesg&quot; may say why. Quenstal tries again in half a minute.</source>
-        <translation>Das System legt keine Kopie der Tastatur an (uinput), über die alle anderen Tasten an den Desktop gingen. „journalctl --dmesg“ nennt vielleicht den Grund. Quenstal versucht es in einer halben Minute wieder.</translation>
+        <source>The system cannot create a copy of the keyboard (uinput), which Quenstal needs to pass all other keys on to the desktop. &quot;journalctl --dmesg&quot; may show why. Quenstal will try again in half a minute.</source>
+        <translation>Das System kann keine Kopie der Tastatur anlegen (uinput), über die Quenstal alle anderen Tasten an den Desktop weitergibt. „journalctl --dmesg“ nennt vielleicht den Grund. Quenstal versucht es in einer halben Minute wieder.</translation>
     </message>
     <message>
-        <source>The system is out of processes or open files, and Quenstal takes no keyboard without a process that guards it. Close some programs; Quenstal tries again in half a minute.</source>
-        <translation>Dem System sind Prozesse oder offene Dateien ausgegangen, und Quenstal übernimmt keine Tastatur ohne einen Prozess, der sie bewacht. Schließen Sie einige Programme; Quenstal versucht es in einer halben Minute wieder.</translation>
+        <source>The system has run out of processes or open files, so Quenstal cannot start the process that guards the keyboard. Close some programs. Quenstal will try again in half a minute.</source>
+        <translation>Dem System sind Prozesse oder offene Dateien ausgegangen; Quenstal kann den Prozess nicht starten, der die Tastatur bewacht. Schließen Sie einige Programme. Quenstal versucht es in einer halben Minute wieder.</translation>
     </message>
     <message>
-        <source>A key of the keyboard is held down, or stuck. Quenstal takes the volume keys when it is let go of.</source>
+        <source>A key is being held down or is stuck. Quenstal will capture the volume keys when it is released.</source>
         <translation>Auf der Tastatur ist eine Taste gedrückt oder klemmt. Quenstal übernimmt die Lautstärketasten, wenn sie losgelassen ist.</translation>
     </message>
     <message>
-        <source>The volume keys are lost again as soon as they are captured. Quenstal tries again in half a minute at the latest.</source>
+        <source>The volume keys are lost again as soon as they are captured. Quenstal will try again within half a minute.</source>
         <translation>Die Lautstärketasten gehen sofort wieder verloren. Quenstal versucht es spätestens in einer halben Minute wieder.</translation>
     </message>
     <message>
-        <source>Quenstal may not use the keyboard. Install its package (&quot;./package install&quot;), whose service hands the volume keys, and nothing else you type, to the session at the screen. Do not join the group &quot;input&quot;: every program could then read all you type.</source>
-        <translation>Quenstal darf die Tastatur nicht nutzen. Installieren Sie sein Paket („./package install“): Dessen Dienst gibt der Sitzung am Bildschirm die Lautstärketasten, sonst nichts. Treten Sie nicht der Gruppe „input“ bei: Jedes Programm könnte dann alles mitlesen.</translation>
+        <source>Quenstal does not have access to the keyboard. Install its package (&quot;./package install&quot;): its service passes the volume keys, and nothing else you type, to the active session. Do not join the group &quot;input&quot;: every program could then read everything you type.</source>
+        <translation>Quenstal hat keinen Zugriff auf die Tastatur. Installieren Sie sein Paket („./package install“): Dessen Dienst gibt der aktiven Sitzung die Lautstärketasten, sonst nichts. Treten Sie nicht der Gruppe „input“ bei: Jedes Programm könnte dann alles mitlesen.</translation>
     </message>
     <message>
-        <source>Quenstal&apos;s key service does not answer. &quot;systemctl status quenstal-keyd&quot; says why. Quenstal tries again in half a minute.</source>
-        <translation>Quenstals Tastendienst antwortet nicht. „systemctl status quenstal-keyd“ sagt, warum. Quenstal versucht es in einer halben Minute wieder.</translation>
+        <source>Quenstal&apos;s key service is not responding. &quot;systemctl status quenstal-keyd&quot; shows why. Quenstal will try again in half a minute.</source>
+        <translation>Quenstals Tastendienst reagiert nicht. „systemctl status quenstal-keyd“ zeigt den Grund. Quenstal versucht es in einer halben Minute wieder.</translation>
     </message>
     <message>
-        <source>The volume keys belong to the session at the screen, and this is not it. Quenstal takes them when you are back.</source>
-        <translation>Die Lautstärketasten gehören der Sitzung am Bildschirm, und das ist nicht diese. Quenstal übernimmt sie, wenn Sie zurück sind.</translation>
+        <source>The volume keys belong to the active session; this one is in the background. Quenstal will capture them when you return.</source>
+        <translation>Die Lautstärketasten gehören der aktiven Sitzung; diese ist im Hintergrund. Quenstal übernimmt sie, wenn Sie zurückkehren.</translation>
     </message>
     <message>
-        <source>This computer&apos;s administrator does not allow this session to use the volume keys. Ask for the action &quot;app.quenstal.capture-volume-keys&quot; to be allowed in polkit.</source>
+        <source>This computer&apos;s administrator does not allow this session to use the volume keys. Ask them to allow the polkit action &quot;app.quenstal.capture-volume-keys&quot;.</source>
         <translation>Der Administrator erlaubt dieser Sitzung die Lautstärketasten nicht. Bitten Sie ihn, in polkit die Aktion „app.quenstal.capture-volume-keys“ zu erlauben.</translation>
     </message>
     <message>
-        <source>The system&apos;s polkit service, which decides who may use the volume keys, did not answer. Quenstal tries again in half a minute.</source>
+        <source>The system&apos;s polkit service, which decides who may use the volume keys, did not respond. Quenstal will try again in half a minute.</source>
         <translation>Der Systemdienst polkit, der entscheidet, wer die Lautstärketasten nutzen darf, hat nicht geantwortet. Quenstal versucht es in einer halben Minute wieder.</translation>
     </message>
     <message>
-        <source>Another program of this session already has the volume keys. Quit it; Quenstal tries again in half a minute.</source>
+        <source>Another program in this session has already captured the volume keys. Quit it; Quenstal will try again in half a minute.</source>
         <translation>Ein anderes Programm dieser Sitzung hat die Lautstärketasten schon. Beenden Sie es; Quenstal versucht es in einer halben Minute wieder.</translation>
     </message>
     <message>
-        <source>Quenstal&apos;s key service may not use the keyboard. Install Quenstal&apos;s package again, or restart the computer if you have just installed it.</source>
-        <translation>Quenstals Tastendienst darf die Tastatur nicht nutzen. Installieren Sie Quenstals Paket noch einmal, oder starten Sie den Computer neu, wenn Sie es eben erst installiert haben.</translation>
+        <source>Quenstal&apos;s key service does not have access to the keyboard. Reinstall Quenstal&apos;s package, or restart the computer if you have just installed it.</source>
+        <translation>Quenstals Tastendienst hat keinen Zugriff auf die Tastatur. Installieren Sie Quenstals Paket noch einmal, oder starten Sie den Computer neu, wenn Sie es eben erst installiert haben.</translation>
     </message>
     <message>
-        <source>Quenstal&apos;s key service is busy. Quenstal tries again in half a minute.</source>
+        <source>Quenstal&apos;s key service is busy. Quenstal will try again in half a minute.</source>
         <translation>Quenstals Tastendienst ist beschäftigt. Quenstal versucht es in einer halben Minute wieder.</translation>
     </message>
     <message>
@@ -403,16 +403,16 @@
         <translation>Quenstals Einstellungen</translation>
     </message>
     <message>
-        <source>The file with your preferences is not valid. Quenstal starts with its defaults and keeps the old file as preferences.json.broken.</source>
-        <translation>Die Datei mit Ihren Einstellungen ist ungültig. Quenstal beginnt mit seinen Voreinstellungen und bewahrt die alte Datei als preferences.json.broken auf.</translation>
+        <source>Your preferences file is not valid. Quenstal is using its defaults and has kept the old file as preferences.json.broken.</source>
+        <translation>Die Datei mit Ihren Einstellungen ist ungültig. Quenstal nutzt seine Voreinstellungen und hat die alte Datei als preferences.json.broken aufbewahrt.</translation>
     </message>
     <message>
-        <source>The file with your preferences cannot be read. Quenstal leaves it as it is and tries again; until then, changes last only until Quenstal quits.</source>
-        <translation>Die Datei mit Ihren Einstellungen lässt sich nicht lesen. Quenstal lässt sie, wie sie ist, und versucht es wieder; bis dahin gelten Änderungen nur, bis Quenstal beendet wird.</translation>
+        <source>Your preferences file cannot be read. Quenstal will leave it unchanged and try again; until then, changes are lost when Quenstal quits.</source>
+        <translation>Die Datei mit Ihren Einstellungen lässt sich nicht lesen. Quenstal lässt sie unverändert und versucht es wieder; bis dahin gehen Änderungen verloren, wenn Quenstal beendet wird.</translation>
     </message>
     <message>
-        <source>Your preferences cannot be saved. Quenstal tries again; until then, changes last only until Quenstal quits.</source>
-        <translation>Ihre Einstellungen lassen sich nicht speichern. Quenstal versucht es wieder; bis dahin gelten Änderungen nur, bis Quenstal beendet wird.</translation>
+        <source>Your preferences cannot be saved. Quenstal will try again; until then, changes are lost when Quenstal quits.</source>
+        <translation>Ihre Einstellungen lassen sich nicht speichern. Quenstal versucht es wieder; bis dahin gehen Änderungen verloren, wenn Quenstal beendet wird.</translation>
     </message>
     <message>
         <source>Unknown Output</source>

@@ -90,7 +90,7 @@ TEST(EndLimitTest, anEndThatIsHeldUpIsCutShort)
         for (;;)
             pause();
     };
-    EXPECT_EXIT(endForEver(), testing::ExitedWithCode(0), "does not answer");
+    EXPECT_EXIT(endForEver(), testing::ExitedWithCode(0), "is not responding");
 }
 
 TEST(EndLimitTest, aProgramThatIsHeldUpWhenItIsAskedToEndEnds)
@@ -102,7 +102,7 @@ TEST(EndLimitTest, aProgramThatIsHeldUpWhenItIsAskedToEndEnds)
         for (;;)
             pause();
     };
-    EXPECT_EXIT(neverListen(), testing::ExitedWithCode(0), "does not answer");
+    EXPECT_EXIT(neverListen(), testing::ExitedWithCode(0), "is not responding");
 }
 
 } // namespace

@@ -207,7 +207,7 @@ class Screens(DesktopTest):
 
     def test_without_any_screen_nothing_is_shown_and_the_program_goes_on(self):
         self.start_offscreen([])
-        self.assertIn("Nothing can be shown: there is no screen.", self.use())
+        self.assertIn("Quenstal cannot open a window: there is no screen.", self.use())
 
     def test_a_density_that_no_screen_has_does_not_fill_the_memory(self):
         self.session = self.open_session()
@@ -217,7 +217,7 @@ class Screens(DesktopTest):
         icon = self.session.tray_icon()
         for show in (lambda: self.stand.command("feedback 48"), lambda: self.session.click(*icon)):
             show()
-            wait_for(lambda: "pixels to a point" in self.complaints(), "what keeps it from being shown")
+            wait_for(lambda: "pixels per point" in self.complaints(), "what keeps it from being shown")
         status = pathlib.Path(f"/proc/{self.stand.child.pid}/status").read_text()
         self.assertLess(int(re.search(r"VmHWM:\s+(\d+)", status).group(1)), 100_000)
 

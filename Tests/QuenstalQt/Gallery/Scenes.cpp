@@ -155,15 +155,14 @@ void addEqualizerScenes(std::vector<Scene>& scenes)
         Alert{"Reset equalizer?", "This restores the Flat preset for the current output.", {"Reset", "Cancel"}}});
 }
 
-constexpr const char* takenKeys
-    = "Another program uses the volume keys, most often the desktop itself. Open the keyboard shortcuts in the "
-      "desktop's settings and free \"Raise volume\", \"Lower volume\" and \"Mute\". Quenstal takes the keys as soon "
-      "as they are free.";
+constexpr const char* takenKeys = "Another program, usually the desktop itself, is using the volume keys. In the "
+                                  "desktop's settings, remove the keyboard shortcuts for \"Raise volume\", \"Lower "
+                                  "volume\" and \"Mute\". Quenstal will capture the keys as soon as they are free.";
 
 DisplayBusProblem deniedMonitor()
 {
     return {DisplayBusProblem::Kind::accessDenied, "/dev/i2c-5", "Desk Monitor 27",
-        "Install the package: its udev rule 70-quenstal-i2c.rules lets in whoever is logged in at the screen."};
+        "Install the package: its udev rule 70-quenstal-i2c.rules gives access to the user of the active session."};
 }
 
 void addSetupScenes(std::vector<Scene>& scenes)
