@@ -48,48 +48,11 @@ std::string listOf(const std::vector<std::string>& buses, const std::filesystem:
 
 } // namespace
 
-void Mailbox::post(const std::shared_ptr<Mailbox>& mailbox, RunLoop::Task task)
-{
-    const std::lock_guard lock(mailbox->mutex_);
-    if (!mailbox->loop_)
-        return;
-    mailbox->loop_->post([mailbox, task = std::move(task)] {
-        // Closed by this same thread, if at all.
-        if (mailbox->loop_)
-            task();
-    });
-}
-
-void Mailbox::close()
-{
-    const std::lock_guard lock(mutex_);
-    loop_ = nullptr;
-}
-
-/// Ends with the observer or with the registry, whichever goes first.
-class MonitorRegistry::Observation final : public Interface {
-public:
-    Observation(std::weak_ptr<Observers> observers, std::uint64_t key)
-        : observers_(std::move(observers))
-        , key_(key)
-    {
-    }
-    ~Observation() override
-    {
-        if (const auto observers = observers_.lock())
-            observers->erase(key_);
-    }
-
-private:
-    std::weak_ptr<Observers> observers_;
-    std::uint64_t key_;
-};
-
 MonitorRegistry::MonitorRegistry(RunLoop& loop, DisplayMachine machine, CurrentOutputMonitor currentOutput)
     : loop_(loop)
     , machine_(std::move(machine))
     , currentOutput_(std::move(currentOutput))
-    , mailbox_(std::make_shared<Mailbox>(loop))
+    , tasks_(loop)
     , gates_(std::make_shared<CardGates>(machine_.time))
     , scanner_(std::make_unique<ConnectorScanner>(machine_, gates_, posting(&MonitorRegistry::adoptScan)))
 {
@@ -104,7 +67,7 @@ MonitorRegistry::~MonitorRegistry()
 
 std::function<void()> MonitorRegistry::posting(void (MonitorRegistry::*task)())
 {
-    return [this, mailbox = mailbox_, task] { Mailbox::post(mailbox, [this, task] { (this->*task)(); }); };
+    return [this, post = tasks_.poster(), task] { post([this, task] { (this->*task)(); }); };
 }
 
 std::vector<MonitorRegistry::Monitor> MonitorRegistry::candidates()
@@ -229,27 +192,17 @@ void MonitorRegistry::retire(std::vector<Monitor> monitors)
     std::erase_if(retired_, [](const auto& engine) { return engine->hasStopped(); });
 }
 
-Cancellation MonitorRegistry::observeChanges(RunLoop::Task task)
-{
-    observers_->emplace(++lastObserver_, std::move(task));
-    return std::make_unique<Observation>(observers_, lastObserver_);
-}
-
 void MonitorRegistry::tellObserversSoon()
 {
     if (std::exchange(willTellObservers_, true))
         return;
-    Mailbox::post(mailbox_, [this] { tellObservers(); });
+    tasks_.post([this] { tellObservers(); });
 }
 
 void MonitorRegistry::tellObservers()
 {
     willTellObservers_ = false;
-    // A copy: an observer may end its own observation, or another's.
-    const Observers observers = *observers_;
-    for (const auto& [key, task] : observers)
-        if (observers_->contains(key))
-            task();
+    observers_.call();
 }
 
 std::vector<DisplayBusProblem> MonitorRegistry::problems() const
@@ -330,7 +283,7 @@ void MonitorRegistry::machineDidWake()
 
 void MonitorRegistry::stop()
 {
-    mailbox_->close();
+    tasks_.close();
     scheduledScan_.reset();
     endOfWait_.reset();
     waiting_.clear();

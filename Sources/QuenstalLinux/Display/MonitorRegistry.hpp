@@ -3,32 +3,15 @@
 #include "QuenstalLinux/Display/BusEngine.hpp"
 #include "QuenstalLinux/Display/ConnectorScanner.hpp"
 #include "QuenstalPlatform/DisplayBuses.hpp"
+#include "QuenstalPlatform/Handlers.hpp"
+#include "QuenstalPlatform/OwnedTasks.hpp"
 
-#include <map>
 #include <memory>
-#include <mutex>
 #include <set>
+#include <utility>
 #include <vector>
 
 namespace quenstal {
-
-/// Hands tasks of other threads to the main thread for as long as it is open. Any thread, but for `close`.
-class Mailbox {
-public:
-    explicit Mailbox(RunLoop& loop)
-        : loop_(&loop)
-    {
-    }
-
-    /// A task that has not begun when the mailbox is closed never does.
-    static void post(const std::shared_ptr<Mailbox>& mailbox, RunLoop::Task task);
-    /// Main thread.
-    void close();
-
-private:
-    std::mutex mutex_;
-    RunLoop* loop_;
-};
 
 /// The monitors that are connected, each with the engine that serves its bus. Main thread.
 class MonitorRegistry final : public MonitorWatch {
@@ -55,7 +38,7 @@ public:
     /// Connectors or I2C devices came, went or changed. Looks again once, a little later, however often it is said.
     void devicesChanged();
 
-    [[nodiscard]] Cancellation observeChanges(RunLoop::Task task) override;
+    [[nodiscard]] Cancellation observeChanges(RunLoop::Task task) override { return observers_.add(std::move(task)); }
     std::vector<DisplayBusProblem> problems() const override;
     bool takeLostWrite() override;
     void afterFreshRead(RunLoop::Task task) override;
@@ -64,9 +47,6 @@ public:
     void stop() override;
 
 private:
-    using Observers = std::map<std::uint64_t, RunLoop::Task>;
-    class Observation;
-
     void scheduleScan(RunLoop::Duration delay);
     void adoptScan();
     void retireAllBut(const std::vector<Connector>& connectors);
@@ -85,7 +65,8 @@ private:
     RunLoop& loop_;
     const DisplayMachine machine_;
     const CurrentOutputMonitor currentOutput_;
-    const std::shared_ptr<Mailbox> mailbox_;
+    /// Closed when it is stopped.
+    OwnedTasks tasks_;
     const std::shared_ptr<CardGates> gates_;
     DiscoveryBudget discoveryBudget_;
     bool hasScanned_ = false;
@@ -104,8 +85,7 @@ private:
     /// Perhaps retired since.
     std::shared_ptr<BusEngine> lastWritten_;
     bool willTellObservers_ = false;
-    std::uint64_t lastObserver_ = 0;
-    std::shared_ptr<Observers> observers_ = std::make_shared<Observers>();
+    Handlers<RunLoop::Task> observers_;
 };
 
 } // namespace quenstal
