@@ -1,5 +1,6 @@
 #include "QuenstalApp/MachineReport.hpp"
 
+#include "QuenstalApp/MonitorStatements.hpp"
 #include "QuenstalCore/ProgrammingError.hpp"
 
 #include <algorithm>
@@ -93,22 +94,14 @@ std::string keys(const MachineReport& report)
 
 std::string description(const DisplayBusProblem& problem)
 {
-    if (problem.device.empty())
-        return problem.monitor + " cannot be reached over DDC/CI.";
-    switch (problem.kind) {
-    case DisplayBusProblem::Kind::accessDenied:
-        return problem.monitor + ": no access to " + problem.device + ".";
-    case DisplayBusProblem::Kind::notAnswering:
-        return problem.monitor + " does not report its volume on " + problem.device + ".";
-    case DisplayBusProblem::Kind::writesRefused:
-        return problem.monitor + " does not accept volume changes on " + problem.device + ".";
-    case DisplayBusProblem::Kind::stuck:
-        return problem.monitor + ": the driver for " + problem.device + " is not responding.";
-    case DisplayBusProblem::Kind::unknownBuses:
-        return problem.monitor + " cannot be reached over DDC/CI. Left alone because not known to lead to a display: "
-            + problem.device + ".";
+    std::string words;
+    std::string_view statement = MonitorStatements::about(problem);
+    for (std::size_t gap = statement.find('%'); gap != statement.npos; gap = statement.find('%')) {
+        words += statement.substr(0, gap);
+        words += statement[gap + 1] == '1' ? problem.monitor : problem.device;
+        statement.remove_prefix(gap + 2);
     }
-    programmingError("The problem is none of its kinds.");
+    return words += statement;
 }
 
 /// The device is closed to the user, or the system has none yet; not a monitor that is odd.

@@ -175,6 +175,14 @@ TEST(MachineReportTest, aMonitorThatIsOddComesWithItsOwnRemedyAndNoCommand)
                  "/dev/i2c-8 (some bus).\n"));
 }
 
+TEST(MachineReportTest, aMonitorIsCalledWhatItIsCalled)
+{
+    using Kind = DisplayBusProblem::Kind;
+    MachineReport report = monitorReport();
+    report.monitorProblems = {{Kind::stuck, "/dev/i2c-5", "100 %2%1%", ""}};
+    EXPECT_THAT(inPlainWords(report, commands), HasSubstr("100 %2%1%: the driver for /dev/i2c-5 is not responding.\n"));
+}
+
 TEST(MachineReportTest, preferencesThatAreNotKeptAreAProblem)
 {
     using Kind = PreferencesProblem::Kind;

@@ -1,5 +1,6 @@
 // The German translation: complete, in force, and no longer than its room.
 
+#include "QuenstalApp/MonitorStatements.hpp"
 #include "QuenstalApp/PreferencesAdvice.hpp"
 #include "QuenstalLinux/Keyboards/KeyAdvice.hpp"
 #include "QuenstalQt/Panel/CoreTexts.hpp"
@@ -67,6 +68,13 @@ TEST(Texts, haveAllThatIsToldOfThePreferences)
     const auto texts = coreTexts();
     for (const std::string_view advice : PreferencesAdvice::all)
         EXPECT_THAT(texts, testing::Contains(advice));
+}
+
+TEST(Texts, haveAllThatIsToldOfTheMonitors)
+{
+    const auto texts = coreTexts();
+    for (const std::string_view statement : MonitorStatements::all)
+        EXPECT_THAT(texts, testing::Contains(statement));
 }
 
 /// The longest scenes of the guide, with an advice about the keys.

@@ -1,5 +1,6 @@
 #include "QuenstalQt/Panel/MonitorAdvice.hpp"
 
+#include "QuenstalApp/MonitorStatements.hpp"
 #include "QuenstalQt/Panel/CoreTexts.hpp"
 
 #include <iterator>
@@ -10,30 +11,13 @@ namespace quenstal {
 
 namespace {
 
-const char* statementOf(const DisplayBusProblem& problem)
-{
-    using Kind = DisplayBusProblem::Kind;
-    switch (problem.kind) {
-    case Kind::accessDenied:
-        return "%1: no access to %2.";
-    case Kind::notAnswering:
-        return "%1 does not report its volume on %2.";
-    case Kind::writesRefused:
-        return "%1 does not accept volume changes on %2.";
-    case Kind::stuck:
-        return "%1: the driver for %2 is not responding.";
-    case Kind::unknownBuses:
-        return "%1 cannot be reached over DDC/CI. Left alone because not known to lead to a display: %2.";
-    }
-    return "";
-}
-
 QString described(const DisplayBusProblem& problem)
 {
     const QString monitor = QString::fromStdString(problem.monitor);
-    if (problem.device.empty())
-        return shownText("%1 cannot be reached over DDC/CI.").arg(monitor);
-    return shownText(statementOf(problem)).arg(monitor, QString::fromStdString(problem.device));
+    const QString statement = shownText(MonitorStatements::about(problem));
+    // Qt complains at the terminal about an argument that has no place.
+    return problem.device.empty() ? statement.arg(monitor)
+                                  : statement.arg(monitor, QString::fromStdString(problem.device));
 }
 
 } // namespace
