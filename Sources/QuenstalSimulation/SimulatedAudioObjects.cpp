@@ -152,12 +152,6 @@ void SimulatedAudioObjects::changeVolumeElsewhere(AudioObjectID device, std::uin
     volumeChanged_.notify(device);
 }
 
-void SimulatedAudioObjects::changeMuteElsewhere(AudioObjectID device, bool muted)
-{
-    outputs_.at(device).mute.value().value = muted ? 1.0F : 0.0F;
-    volumeChanged_.notify(device);
-}
-
 SimulatedOutput* SimulatedAudioObjects::output(AudioObjectID device)
 {
     const auto found = outputs_.find(device);

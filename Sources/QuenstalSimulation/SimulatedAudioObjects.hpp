@@ -60,7 +60,6 @@ public:
     void setDefaultOutput(AudioObjectID device);
     /// Somebody else moves a slider.
     void changeVolumeElsewhere(AudioObjectID device, std::uint32_t element, float value);
-    void changeMuteElsewhere(AudioObjectID device, bool muted);
     /// Null when it is not plugged in.
     SimulatedOutput* output(AudioObjectID device);
     /// The output with that UID; null when it is not plugged in.

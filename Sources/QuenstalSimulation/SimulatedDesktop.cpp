@@ -61,7 +61,6 @@ std::unique_ptr<StatusItem> SimulatedDesktop::createStatusItem(StatusItemHandler
 
 std::unique_ptr<PanelWindow> SimulatedDesktop::createPanel(const PanelSettings& settings)
 {
-    panelSettings_ = settings;
     panelFrame_ = settings.contentRect;
     return std::make_unique<Panel>(*this);
 }

@@ -41,7 +41,6 @@ public:
     void answerAlert(AlertResponse response);
 
     // The desktop's own behaviour.
-    void setScreens(std::vector<DesktopScreen> screens) { screens_ = std::move(screens); }
     void setPointer(std::optional<Point> pointer) { pointer_ = pointer; }
     /// Whether the tray has given the item its place, and whether it tells where.
     void placeStatusItem(bool isPlaced) { isPlaced_ = isPlaced; }
@@ -52,7 +51,6 @@ public:
     bool isPanelVisible() const { return isPanelVisible_; }
     bool panelHasKeyboard() const { return panelHasKeyboard_; }
     Rect panelFrame() const { return panelFrame_; }
-    const std::optional<PanelSettings>& panelSettings() const { return panelSettings_; }
     const std::optional<Alert>& alert() const { return alert_; }
     const std::vector<KeyFeedback>& keyFeedback() const { return feedback_; }
     const std::vector<std::string>& notices() const { return notices_; }
@@ -72,7 +70,6 @@ private:
     std::optional<StatusButtonAppearance> appearance_;
     bool isPlaced_ = true;
     std::optional<Rect> statusItemFrame_;
-    std::optional<PanelSettings> panelSettings_;
     Rect panelFrame_;
     bool isPanelVisible_ = false;
     bool panelHasKeyboard_ = false;

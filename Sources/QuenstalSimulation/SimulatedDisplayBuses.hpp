@@ -11,7 +11,7 @@
 namespace quenstal {
 
 /// Buses to simulated monitors, carried out literally: a request takes the time it takes. The run loop's time stands
-/// still meanwhile, as it does for a blocked main thread; how much was lost is told by `timeBlocked`.
+/// still meanwhile, as it does for a blocked main thread.
 class SimulatedDisplayBuses final : public DisplayBuses {
 public:
     /// Null is a bus on which nothing answers.
@@ -38,7 +38,6 @@ public:
     const std::vector<I2CRequest>& requests() const { return requests_; }
     /// Objects and connections not given back.
     std::size_t outstanding() const { return objects_.size(); }
-    RunLoop::Duration timeBlocked() const { return timeBlocked_; }
 
     PlatformStatus getMatchingFramebuffers(DisplayBusObject& iterator) override;
     DisplayBusObject iteratorNext(DisplayBusObject iterator) override;

@@ -109,10 +109,7 @@ std::unique_ptr<EventTap> SimulatedEventTaps::createEventTap(EventTapLocation lo
 bool SimulatedEventTaps::send(const TapEvent& event)
 {
     const std::vector<Tap*> taps = taps_;
-    const bool passed = std::ranges::all_of(taps, [&](const Tap* tap) { return tap->deliver(event); });
-    if (passed)
-        systemEvents_.push_back(event);
-    return passed;
+    return std::ranges::all_of(taps, [&](const Tap* tap) { return tap->deliver(event); });
 }
 
 bool SimulatedEventTaps::sendButton(std::int64_t button, std::int64_t state, bool isRepeat)

@@ -31,8 +31,6 @@ public:
     int listeningCount() const;
     /// What was asked of this, in order, for example "create session headInsert active 0x4000".
     const std::vector<std::string>& calls() const { return calls_; }
-    /// What reached the system.
-    const std::vector<TapEvent>& systemEvents() const { return systemEvents_; }
 
 private:
     class Tap;
@@ -40,7 +38,6 @@ private:
 
     std::vector<Tap*> taps_;
     std::vector<std::string> calls_;
-    std::vector<TapEvent> systemEvents_;
     bool refusesTaps_ = false;
     bool refusesSources_ = false;
 };

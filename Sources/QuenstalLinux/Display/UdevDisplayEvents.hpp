@@ -11,10 +11,8 @@ namespace quenstal {
 /// Tells when a monitor was plugged in or out, or an I2C device came or went. Main thread.
 class UdevDisplayEvents {
 public:
+    /// Without udev nothing is told: monitors are then found at the start and after a wake only.
     UdevDisplayEvents(RunLoop& loop, RunLoop::Task devicesChanged);
-
-    /// False where there is no udev: monitors are then found at the start and after a wake only.
-    bool isListening() const { return watch_ != nullptr; }
 
 private:
     struct Closer {
