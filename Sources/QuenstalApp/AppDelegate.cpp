@@ -66,8 +66,8 @@ void AppDelegate::applyTapPolicy()
     tapShouldRun_ ? mediaKeyTap_->start() : mediaKeyTap_->stop();
 }
 
-/// Keys work the moment access is given, and are the system's again the moment it is withdrawn. A tap that was refused
-/// is asked for again: what refused it may have gone without a word.
+/// Keys work the moment access is given, and go back to the system the moment it is withdrawn. A tap that was refused
+/// is requested again: the reason for the refusal may have gone without notice.
 void AppDelegate::tapPolicyMayHaveChanged(const QuenstalState& state)
 {
     const bool shouldRun = MediaKeyTapActivationPolicy::shouldEnableTap(state);
@@ -84,7 +84,7 @@ void AppDelegate::observeSleepAndWake()
         platform_.session.sleepAndWake.onWillSleep([this] { platform_.monitors.watch.machineWillSleep(); }));
 }
 
-/// What changes by other hands than the user's on the panel shows a turn later.
+/// Changes that do not come from the panel are shown a turn later.
 void AppDelegate::observeMachine()
 {
     const auto refresh = [this](auto...) { desk_->scheduleRefresh(); };
@@ -121,7 +121,7 @@ void AppDelegate::wake()
 {
     desk_->refresh();
     tapShouldRun_ = MediaKeyTapActivationPolicy::shouldEnableTap(desk_->state());
-    // Always made anew: the system may have let go of the tap in its sleep.
+    // Always made anew: the system may have dropped the tap while it slept.
     tapShouldRun_ ? mediaKeyTap_->restart() : mediaKeyTap_->stop();
     desk_->scheduleRefresh();
 }
@@ -144,7 +144,7 @@ void AppDelegate::applicationShouldReopen()
 void AppDelegate::applicationWillTerminate()
 {
     requireMainThread();
-    // The sound first, then what else must not be lost: the rest may be held up by whatever is frozen.
+    // The sound first, then whatever else must not be lost: a frozen server may hold up the rest.
     if (desk_)
         desk_->shutdown();
     platform_.sound.taps.giveSoundBack();

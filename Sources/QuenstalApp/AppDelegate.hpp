@@ -53,7 +53,7 @@ struct AppPlatform {
 /// thread: a call from any other is a programming error.
 class AppDelegate {
 public:
-    /// The user's step: one sixteenth a key press.
+    /// The step of one key press: one sixteenth.
     static constexpr double volumeStep = 0.0625;
 
     /// Everything in `platform` outlives the delegate.
@@ -66,7 +66,7 @@ public:
 
     void applicationDidFinishLaunching();
     void applicationWillTerminate();
-    /// The program was started a second time: shows what is running already.
+    /// The program was started a second time: opens the panel.
     void applicationShouldReopen();
 
     /// Only after launching has finished.

@@ -10,20 +10,20 @@ namespace quenstal {
 /// What the user asked for when starting the program.
 struct CommandLine {
     enum class Request {
-        /// Start, or show the one that runs.
+        /// Start, or open the running instance's panel.
         start,
-        /// Start, or leave the one that runs alone.
+        /// Start, or leave a running instance alone.
         startInBackground,
-        /// Start, and say what was found.
+        /// Start, and print a report whenever it changes.
         startAndTell,
-        /// Say what the one that runs found.
+        /// Print the running instance's report.
         report,
         help,
         version
     };
 
     Request request = Request::start;
-    /// The first word that is not understood; empty when all of them are.
+    /// The first unexpected word; empty when there is none.
     std::string unknown;
 
     bool operator==(const CommandLine&) const = default;

@@ -104,7 +104,7 @@ std::string description(const DisplayBusProblem& problem)
     return words += statement;
 }
 
-/// The device is closed to the user, or the system has none yet; not a monitor that is odd.
+/// The user has no access to the device, or the system has none yet; not a monitor that misbehaves.
 bool isMendedByAccess(const DisplayBusProblem& problem)
 {
     const bool isWithoutDevices = problem.device.empty() && !problem.remedy.empty();
@@ -131,7 +131,7 @@ std::string description(const PreferencesProblem& problem)
     programmingError("The problem is none of its kinds.");
 }
 
-/// The commands that mend a problem come once, after all that they mend.
+/// Each command stands once, after all the problems that it solves.
 std::vector<std::string> problems(const MachineReport& report, const MendingCommands& commands)
 {
     std::vector<std::string> lines;

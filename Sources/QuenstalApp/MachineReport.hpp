@@ -14,7 +14,7 @@ namespace quenstal {
 struct MachineReport {
     QuenstalState state;
     bool areKeysCaptured = false;
-    /// As it continues "captured"; empty when it is not known.
+    /// Continues the sentence "captured"; empty when unknown.
     std::string wayOfCapture;
     /// What keeps the keys from being captured and what the user can do about it; empty when nothing does.
     std::string captureAdvice;
@@ -22,16 +22,17 @@ struct MachineReport {
     std::optional<PreferencesProblem> preferencesProblem;
 };
 
-/// Commands that mend what may be missing, as this system spells them. An empty one is not offered.
+/// Commands that solve problems on this system. An empty one is not offered.
 struct MendingCommands {
     /// Starts the sound server.
     std::string startSound;
-    /// Gives the user the access to monitors and keys that is missing.
+    /// Gives the user access to monitors and keys.
     std::string giveAccess;
 };
 
-/// For a person at a terminal: the output, the path that its volume takes and why, the keys, and what is missing with
-/// the command that mends it. One line or more each, the last one ended. Says nothing that a key press changes.
+/// For a person at a terminal: the output, how its volume is controlled and why, the keys, and problems with the
+/// commands that solve them. One line or more each, and a newline at the end. Contains nothing that a key press
+/// changes.
 std::string inPlainWords(const MachineReport& report, const MendingCommands& commands);
 
 } // namespace quenstal

@@ -9,13 +9,13 @@
 
 namespace quenstal {
 
-/// Tells what was found, at the start and whenever it reads differently. Main thread.
+/// Prints the report at the start and whenever it changes. Main thread.
 class ReportPrinter {
 public:
-    /// Outputs come and go in several steps, and monitors answer late: this long is waited before anything is told.
+    /// Outputs come and go in several steps, and monitors answer late: how long to wait before printing.
     static constexpr auto settling = std::chrono::milliseconds(500);
 
-    /// `words` says what is found at the time it is asked. The run loop outlives this.
+    /// `words` gives the report as of the moment of the call. The run loop outlives this.
     ReportPrinter(RunLoop& runLoop, std::function<std::string()> words, std::function<void(const std::string&)> tell)
         : runLoop_(runLoop)
         , words_(std::move(words))
@@ -23,7 +23,7 @@ public:
     {
     }
 
-    /// Any number of changes while it settles are told once.
+    /// Any number of changes while things settle are printed once.
     void mayHaveChanged()
     {
         if (isSettling_)

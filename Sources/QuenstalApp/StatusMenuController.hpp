@@ -55,7 +55,7 @@ public:
     /// Called after the user switched the program on or off, with the new value.
     std::function<void(bool isEnabled)> onEnabledChanged;
 
-    /// Tells whether the key tap is running.
+    /// Reports whether the key tap is running.
     void updateMediaKeyCapture(bool isActive);
     /// Notes a captured key, for the panel, the report and the preferences.
     void recordMediaKeyCapture(MediaKeyRouter::Key key);

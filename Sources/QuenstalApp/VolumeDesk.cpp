@@ -62,7 +62,7 @@ void VolumeDesk::perform(RunLoop::Task task)
     if (isBusy_)
         return tasks_.post([this, task = std::move(task)] { perform(task); });
     isBusy_ = true;
-    // Asked for earlier: a step starts from what it leaves.
+    // It was requested earlier: a step starts from its result.
     makeUpForLostWrite();
     task();
     isBusy_ = false;

@@ -10,7 +10,7 @@ namespace quenstal {
 
 namespace {
 
-/// A key wants its feedback within this time. A service that needs longer is passed over until it answers.
+/// Feedback for a key must appear within this time. A service that takes longer is skipped until it answers.
 constexpr auto patience = std::chrono::milliseconds(250);
 
 } // namespace

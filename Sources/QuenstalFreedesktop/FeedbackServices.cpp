@@ -18,7 +18,7 @@ QDBusMessage callOfPlasma(const KeyFeedback& feedback)
     return call;
 }
 
-/// The number of the last bubble and the hints make one bubble of all of them, with a bar for the level.
+/// With the last notification's number and the hints, all values share one notification with a bar for the level.
 QDBusMessage callOfNotifications(const KeyFeedback& feedback, const QDBusMessage& lastAnswer, const QString& body)
 {
     QVariantMap hints{{QStringLiteral("x-canonical-private-synchronous"), QStringLiteral("volume")},

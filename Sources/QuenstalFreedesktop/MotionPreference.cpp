@@ -13,7 +13,7 @@ namespace {
 const QString service = QStringLiteral("org.freedesktop.portal.Desktop");
 const QString path = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString interface = QStringLiteral("org.freedesktop.portal.Settings");
-/// Where desktops keep the wish, each in its own words.
+/// Where each desktop stores the preference.
 struct Wish {
     const char* area;
     const char* key;
@@ -24,7 +24,7 @@ constexpr std::array<Wish, MotionPreference::wishCount> wishes{{
     {"org.freedesktop.appearance", "reduced-motion", [](const QVariant& value) { return value.toULongLong() == 1; }},
     {"org.gnome.desktop.interface", "enable-animations",
         [](const QVariant& value) { return value.typeId() == QMetaType::Bool && !value.toBool(); }},
-    // A factor of how long animations last, as a text.
+    // A factor for the duration of animations, as text.
     {"org.kde.kdeglobals.KDE", "AnimationDurationFactor",
         [](const QVariant& value) {
             bool isNumber = false;
@@ -69,7 +69,7 @@ void MotionPreference::readAll()
         read(wish);
 }
 
-/// Asks only a settings service that runs already: starting one would cost more than the answer is worth.
+/// Asks only a settings service that is already running: starting one would cost more than the answer is worth.
 void MotionPreference::read(std::size_t wish)
 {
     QDBusMessage call = QDBusMessage::createMethodCall(service, path, interface, QStringLiteral("Read"));

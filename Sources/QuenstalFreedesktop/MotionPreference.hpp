@@ -12,7 +12,7 @@
 
 namespace quenstal {
 
-/// Whether the user wants things to move, as the desktop's settings say. Motion is wanted until they are read. Main
+/// Whether the user wants animations, according to the desktop's settings. Assumed until they have been read. Main
 /// thread.
 class MotionPreference : public QObject {
     Q_OBJECT
@@ -21,7 +21,7 @@ public:
     /// The bus outlives it.
     explicit MotionPreference(SessionBus& bus);
 
-    /// Desktops keep the wish for less motion in so many places; one of them is enough.
+    /// The number of places where desktops store the wish for less motion; one of them is enough.
     static constexpr std::size_t wishCount = 3;
 
     bool isWanted() const { return isForLess_.none(); }

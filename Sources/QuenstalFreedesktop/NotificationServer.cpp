@@ -69,7 +69,7 @@ void NotificationServer::ask()
 void NotificationServer::answered(std::optional<bool> readsMarkup)
 {
     readsMarkup_ = readsMarkup;
-    // One that does not tell may read it.
+    // A server that does not answer may read markup.
     const bool mayReadMarkup = readsMarkup.value_or(true);
     for (const Waiting& waiting : std::exchange(waiting_, {}))
         waiting.use(written(waiting.text, mayReadMarkup));

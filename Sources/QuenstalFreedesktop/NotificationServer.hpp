@@ -13,7 +13,7 @@
 
 namespace quenstal {
 
-/// The desktop's notification server, as far as it has to be known before it is told anything. Main thread.
+/// The desktop's notification server, and what has to be known about it before anything is sent. Main thread.
 class NotificationServer : public QObject {
     Q_OBJECT
 
@@ -23,8 +23,8 @@ public:
     /// The bus outlives it.
     explicit NotificationServer(SessionBus& bus);
 
-    /// Hands over a plain text as the server takes it for the body of a notification: escaped where it reads markup. At
-    /// once when that is known; else it is asked, which starts it, as soon as there is a bus.
+    /// Passes on plain text as the server expects it in the body of a notification: escaped where it reads markup. At
+    /// once when that is known; otherwise the server is asked, which starts it, as soon as there is a bus.
     void whenWritten(const QString& text, std::function<void(const QString& body)> use);
 
     /// Shows a text to be read and closed.
@@ -44,7 +44,7 @@ private:
 
     SessionBus& bus_;
     QDBusServiceWatcher watcher_;
-    /// None until the one that runs has told.
+    /// None until the running server has answered.
     std::optional<bool> readsMarkup_;
     std::vector<Waiting> waiting_;
 };

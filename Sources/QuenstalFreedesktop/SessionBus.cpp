@@ -34,7 +34,7 @@ HiddenSessionBus::HiddenSessionBus()
 
 HiddenSessionBus::~HiddenSessionBus()
 {
-    // The toolkit's connection is made once: from here on it has failed, whoever asks for it.
+    // The toolkit makes its connection only once: from here on it has failed for every caller.
     QDBusConnection::sessionBus();
     if (hadAddress_)
         qputenv(addressVariable, address_);

@@ -9,8 +9,8 @@
 
 namespace quenstal {
 
-/// The session's message bus for the parts that speak to the desktop. One that did not greet at the start may do so
-/// later; until then there is none, and nobody waits for it. Main thread.
+/// The session's message bus for the parts that talk to the desktop. A bus that does not greet at the start may do so
+/// later; until then there is none, and nothing waits for it. Main thread.
 class SessionBus : public QObject {
     Q_OBJECT
 
@@ -31,8 +31,8 @@ private:
     QDBusConnection connection_;
 };
 
-/// While this lives the toolkit finds no session bus, and afterwards it looks for none again: one that is silent would
-/// be waited for. To be gone once the application object exists.
+/// While this lives, the toolkit finds no session bus, and it does not look for one afterwards: it would wait for a
+/// silent one. To be destroyed once the application object exists.
 class HiddenSessionBus {
 public:
     HiddenSessionBus();

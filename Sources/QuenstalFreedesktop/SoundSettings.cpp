@@ -18,7 +18,7 @@ struct Page {
     const char* argument;
 };
 
-/// Each desktop's own sound page first, then the mixers that stand alone.
+/// Each desktop's own sound page first, then stand-alone mixers.
 constexpr std::array<Page, 10> soundPages{{
     {"GNOME", "gnome-control-center", "sound"},
     {"KDE", "systemsettings", "kcm_pulseaudio"},

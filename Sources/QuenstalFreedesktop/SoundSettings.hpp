@@ -2,7 +2,7 @@
 
 namespace quenstal {
 
-/// Opens the desktop's page of sound settings, or a mixer that stands alone. False when there is neither.
+/// Opens the desktop's sound settings or a stand-alone mixer. False when there is neither.
 bool openSoundSettings();
 
 } // namespace quenstal

@@ -92,7 +92,7 @@ void StatusNotifierItem::appearOnBus()
     registerWithWatcher();
 }
 
-/// The toolkit's own calls for this wait for the answer, which nobody needs.
+/// The toolkit's own functions for this wait for an answer that is not needed.
 void StatusNotifierItem::tellBusOfName(const char* member, const QVariantList& arguments)
 {
     const QString bus = QStringLiteral("org.freedesktop.DBus");
@@ -152,7 +152,7 @@ void StatusNotifierItem::SecondaryActivate(int, int)
     emit secondaryActivated();
 }
 
-/// Hosts report 120 a notch; smooth wheels report parts of it, and some hosts 1 a notch.
+/// Hosts report 120 per notch; smooth wheels report fractions of it, and some hosts 1 per notch.
 void StatusNotifierItem::Scroll(int delta, const QString& orientation)
 {
     if (orientation.compare(QLatin1String("vertical"), Qt::CaseInsensitive) != 0)

@@ -13,7 +13,7 @@
 
 namespace quenstal {
 
-/// A picture as it travels: ARGB, 32 bits a pixel, most significant byte first.
+/// A picture in the protocol's format: ARGB, 32 bits per pixel, most significant byte first.
 struct NotifierPixmap {
     int width = 0;
     int height = 0;
@@ -66,7 +66,7 @@ public:
     int windowID() const { return 0; }
     QString iconName() const { return {}; }
     NotifierPixmaps icon() const { return icon_; }
-    /// The protocol's tips are markup, but for their title.
+    /// The protocol's tool tips are markup, except for the title.
     NotifierToolTip toolTip() const { return {{}, {}, title(), toolTip_.toHtmlEscaped()}; }
     QString accessibleDescription() const { return title() + QLatin1Char(' ') + toolTip_; }
     bool itemIsMenu() const { return false; }

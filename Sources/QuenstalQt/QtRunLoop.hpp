@@ -6,8 +6,8 @@
 
 namespace quenstal {
 
-/// The toolkit's event loop. Made on the main thread, after the application object. What was posted and has not run
-/// when it goes never runs.
+/// The toolkit's event loop. Made on the main thread, after the application object. Posted tasks that have not run
+/// when it is destroyed never run.
 class QtRunLoop final : public RunLoop {
 public:
     void post(Task task) override;

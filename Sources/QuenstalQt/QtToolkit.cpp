@@ -13,7 +13,7 @@ namespace quenstal {
 
 namespace {
 
-/// A window of a Wayland session cannot be placed under the icon: where an X server is at hand it is the better one.
+/// Wayland windows cannot be placed under the icon: where an X server is available, use it instead.
 void choosePlatform()
 {
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM") && qEnvironmentVariableIsSet("DISPLAY"))

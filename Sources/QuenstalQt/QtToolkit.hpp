@@ -8,13 +8,13 @@ class QTranslator;
 namespace quenstal {
 
 /// The toolkit's application object, made for a small program in the tray: it draws without a graphics processor and
-/// goes on without windows. One a process, before anything else of the toolkit. Main thread.
+/// keeps running without windows. One per process, made before anything else of the toolkit. Main thread.
 class QtToolkit {
 public:
-    /// A bus that has not greeted is none to the toolkit, which would wait for it.
+    /// A bus that has not greeted is hidden from the toolkit, which would wait for it.
     enum class SessionBusState { hasGreeted, isSilent };
 
-    /// Takes its own arguments out of the list. Both must outlive the toolkit.
+    /// Removes the toolkit's own arguments from the list. Both must outlive the toolkit.
     QtToolkit(int& argc, char** argv, SessionBusState bus = SessionBusState::hasGreeted);
     ~QtToolkit();
     QtToolkit(const QtToolkit&) = delete;

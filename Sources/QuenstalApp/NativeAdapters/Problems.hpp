@@ -8,7 +8,7 @@
 
 namespace quenstal {
 
-// What the machine tells of as missing, with names and paths that are presentable.
+// The problems that the machine reports, with presentable names and paths.
 
 std::vector<DisplayBusProblem> monitorProblems(const MonitorWatch& monitorWatch);
 std::optional<PreferencesProblem> preferencesProblem(const Preferences& preferences);

@@ -10,7 +10,7 @@
 
 namespace quenstal {
 
-/// Keeps the equaliser settings of every output in the user's preferences. A profile that cannot be read counts as
+/// Keeps the equalizer settings of every output in the user's preferences. A profile that cannot be read counts as
 /// none, and stays as it is; one that cannot be encoded is not saved.
 class UserDefaultsEQProfileStore final : public EQProfileStoring {
 public:

@@ -8,7 +8,7 @@ namespace {
 
 constexpr double dialHeight = 383;
 constexpr double setupHeight = 481;
-/// The equaliser's frame around its content.
+/// The equalizer's frame around its content.
 constexpr double equalizerChrome = 12 - 1;
 
 /// An icon this close to the top or the bottom is in a bar there, even when a side is closer still: trays sit in

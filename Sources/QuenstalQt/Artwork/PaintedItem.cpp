@@ -70,7 +70,7 @@ void PaintedItem::itemChange(ItemChange change, const ItemChangeData& data)
         beforeFrames_ = connect(data.window, &QQuickWindow::afterAnimating, this, &PaintedItem::stayOnElements);
 }
 
-/// An item is not told when one of those around it moves.
+/// Items get no notice when one of their ancestors moves.
 void PaintedItem::stayOnElements()
 {
     if (isVisible() && placeOf(canvas()) != place_)

@@ -6,7 +6,7 @@
 
 namespace quenstal {
 
-/// The equaliser's response over its grid of decibels: a line with a glow, and the area between it and 0 dB.
+/// The equalizer's response over its grid of decibels: a line with a glow, and the area between it and 0 dB.
 class ResponseCurve : public PaintedItem {
     Q_OBJECT
     /// Decibels at points evenly spread from the left edge to the right.

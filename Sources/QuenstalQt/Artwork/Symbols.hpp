@@ -9,7 +9,7 @@
 
 namespace quenstal {
 
-/// Paints the named symbol into the square. A name that is not known paints nothing.
+/// Paints the named symbol into the square. An unknown name paints nothing.
 void paintSymbol(QPainter& painter, const QRectF& square, QStringView name, const QColor& color);
 
 bool isKnownSymbol(QStringView name);

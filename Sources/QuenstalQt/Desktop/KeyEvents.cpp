@@ -22,7 +22,7 @@ std::uint16_t keyCodeOf(int key)
     }
 }
 
-/// With Control held the text is a control character: the key itself tells the letter.
+/// With Control held the text is a control character: the key itself gives the letter.
 std::string charactersOf(const QKeyEvent& event)
 {
     const int key = event.key();

@@ -11,8 +11,8 @@
 
 namespace quenstal {
 
-/// The views in the panel's window: loaded when the panel is first shown, and kept: to give them back would
-/// free little, and the panel would no longer appear at once. Main thread.
+/// The views in the panel's window: loaded when the panel is first shown, then kept, since unloading them would free
+/// little memory and the panel would no longer appear at once. Main thread.
 class PanelContent {
 public:
     PanelContent(QQuickWindow& window, GlassDialViewState& viewState);
@@ -21,7 +21,7 @@ public:
     /// The room for the shadow in points, and whether the desktop shines through.
     void show(int margin, bool translucent);
     void hide();
-    /// Loads nothing: without views there is nothing to ask in.
+    /// Loads nothing: without views there is nowhere to ask.
     void setQuestion(Question* question);
     void resize();
     void setKeyboardInUse(bool inUse) { model_.setKeyboardInUse(inUse); }

@@ -62,7 +62,7 @@ struct QtDesktop::State : QObject {
     }
 
     WindowSystem* windowSystem;
-    /// Both belong to the program; they tell when they go.
+    /// Both belong to the program; they announce their destruction.
     QtPanelWindow* panel = nullptr;
     TrayStatusItem* statusItem = nullptr;
     Handlers<std::function<bool(const KeyEvent&)>> keyMonitors;
@@ -102,7 +102,7 @@ std::unique_ptr<PanelWindow> QtDesktop::createPanel(const PanelSettings& setting
         if (state->statusItem)
             state->statusItem->stopWaitingForTray();
     };
-    // Where clicks elsewhere cannot be heard, the loss of the keyboard tells of them.
+    // Where clicks elsewhere cannot be observed, losing the keyboard focus reveals them.
     if (!state_->windowSystem)
         panel->onDeactivated = [state = state_.get()] { state->mouseMonitors.call(); };
     panel->onDestroyed = [state = QPointer<State>(state_.get())] {
@@ -161,7 +161,7 @@ void QtDesktop::showAlert(const Alert& alert, std::function<void(AlertResponse)>
     QStringList buttons;
     for (const std::string& button : alert.buttons)
         buttons << shownText(button);
-    // On a later turn, whoever answers.
+    // On a later turn, whichever way it is answered.
     const auto answer = [state = state_.get(), answered = std::move(answered)](int button) {
         QMetaObject::invokeMethod(
             state, [answered, button] { answered(alertFirstButtonReturn + button); }, Qt::QueuedConnection);

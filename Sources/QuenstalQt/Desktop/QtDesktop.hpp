@@ -17,7 +17,7 @@ public:
     explicit QtDesktop(WindowSystem* windowSystem);
     ~QtDesktop() override;
 
-    /// The session's bus, which did not greet when the toolkit was made, is at this address.
+    /// The session bus, silent when the toolkit was made, is now available at this address.
     void sessionBusAppeared(const std::string& address);
 
     std::unique_ptr<StatusItem> createStatusItem(StatusItemHandler& handler) override;

@@ -128,7 +128,7 @@ void QtPanelWindow::applyFrame()
     const int room = margin();
     const QRect glass(qRound(frame_.x), qRound(frame_.y), qRound(frame_.width), qRound(frame_.height));
     const QRect place = glass.adjusted(-room, -room, room, room);
-    // A compositor that arranges windows as tiles leaves one alone that has a size of its own.
+    // A tiling compositor leaves a window with a fixed size alone.
     window_->setMinimumSize(place.size());
     window_->setMaximumSize(place.size());
     window_->setGeometry(place);
@@ -168,7 +168,7 @@ void QtPanelWindow::orderOut()
 {
     if (!isVisible())
         return;
-    // Whoever the user has turned to meanwhile keeps the keyboard.
+    // The window that the user has turned to meanwhile keeps the keyboard.
     const bool hasKeyboard = windowSystem_ && windowSystem_->focusedWindow() == windowID();
     window_->hide();
     content_->hide();

@@ -35,12 +35,12 @@ public:
     /// Asks in front of the views; answered with the button's number. Questions wait for one another, and the last
     /// button answers when the panel is hidden.
     void ask(const QString& title, const QString& text, const QStringList& buttons, std::function<void(int)> answered);
-    /// An explanation to be read and closed; it replaces one that is still shown.
+    /// Shows an explanation until it is closed; replaces one that is still shown.
     void explain(const QString& title, const QString& text);
     bool isAsking() const { return !questions_.empty(); }
 
     WindowID windowID() const;
-    /// Whether the last press of a mouse button that the panel got was that of this time.
+    /// Whether the last mouse press in the panel happened at this time.
     bool wasPressedAt(std::uint32_t time) const { return lastPress_ == time; }
 
     /// Hears every key-down; the answer true keeps it from the views.

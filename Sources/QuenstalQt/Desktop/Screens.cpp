@@ -6,7 +6,7 @@ namespace quenstal {
 
 bool canShowWindows()
 {
-    // Twice the most of today's screens. The panel's pixels grow with its square.
+    // Twice the highest density of today's screens. The panel's pixels grow with its square.
     constexpr qreal mostDensity = 8;
     if (!QGuiApplication::primaryScreen()) {
         qWarning("Quenstal cannot open a window: there is no screen.");

@@ -2,8 +2,8 @@
 
 namespace quenstal {
 
-/// Whether windows can be shown: there is a screen, and the density that the desktop gives it is none that would make
-/// a small window larger than the memory. Where they cannot, standard error is told why. Main thread.
+/// Whether windows can be shown: there is a screen, and its density does not make a small window larger than the
+/// memory. If they cannot, the reason is printed to standard error. Main thread.
 bool canShowWindows();
 
 } // namespace quenstal

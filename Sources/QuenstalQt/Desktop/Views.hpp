@@ -8,7 +8,7 @@
 
 namespace quenstal {
 
-/// Makes one of the views. They are part of the program, so one that cannot be made ends it, with the reasons.
+/// Makes one of the views. They are part of the program, so a view that cannot be made ends it with the reasons.
 std::unique_ptr<QQuickItem> createView(QQmlEngine& engine, const char* name, const QVariantMap& properties);
 
 } // namespace quenstal

@@ -14,9 +14,9 @@
 
 namespace quenstal {
 
-/// Shows what a volume key did while the panel is closed: on the desktop's own display where it has one for programs
-/// to use, as a notification where windows cannot be placed, else as a small bar of glass. Each value replaces the one
-/// before in the same place, so a held key neither queues nor flickers. Main thread.
+/// Shows what a volume key did while the panel is closed: on the desktop's own display where programs can
+/// use it, as a notification where windows cannot be placed, otherwise as a small bar of glass. Each value replaces the
+/// previous one in place, so a held key neither queues nor flickers. Main thread.
 class KeyFeedbackPresenter : public QObject {
     Q_OBJECT
 
@@ -25,7 +25,7 @@ public:
     KeyFeedbackPresenter(WindowSystem* windowSystem, SessionBus& bus, NotificationServer& notificationServer);
     ~KeyFeedbackPresenter() override;
 
-    /// The texts are the rooms' below.
+    /// The texts are untranslated ones from the rooms below.
     void show(const KeyFeedback& english);
 
 private:

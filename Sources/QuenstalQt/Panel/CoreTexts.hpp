@@ -7,10 +7,10 @@
 
 namespace quenstal {
 
-/// A text from the rooms below in the user's language. What is no fixed text of theirs, as an output's name, stays.
+/// A text from the rooms below in the user's language. Anything else, such as an output's name, stays as it is.
 QString shownText(const std::string& text);
 
-/// The fixed texts of those rooms, which know no toolkit: listed for the translators under the context "Core".
+/// The fixed texts of those rooms, which do not know the toolkit, listed for translators in the context "Core".
 std::span<const char* const> coreTexts();
 
 } // namespace quenstal

@@ -9,7 +9,7 @@
 namespace quenstal {
 
 /// What keeps the monitors from being controlled, and what helps, in the user's language: a sentence for each problem.
-/// What helps several monitors in a row is said once, after the last.
+/// A remedy that several monitors in a row share is given once, after the last.
 QString monitorAdvice(const std::vector<DisplayBusProblem>& problems);
 
 } // namespace quenstal

@@ -20,7 +20,7 @@ QString fromView(std::string_view text)
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
 
-/// What the equaliser screen draws, apart from the meters.
+/// What the equalizer screen draws, apart from the meters.
 bool sameExceptLevels(GlassDialSnapshot left, const GlassDialSnapshot& right)
 {
     left.eqLevels = right.eqLevels;

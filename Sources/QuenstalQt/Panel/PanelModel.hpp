@@ -30,7 +30,7 @@ class PanelModel : public QObject, private GlassDialViewState::Observer {
     Q_PROPERTY(QString eqChipSubtitle READ eqChipSubtitle NOTIFY snapshotChanged)
     Q_PROPERTY(bool eqEnabled READ isEQEnabled NOTIFY snapshotChanged)
     Q_PROPERTY(bool eqAvailable READ isEQAvailable NOTIFY snapshotChanged)
-    // The equaliser screen.
+    // The equalizer screen.
     Q_PROPERTY(bool eqCanSwitchToSoftware READ eqCanSwitchToSoftware NOTIFY snapshotChanged)
     Q_PROPERTY(bool eqNeedsAudioPermission READ eqNeedsAudioPermission NOTIFY snapshotChanged)
     Q_PROPERTY(QString eqUnavailableReason READ eqUnavailableReason NOTIFY snapshotChanged)
@@ -69,7 +69,7 @@ class PanelModel : public QObject, private GlassDialViewState::Observer {
     Q_PROPERTY(bool showsMoreActions READ showsMoreActions NOTIFY moreActionsChanged)
     /// Off when the user asked the desktop for reduced motion, and while the panel is hidden.
     Q_PROPERTY(bool motion READ motion NOTIFY motionChanged)
-    /// The user goes from control to control by keyboard, so the focus has to be seen.
+    /// The user moves between controls with the keyboard, so the focus has to be visible.
     Q_PROPERTY(bool keyboardInUse READ isKeyboardInUse NOTIFY keyboardInUseChanged)
 
 public:

@@ -13,7 +13,7 @@ namespace quenstal {
 
 namespace {
 
-/// Trays may start after us: this long we wait for one before the panel opens without it.
+/// Trays may start after us: how long to wait for one before the panel opens without it.
 constexpr auto trayPatience = std::chrono::seconds(3);
 
 /// In points.
@@ -24,8 +24,8 @@ const QColor standardColor(246, 247, 250);
 const QColor secondaryColor(160, 164, 174);
 const QColor contourColor(0, 0, 0, 88);
 
-/// Trays report pixels, the program thinks in points. Each screen begins where it does in pixels, and is so many points
-/// large as its density leaves.
+/// Trays report pixels, the program uses points. Each screen begins at the same place in both, and its size in points
+/// depends on its density.
 Rect inPoints(const WindowSystem::PixelRect& rect)
 {
     const auto screens = QGuiApplication::screens();
@@ -39,7 +39,7 @@ Rect inPoints(const WindowSystem::PixelRect& rect)
     return {qreal(rect.x), qreal(rect.y), qreal(rect.width), qreal(rect.height)};
 }
 
-/// Hosts that do not know where they were clicked say the corner.
+/// Hosts that do not know where they were clicked report the corner.
 std::optional<Point> placeOfClick(int x, int y)
 {
     if (x == 0 && y == 0)
@@ -124,7 +124,7 @@ std::optional<Rect> TrayStatusItem::frame()
 
 void TrayStatusItem::setAppearance(const StatusButtonAppearance& appearance)
 {
-    // It is set ten times a second while the meters move: only a change is painted and told to the bar.
+    // It is set ten times a second while the meters move: only changes are painted and sent to the bar.
     if (appearance == appearance_)
         return;
     appearance_ = appearance;

@@ -12,7 +12,7 @@
 
 namespace quenstal {
 
-/// What the bar shows, for light and for dark bars alike: a program is not told which it is.
+/// The icon for light and dark bars alike: programs cannot find out which it is.
 QImage statusImage(int pixels, const StatusButtonAppearance& appearance);
 
 /// The status item in whatever tray there is: by the StatusNotifierItem protocol where a watcher takes it, else

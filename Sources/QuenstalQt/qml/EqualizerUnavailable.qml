@@ -1,7 +1,7 @@
 import QtQuick
 import Quenstal.Artwork
 
-// Says why there is no equaliser for this output, and offers the way to it.
+// Explains why there is no equalizer for this output, and offers the way to it.
 Item {
     id: notice
 

@@ -1,6 +1,6 @@
 import QtQuick
 
-// What the sliders of the equaliser have in common: a gain in half decibels, asked for by keys, wheel or assistive
+// What the sliders of the equalizer have in common: a gain in half decibels, asked for by keys, wheel or assistive
 // technology, and shown as the profile has it.
 Item {
     id: slider

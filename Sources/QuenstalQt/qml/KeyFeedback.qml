@@ -1,7 +1,7 @@
 import QtQuick
 import Quenstal.Artwork
 
-// What a volume key did, for the moment in which the panel is closed.
+// Shows what a volume key did while the panel is closed.
 Item {
     id: feedback
 

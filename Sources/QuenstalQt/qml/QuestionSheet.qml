@@ -14,7 +14,7 @@ FocusScope {
         color: Qt.rgba(0.03, 0.03, 0.05, 0.62)
         rim: "transparent"
 
-        // Nothing behind the sheet is reached.
+        // Nothing behind the sheet can be reached.
         MouseArea {
             anchors.fill: parent
             hoverEnabled: true

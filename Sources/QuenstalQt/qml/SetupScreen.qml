@@ -7,7 +7,7 @@ Item {
 
     required property PanelModel panel
     readonly property bool showsCaptureAdvice: !panel.keyCaptured && panel.captureAdvice !== ""
-    /// Two pieces of advice leave no room for what else is to be told of the output.
+    /// Two pieces of advice leave no room for anything else about the output.
     readonly property bool isCrowded: showsCaptureAdvice && panel.monitorAdvice !== ""
 
     Header {
