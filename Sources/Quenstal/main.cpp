@@ -8,6 +8,7 @@
 #include "QuenstalApp/PresentableText.hpp"
 #include "QuenstalApp/ReportPrinter.hpp"
 #include "QuenstalLinux/Bus/DBusConnection.hpp"
+#include "QuenstalLinux/Memory.hpp"
 #include "QuenstalLinux/Session/EndLimit.hpp"
 #include "QuenstalLinux/Session/SingleInstance.hpp"
 #include "QuenstalLinux/Session/TerminationSignals.hpp"
@@ -142,6 +143,9 @@ int run(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+    // A message of a bus may have 128 MB. What a frame of the panel takes is far smaller, and kept.
+    constexpr int largestKept = 4 * 1024 * 1024;
+    quenstal::returnLargeMemory(largestKept);
     try {
         return quenstal::run(argc, argv);
     } catch (const std::exception& error) {

@@ -5,6 +5,7 @@
 #include "QuenstalKeyService/KeyService.hpp"
 #include "QuenstalLinux/Bus/DBusConnection.hpp"
 #include "QuenstalLinux/Keyboards/EvdevKeyCapture.hpp"
+#include "QuenstalLinux/Memory.hpp"
 
 #include <cstdint>
 #include <cstdio>
@@ -13,7 +14,6 @@
 #include <stdexcept>
 #include <string>
 
-#include <malloc.h>
 #include <sys/prctl.h>
 
 namespace quenstal {
@@ -93,7 +93,7 @@ int main()
     prctl(PR_SET_DUMPABLE, 0);
     // A message may have 32 MB: what it took goes back to the system with it.
     constexpr int largestPiece = 128 * 1024;
-    mallopt(M_MMAP_THRESHOLD, largestPiece);
+    quenstal::returnLargeMemory(largestPiece);
     try {
         return quenstal::Program().run();
     } catch (const std::exception& error) {

@@ -158,5 +158,23 @@ class FrozenServers(PrivateDesktopTest):
         self.assert_nothing_is_left()
 
 
+class HardwarePath(PrivateDesktopTest):
+    IMPOSSIBLE_UNDER = PrivateDesktopTest.IMPOSSIBLE_UNDER | {
+        "address": "the emulation of the monitor preloads a library, as the sanitizer does"}
+
+    def test_the_keys_move_the_monitor_whatever_is_frozen_or_sent(self):
+        run = self.start(EXAMPLES / "guarded.py", ROOT / "tools/audio_session.sh", "run",
+                         f"{BUILD}/Examples/AudioSession/audio_session_card", "/usr/bin/python3",
+                         ROOT / "Tests/Journeys/hardware_path.py", BUILD)
+        told = self.told_by(run)
+        self.assertEqual(run.returncode, 0, told)
+        print(told)
+        self.assertNotIn("NOT", told)
+        self.assertEqual(len(re.findall("a key moves the monitor's volume", told)), 3, told)
+        self.assertEqual(len(re.findall("ended in .* s with status 0", told)), 4, told)
+        self.assertRegex(told, "[1-9] connections sent 30,000,000 bytes")
+        self.assert_nothing_is_left()
+
+
 if __name__ == "__main__":
     script_suite.run()

@@ -6,11 +6,13 @@
 #include "Support/BusStranger.hpp"
 
 #include <atomic>
+#include <cstdint>
 #include <fstream>
 #include <functional>
 #include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -199,12 +201,14 @@ struct KeyServiceFloodTest : KeyServiceProgramTest {
                 return true;
         return false;
     }
-    /// In kilobytes.
-    long mostMemoryUsed() const
+    /// In kilobytes: what it has now, or the most that it ever had.
+    long memoryUsed() const { return statusOf("RssAnon:"); }
+    long mostMemoryUsed() const { return statusOf("VmHWM:"); }
+    long statusOf(const char* what) const
     {
         std::ifstream status("/proc/" + std::to_string(process) + "/status");
         for (std::string word; status >> word;)
-            if (long kilobytes = 0; word == "VmHWM:" && status >> kilobytes)
+            if (long kilobytes = 0; word == what && status >> kilobytes)
                 return kilobytes;
         return 0;
     }
@@ -236,6 +240,23 @@ TEST_F(KeyServiceFloodTest, aFloodOfCallsTakesNoMemoryAndTheClientKeepsItsKeys)
     EXPECT_TRUE(showsThatItLives());
     EXPECT_TRUE(flood.isGoingOn()) << "nothing came of it before the end of the flood";
     EXPECT_LT(mostMemoryUsed() - before, 2048);
+    EXPECT_FALSE(client->isDropped());
+}
+
+TEST_F(KeyServiceFloodTest, whatLargeMessagesTakeGoesBackWithThem)
+{
+    const auto client = listeningClient();
+    const long before = memoryUsed();
+    ASSERT_GT(before, 0);
+    BusStranger attacker(bus.address());
+    const std::vector<std::uint8_t> body(30'000'000);
+    for (int round = 0; round < 4; ++round)
+        attacker.callWithBody(KeyServiceProtocol::busName, KeyServiceProtocol::objectPath,
+            KeyServiceProtocol::interface, KeyServiceProtocol::captureMember, body);
+    EXPECT_GT(mostMemoryUsed(), 30'000) << "it never had one";
+    EXPECT_TRUE(slowly([&] { return memoryUsed() - before < 2048; })) << memoryUsed() - before << " kB";
+    keyboard->type({{KEY_VOLUMEUP, 1}});
+    EXPECT_TRUE(slowly([&] { return client->presses().size() == 2; }));
     EXPECT_FALSE(client->isDropped());
 }
 

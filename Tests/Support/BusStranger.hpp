@@ -2,8 +2,10 @@
 
 // Someone else on a message bus, who sends whatever the bus carries.
 
+#include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 #include <systemd/sd-bus.h>
@@ -50,6 +52,17 @@ public:
             sd_bus_message_new_method_call(bus_.get(), &message, destination.c_str(), path, interface, member), 0);
         sd_bus_message_set_expect_reply(message, 0);
         sd_bus_send(bus_.get(), message, nullptr);
+        sd_bus_message_unref(message);
+    }
+    /// The answer has come when this returns, were it a refusal.
+    void callWithBody(const std::string& destination, const char* path, const char* interface, const char* member,
+        const std::vector<std::uint8_t>& body)
+    {
+        sd_bus_message* message = nullptr;
+        ASSERT_GE(
+            sd_bus_message_new_method_call(bus_.get(), &message, destination.c_str(), path, interface, member), 0);
+        sd_bus_message_append_array(message, 'y', body.data(), body.size());
+        sd_bus_call(bus_.get(), message, 0, nullptr, nullptr);
         sd_bus_message_unref(message);
     }
     /// Everything sent before has left this program.

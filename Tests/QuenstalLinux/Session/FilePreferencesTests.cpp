@@ -45,6 +45,29 @@ private:
     rlimit usual_{};
 };
 
+/// For as long as it lives no file grows beyond a few bytes: a write ends early, as on a disk that is full.
+class FullDisk {
+public:
+    FullDisk()
+        : usualAnswer_(signal(SIGXFSZ, SIG_IGN))
+    {
+        getrlimit(RLIMIT_FSIZE, &usual_);
+        const rlimit little{20, usual_.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &little);
+    }
+    FullDisk(const FullDisk&) = delete;
+    FullDisk& operator=(const FullDisk&) = delete;
+    ~FullDisk()
+    {
+        setrlimit(RLIMIT_FSIZE, &usual_);
+        signal(SIGXFSZ, usualAnswer_);
+    }
+
+private:
+    sighandler_t usualAnswer_;
+    rlimit usual_{};
+};
+
 struct FilePreferencesTest : testing::Test {
     FilePreferencesTest()
     {
@@ -409,6 +432,30 @@ TEST_F(FilePreferencesTest, whatCannotBeSavedStaysInForceIsToldOnceAndTriedAgain
     loop.advance(FilePreferences::retryPause);
     ASSERT_TRUE(eventually(loop, [&] { return told.size() == 2; }));
     EXPECT_EQ(preferences.problem(), std::nullopt);
+    FilePreferences next(loop, path);
+    EXPECT_TRUE(next.boolean("flag"));
+    EXPECT_EQ(next.number("number"), 2);
+}
+
+TEST_F(FilePreferencesTest, aDiskThatIsFullLosesNothing)
+{
+    FilePreferences preferences(loop, path);
+    preferences.setBoolean("flag", true);
+    preferences.saveNow();
+    const std::string whole = fileText();
+    int told = 0;
+    const auto telling = preferences.onProblemChanged([&] { ++told; });
+    {
+        const FullDisk full;
+        preferences.setNumber("number", 2);
+        preferences.saveNow();
+        loop.runUntilIdle();
+        EXPECT_EQ(preferences.problem(), problem(Kind::notSaved));
+        EXPECT_EQ(preferences.number("number"), 2);
+    }
+    EXPECT_EQ(fileText(), whole);
+    loop.advance(FilePreferences::retryPause);
+    ASSERT_TRUE(eventually(loop, [&] { return told == 2; }));
     FilePreferences next(loop, path);
     EXPECT_TRUE(next.boolean("flag"));
     EXPECT_EQ(next.number("number"), 2);
