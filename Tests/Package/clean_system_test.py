@@ -32,8 +32,10 @@ class CleanSystem(unittest.TestCase):
         folder = tempfile.TemporaryDirectory(prefix="quenstal-debian-")
         self.addCleanup(folder.cleanup)
         self.system = pathlib.Path(folder.name) / "system"
-        made = subprocess.run(["mmdebstrap", "--variant=apt", "bookworm", self.system], check=False,
-                              stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+        # Its lists are used below, and none of it need outlive a power failure.
+        made = subprocess.run(["mmdebstrap", "--variant=apt", "--skip=cleanup/apt/lists",
+                               "--dpkgopt=force-unsafe-io", '--aptopt=Acquire::Languages "none"', "bookworm",
+                               self.system], check=False, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
         if made.returncode != 0:
             self.skipTest("no Debian 12 can be had: " + made.stdout.strip().splitlines()[-1])
         self.package = BuiltPackage(BUILD)
@@ -83,7 +85,6 @@ class CleanSystem(unittest.TestCase):
         child.stdout.close()
 
     def test_comes_works_and_goes(self):
-        self.inside("apt-get", "update", "-qq")
         self.inside("apt-get", "satisfy", "-y", "-qq", "--no-install-recommends", self.package.field("Depends"))
         before = self.there()
         self.inside("apt-get", "install", "-y", "-qq", "--no-install-recommends", "/tmp/quenstal.deb")

@@ -1,13 +1,21 @@
 """The package on an emulated machine that is up: systemd, the device manager, logind, the bus and polkit run, and users
 with nothing but an account log in. Run there, as root; changes that machine."""
 
+import contextlib
+import errno
+import fcntl
 import grp
 import json
 import os
 import pathlib
+import pwd
+import re
 import subprocess
 import sys
 import unittest
+
+import dbus.bus
+import dbus.lowlevel
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "Tests" / "Support"))
@@ -20,9 +28,11 @@ PACKAGES = pathlib.Path(sys.argv.pop(1)).resolve()
 FIRST = PACKAGES / "quenstal.deb"
 LATER = PACKAGES / "quenstal-later.deb"
 UNIT = f"{ID}.service"
+SYSTEMD = "org.freedesktop.systemd1"
 KEY_SERVICE = "quenstal-keyd.service"
 RULE = pathlib.Path("/usr/lib/udev/rules.d/70-quenstal-i2c.rules")
 ACTIVATE = (ID, "/app/quenstal/Quenstal", "org.freedesktop.Application", "Activate", "a{sv}", "0")
+EVIOCGRAB = 0x40044590
 # Seconds; more on a machine that took longer to boot.
 LIMIT = 60 * int(os.environ["QUENSTAL_MACHINE_SLOWNESS"])
 
@@ -47,7 +57,8 @@ class User:
     def __init__(self, name):
         run("useradd", "--create-home", "--shell", "/bin/sh", name)
         self.name = name
-        self.number = int(run("id", "--user", name))
+        account = pwd.getpwnam(name)
+        self.number, self.group = account.pw_uid, account.pw_gid
         self.runtime = f"/run/user/{self.number}"
         self.identity = {"user": name, "group": name, "extra_groups": []}
         self.environment = {"PATH": os.environ["PATH"], "HOME": f"/home/{name}", "LANG": "C.UTF-8",
@@ -58,19 +69,54 @@ class User:
         """From outside of the user's sessions, but with a way to what serves them."""
         return run(*command, env=self.environment, cwd="/", **self.identity)
 
+    @contextlib.contextmanager
+    def acting(self):
+        """This process in the user's place. A program of its own costs half a second on this machine."""
+        os.setgroups([])
+        os.setegid(self.group)
+        os.seteuid(self.number)
+        try:
+            yield
+        finally:
+            os.seteuid(0)
+            os.setegid(0)
+
     def may_open(self, node):
-        return succeeds("sh", "-c", ': <>"$1"', "sh", node, **self.identity)
+        with self.acting():
+            try:
+                os.close(os.open(node, os.O_RDWR))
+            except PermissionError:
+                return False
+        return True
 
     def manager(self, *words):
         return self.run("systemctl", "--user", *words)
 
+    def asked(self, name, path, method, *words):
+        """What a program on the user's bus answers; it is not started for that."""
+        message = dbus.lowlevel.MethodCallMessage(name, path, *method.rsplit(".", 1))
+        message.set_auto_start(False)
+        message.append(*words)
+        # The bus knows nobody but its user.
+        with self.acting():
+            bus = dbus.bus.BusConnection(self.environment["DBUS_SESSION_BUS_ADDRESS"])
+        try:
+            return bus.send_message_with_reply_and_block(message, LIMIT).get_args_list()[0]
+        finally:
+            bus.close()
+
+    def has_bus(self):
+        try:
+            return self.property("ActiveState", "basic.target")
+        except dbus.DBusException:
+            return False
+
     def property(self, name, unit=UNIT):
-        return self.manager("show", "--value", f"--property={name}", unit).strip()
+        path = self.asked(SYSTEMD, "/org/freedesktop/systemd1", f"{SYSTEMD}.Manager.LoadUnit", unit)
+        return str(self.asked(SYSTEMD, path, "org.freedesktop.DBus.Properties.GetAll", "")[name])
 
     def report(self):
-        said = self.run("busctl", "--user", "--json=short", "--auto-start=no", "call", ID, "/app/quenstal/Quenstal", ID,
-                        "Report")
-        return json.loads(said)["data"][0]
+        return str(self.asked(ID, "/app/quenstal/Quenstal", f"{ID}.Report"))
 
 
 class Login:
@@ -85,13 +131,13 @@ class Login:
         wait_for(lambda: self.state() == "active", "session at the screen", LIMIT)
         # Who logs in soon after having logged out may meet a manager that is about to end.
         wait_for(lambda: succeeds("systemctl", "is-active", f"user@{user.number}.service"), "the user's manager", LIMIT)
-        wait_for(lambda: succeeds("systemctl", "--user", "show-environment", env=user.environment, **user.identity),
-                 "the user's bus", LIMIT)
+        wait_for(user.has_bus, "the user's manager on the user's bus", LIMIT)
 
     def state(self):
-        said = subprocess.run(["loginctl", "show-user", "--property=State", "--value", self.user.name],
-                              capture_output=True, text=True, check=False)
-        return said.stdout.strip()
+        """As logind keeps it; empty without a session."""
+        file = pathlib.Path(f"/run/systemd/users/{self.user.number}")
+        found = re.search("^STATE=(.*)$", file.read_text(), re.MULTILINE) if file.exists() else None
+        return found.group(1) if found else ""
 
     def log_out(self):
         # Fails when it has ended by itself.
@@ -126,7 +172,15 @@ class Keyboard:
 
     @staticmethod
     def is_captured():
-        return 'Name="Quenstal ' in pathlib.Path("/proc/bus/input/devices").read_text()
+        """Whether another program has it for itself. Its copy is there a while before."""
+        devices = pathlib.Path("/proc/bus/input/devices").read_text().split("\n\n")
+        device = next(device for device in devices if 'Name="QEMU QEMU USB Keyboard"' in device)
+        with open("/dev/input/" + re.search(r"event\d+", device).group(), "rb") as node:
+            try:
+                fcntl.ioctl(node, EVIOCGRAB, 1)
+            except OSError as error:
+                return error.errno == errno.EBUSY
+        return False
 
 
 def version():
@@ -138,6 +192,19 @@ def version():
 def install(package):
     if version() != run("dpkg-deb", "--field", package, "Version").strip():
         run("dpkg", "--install", package)
+
+
+def forget_other_packages():
+    """dpkg reads the lists of all packages whenever it runs, half a minute on this machine. Left are those that ours
+    depends on, and the bus, which dpkg tells of new services."""
+    needed = re.findall("[a-z0-9][a-z0-9+.-]+(?= |,|$)", run("dpkg-deb", "--field", FIRST, "Depends"))
+    wanted = {"quenstal", "dbus", *needed}
+    status = pathlib.Path("/var/lib/dpkg/status")
+    packages = [package for package in status.read_text().split("\n\n")
+                if package.removeprefix("Package: ").split("\n", 1)[0] in wanted]
+    status.write_text("\n\n".join(packages) + "\n")
+    triggers = pathlib.Path("/var/lib/dpkg/triggers/File")
+    triggers.write_text("".join(line for line in triggers.read_text().splitlines(True) if " dbus/" in line))
 
 
 def purge():
@@ -178,8 +245,7 @@ def setUpModule():
     pathlib.Path("/usr/sbin/policy-rc.d").unlink(missing_ok=True)
     for entry in pathlib.Path("/etc/xdg/autostart").glob("*"):
         entry.unlink()
-    # Half a minute of this machine's time, and nobody reads manuals on it.
-    pathlib.Path("/var/lib/man-db/auto-update").unlink(missing_ok=True)
+    forget_other_packages()
     # Other suites do without managers of the users.
     pathlib.Path("/etc/systemd/system/user@.service").unlink()
     pathlib.Path("/etc/systemd/user/desktop.target").write_text(
@@ -224,20 +290,28 @@ class MachineCase(unittest.TestCase):
 
 
 class RunningCase(MachineCase):
-    """A user logged in, and the program without a screen: such a session has its keys from the key service."""
+    """A user logged in, and the program without a screen: such a session has its keys from the key service. Both go on
+    for the next of these cases, since each login costs ten seconds."""
 
-    @classmethod
-    def log_in_and_start(cls):
-        cls.login = Login(alice, "sleep", "infinity")
-        cls.addClassCleanup(cls.login.log_out)
-        cls.start()
+    login = None
 
-    @classmethod
-    def start(cls):
-        alice.manager("set-environment", "QT_QPA_PLATFORM=offscreen")
-        cls.addClassCleanup(alice.manager, "unset-environment", "QT_QPA_PLATFORM")
+    @staticmethod
+    def log_in():
+        if not RunningCase.login:
+            RunningCase.login = Login(alice, "sleep", "infinity")
+            alice.manager("set-environment", "QT_QPA_PLATFORM=offscreen")
+
+    @staticmethod
+    def start():
         alice.run("busctl", "--user", "call", *ACTIVATE)
-        cls.addClassCleanup(alice.manager, "stop", UNIT)
+
+    @staticmethod
+    def log_out():
+        if RunningCase.login:
+            alice.manager("stop", UNIT)
+            alice.manager("unset-environment", "QT_QPA_PLATFORM")
+            RunningCase.login.log_out()
+            RunningCase.login = None
 
 
 class Installed(RunningCase):
@@ -245,8 +319,7 @@ class Installed(RunningCase):
 
     @classmethod
     def setUpClass(cls):
-        cls.login = Login(alice, "sleep", "infinity")
-        cls.addClassCleanup(cls.login.log_out)
+        cls.log_in()
         purge()
         cls.reached_before = [bus for bus in buses("") if alice.may_open(bus)]
         # As an earlier version that gave away more than leads to monitors.
@@ -289,6 +362,7 @@ class InstalledOnADesktop(MachineCase):
 
     @classmethod
     def setUpClass(cls):
+        RunningCase.log_out()
         install(FIRST)
         preferences = pathlib.Path(f"/home/{alice.name}/.config/quenstal/preferences.json")
         alice.run("mkdir", "-p", preferences.parent)
@@ -307,10 +381,11 @@ class InstalledOnADesktop(MachineCase):
     @staticmethod
     def owner():
         """The process that has the program's name."""
-        said = subprocess.run(["busctl", "--user", "call", "org.freedesktop.DBus", "/org/freedesktop/DBus",
-                               "org.freedesktop.DBus", "GetConnectionUnixProcessID", "s", ID], capture_output=True,
-                              text=True, check=False, env=alice.environment, **alice.identity)
-        return said.stdout.removeprefix("u ").strip()
+        bus = "org.freedesktop.DBus"
+        try:
+            return str(alice.asked(bus, "/org/freedesktop/DBus", f"{bus}.GetConnectionUnixProcessID", ID))
+        except dbus.DBusException:
+            return ""
 
     def has_panel(self):
         return succeeds("env", self.screen, "xdotool", "search", "--onlyvisible", "--name", "^Quenstal$",
@@ -346,7 +421,8 @@ class Upgraded(RunningCase):
     @classmethod
     def setUpClass(cls):
         install(FIRST)
-        cls.log_in_and_start()
+        cls.log_in()
+        cls.start()
         wait_for(keyboard.is_captured, "captured keyboard", LIMIT)
         cls.program = alice.property("MainPID")
         cls.key_service = run("systemctl", "show", "--value", "--property=MainPID", KEY_SERVICE).strip()
@@ -373,7 +449,8 @@ class Withdrawn(RunningCase):
     @classmethod
     def setUpClass(cls):
         install(LATER)
-        cls.log_in_and_start()
+        cls.log_in()
+        cls.start()
         wait_for(keyboard.is_captured, "captured keyboard", LIMIT)
         cls.files = [path for path in run("dpkg", "--listfiles", "quenstal").splitlines() if os.path.isfile(path)]
         purge()

@@ -47,10 +47,10 @@ socket=$(mktemp -u /tmp/quenstal-machine-XXXXXX)
 trap 'rm -f "$socket"' EXIT
 status=0
 # Slow, but the same everywhere: emulated machines are seldom let near the processor's own help.
-timeout "$limit_seconds" qemu-system-x86_64 -accel tcg,thread=multi,tb-size=512 -cpu max -M q35,usb=off,vmport=off,i8042=off \
+timeout "$limit_seconds" qemu-system-x86_64 -accel tcg,thread=multi,tb-size=512 -cpu max,aes=off,pclmulqdq=off -M q35,usb=off,vmport=off,i8042=off,sata=off \
     -m 1024 -nodefaults -no-user-config -no-reboot -display none \
     -kernel "$kernel/boot/vmlinuz-$version" -initrd "$kernel/initrd.img" \
-    -append "console=ttyS0 quiet loglevel=4 panic=-1 tsc=reliable no_timer_check mitigations=off $kernel_options guest=$root/tools/machine/${QUENSTAL_MACHINE_GUEST:-guest}.sh" \
+    -append "console=ttyS0 quiet loglevel=4 panic=-1 tsc=reliable no_timer_check mitigations=off init_on_alloc=0 audit=0 modprobe.blacklist=kvm_amd,iTCO_wdt,powernow_k8 systemd.show_status=false $kernel_options guest=$root/tools/machine/${QUENSTAL_MACHINE_GUEST:-guest}.sh" \
     -serial "file:$out/console.log" \
     -virtfs "local,path=/,mount_tag=host,security_model=none,readonly=on,multidevs=remap" \
     -virtfs "local,path=$out,mount_tag=out,security_model=none" \
