@@ -88,6 +88,17 @@ std::size_t Desk::keysDown() const
         [](std::size_t sum, const auto& entry) { return sum + entry.second.down.size(); });
 }
 
+std::string Desk::namesOfKeysDown() const
+{
+    const std::lock_guard lock(mutex_);
+    std::string names;
+    for (const auto& [node, keyboard] : keyboards_) {
+        for (const std::uint16_t key : keyboard.down)
+            names += node + ": " + libevdev_event_code_get_name(EV_KEY, key) + '\n';
+    }
+    return names;
+}
+
 std::size_t Desk::keyboards() const
 {
     const std::lock_guard lock(mutex_);
@@ -170,7 +181,8 @@ void Desk::take(const Event& event)
         down.erase(code);
     if (event.event.value != 1)
         return;
-    down.insert(code);
+    if (!down.insert(code).second)
+        text_ += "(never released)";
     const auto letter = std::ranges::find(letters, code);
     const bool isShifted
         = std::ranges::any_of(keyboards_, [](const auto& entry) { return entry.second.down.contains(KEY_LEFTSHIFT); });

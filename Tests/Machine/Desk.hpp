@@ -27,6 +27,7 @@ public:
     Typewriter();
 
     void key(std::uint16_t code, bool isDown);
+    std::string node() const { return libevdev_uinput_get_devnode(device_.get()); }
 
 private:
     struct Destroy {
@@ -54,6 +55,8 @@ public:
     std::size_t typed() const { return typed_; }
     /// Of all keyboards together.
     std::size_t keysDown() const;
+    /// Each with its node.
+    std::string namesOfKeysDown() const;
     /// How many keyboards it has open.
     std::size_t keyboards() const;
 

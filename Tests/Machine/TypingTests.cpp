@@ -5,6 +5,7 @@
 #include "Machine/Emulator.hpp"
 #include "Machine/MachineLoop.hpp"
 #include "QuenstalLinux/Keyboards/EvdevKeyCapture.hpp"
+#include "QuenstalLinux/Keyboards/GrabbedKeyboard.hpp"
 #include "QuenstalLinux/Keys/LinuxEventTaps.hpp"
 #include "QuenstalLinux/Keys/PatientKeyCapture.hpp"
 
@@ -20,12 +21,12 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// All letters one after the other, four in thirty in capitals.
-std::string longText(std::size_t length)
+/// All letters one after the other; so many in thirty are capitals.
+std::string longText(std::size_t length, std::size_t capitals)
 {
     std::string text;
     for (std::size_t i = 0; i < length; ++i)
-        text += static_cast<char>((i % 30 < 4 ? 'A' : 'a') + i % 26);
+        text += static_cast<char>((i % 30 < capitals ? 'A' : 'a') + i % 26);
     return text;
 }
 
@@ -137,7 +138,7 @@ TEST_F(MachineTypingTest, tenThousandLettersComeThroughRestartsWakesAndHotplug)
     Desk desk;
     Typewriter typewriter;
     ASSERT_TRUE(loop.runUntil([&] { return desk.keyboards() == 1; }));
-    const std::string text = longText(10'000);
+    const std::string text = longText(10'000, 4);
     int captures = 0;
     {
         const Typist typist(typewriter, desk, text);
@@ -160,8 +161,33 @@ TEST_F(MachineTypingTest, tenThousandLettersComeThroughRestartsWakesAndHotplug)
     }
     EXPECT_TRUE(loop.runUntil([&] { return desk.typed() >= text.size() && desk.keysDown() == 0; }));
     EXPECT_EQ(desk.text(), text);
-    EXPECT_EQ(desk.keysDown(), 0u);
+    EXPECT_EQ(desk.namesOfKeysDown(), "");
     std::printf("%zu letters through %d captures\n", text.size(), captures);
+}
+
+TEST_F(MachineTypingTest, aKeyThatIsPressedAsAKeyboardIsGrabbedComesUpForEveryone)
+{
+    Desk desk;
+    Typewriter typewriter;
+    ASSERT_TRUE(loop.runUntil([&] { return desk.keyboards() == 1; }));
+    GrabbedKeyboard keyboard(typewriter.node(), [](std::int64_t, bool) {});
+    ASSERT_TRUE(keyboard.makeClone());
+    ASSERT_TRUE(loop.runUntil([&] { return desk.keyboards() == 2; }));
+    const std::string text = longText(3'000, 0);
+    int grabs = 0;
+    {
+        const Typist typist(typewriter, desk, text);
+        while (!typist.isDone()) {
+            keyboard.tryToGrab();
+            grabs += keyboard.state() == GrabbedKeyboard::State::grabbed ? 1 : 0;
+            keyboard.letGo();
+        }
+    }
+    keyboard.readEvents();
+    EXPECT_TRUE(loop.runUntil([&] { return desk.keysDown() == 0; }));
+    EXPECT_EQ(desk.text(), text);
+    EXPECT_EQ(desk.namesOfKeysDown(), "");
+    std::printf("%d grabs\n", grabs);
 }
 
 } // namespace

@@ -1,9 +1,9 @@
 #include "QuenstalLinux/Keyboards/GrabbedKeyboard.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdint>
-#include <set>
 #include <utility>
 
 #include <fcntl.h>
@@ -35,7 +35,7 @@ bool isDrop(const input_event& event)
 }
 
 template <typename Iterator>
-bool leavesAKeyDown(Iterator begin, Iterator end)
+std::set<std::uint16_t> keysLeftDown(Iterator begin, Iterator end)
 {
     std::set<std::uint16_t> down;
     for (; begin != end; ++begin) {
@@ -44,7 +44,7 @@ bool leavesAKeyDown(Iterator begin, Iterator end)
         else if (begin->type == EV_KEY)
             down.erase(begin->code);
     }
-    return !down.empty();
+    return down;
 }
 
 } // namespace
@@ -84,10 +84,16 @@ bool GrabbedKeyboard::makeClone()
 
 void GrabbedKeyboard::tryToGrab()
 {
-    heardByOthers();
-    readEvents();
-    if (state_ != State::waiting || isAnyKeyHeld())
-        return;
+    do {
+        heardByOthers();
+        readEvents();
+        if (state_ == State::waiting && !isAnyKeyHeld())
+            grab();
+    } while (state_ == State::waiting && !owedReleases_.empty() && !isAnyKeyHeld());
+}
+
+void GrabbedKeyboard::grab()
+{
     if (const int status = libevdev_grab(device_.get(), LIBEVDEV_GRAB); status != 0) {
         state_ = status == -EBUSY ? State::busy : State::gone;
         return;
@@ -99,9 +105,9 @@ void GrabbedKeyboard::tryToGrab()
     // Others heard the keyboard until the grab took effect.
     const auto ours
         = heard.empty() ? events.begin() : std::find_if(events.rbegin(), events.rend(), isSameAs(heard.back())).base();
+    heldForOthers_ = keysLeftDown(events.begin(), ours);
     handle(ours, events.end());
-    // A key that went down before that must come up for them.
-    if (leavesAKeyDown(events.begin(), ours))
+    if (!heldForOthers_.empty() || !owedReleases_.empty())
         letGo();
 }
 
@@ -111,7 +117,10 @@ void GrabbedKeyboard::letGo()
         return;
     // To end the grab takes the kernel a while, in which others type on: what is ours goes first.
     const bool doOthersHear = passUntilOthersHear();
+    const Keys owed = doOthersHear ? Keys() : pressOwedReleases();
     libevdev_grab(device_.get(), LIBEVDEV_UNGRAB);
+    for (const std::uint16_t key : owed)
+        inject(key, false);
     if (!doOthersHear)
         passUntilOthersHear();
     // The kernel gives a keyboard that is freed the lights of the console.
@@ -129,8 +138,30 @@ bool GrabbedKeyboard::passUntilOthersHear()
     // More than the kernel keeps can only have come afterwards.
     theirs = std::min(theirs, std::find_if(events.begin(), events.end(), isDrop));
     handle(events.begin(), theirs);
-    std::for_each(theirs, events.end(), [this](const input_event& event) { passRelease(event); });
+    std::for_each(theirs, events.end(), [this](const input_event& event) { othersHear(event); });
     return !heard.empty();
+}
+
+/// A key that went down before the grab and came up since would stay down for everyone else. The kernel tells of a
+/// release only when the key is down: it goes down again while nobody hears it, to come up when they do.
+GrabbedKeyboard::Keys GrabbedKeyboard::pressOwedReleases()
+{
+    const Keys keys = std::exchange(owedReleases_, {});
+    for (const std::uint16_t key : keys)
+        inject(key, true);
+    if (keys.empty())
+        return keys;
+    Events events = unread();
+    std::erase_if(events, [&](const input_event& event) { return event.type == EV_KEY && keys.contains(event.code); });
+    handle(events.begin(), events.end());
+    return keys;
+}
+
+void GrabbedKeyboard::inject(std::uint16_t key, bool isDown)
+{
+    const std::array events{input_event{{}, EV_KEY, key, isDown ? 1 : 0}, input_event{{}, EV_SYN, SYN_REPORT, 0}};
+    if (write(file_.get(), events.data(), sizeof events) != sizeof events)
+        state_ = State::gone;
 }
 
 void GrabbedKeyboard::readEvents()
@@ -139,14 +170,18 @@ void GrabbedKeyboard::readEvents()
     const Events events = unread();
     if (isOurs)
         handle(events.begin(), events.end());
-    else if (clone_)
-        std::ranges::for_each(events, [this](const input_event& event) { passRelease(event); });
+    else
+        std::ranges::for_each(events, [this](const input_event& event) { othersHear(event); });
 }
 
-/// Of a key that went down when the keyboard was ours: it is the clone that must let go of it.
-void GrabbedKeyboard::passRelease(const input_event& event)
+void GrabbedKeyboard::othersHear(const input_event& event)
 {
-    if (event.type != EV_KEY || event.value != 0 || !clone_->isKeyDown(event.code))
+    if (event.type != EV_KEY || event.value != 0)
+        return;
+    heldForOthers_.erase(event.code);
+    owedReleases_.erase(event.code);
+    // What went down when the keyboard was ours must come up on the clone.
+    if (!clone_ || !clone_->isKeyDown(event.code))
         return;
     clone_->write(event);
     clone_->write({{}, EV_SYN, SYN_REPORT, 0});
@@ -155,8 +190,11 @@ void GrabbedKeyboard::passRelease(const input_event& event)
 void GrabbedKeyboard::handle(Events::const_iterator begin, Events::const_iterator end)
 {
     std::for_each(begin, end, [this](const input_event& event) {
-        if (!isDrop(event))
-            filter_.handle(event);
+        if (isDrop(event))
+            return;
+        if (event.type == EV_KEY && event.value == 0 && heldForOthers_.erase(event.code) > 0)
+            owedReleases_.insert(event.code);
+        filter_.handle(event);
     });
 }
 

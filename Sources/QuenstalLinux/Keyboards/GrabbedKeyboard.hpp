@@ -4,7 +4,9 @@
 #include "QuenstalLinux/Keyboards/KeyboardClone.hpp"
 #include "QuenstalLinux/Keyboards/VolumeKeyFilter.hpp"
 
+#include <cstdint>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -54,10 +56,14 @@ private:
         void operator()(libevdev* device) const { libevdev_free(device); }
     };
     using Events = std::vector<input_event>;
+    using Keys = std::set<std::uint16_t>;
 
+    void grab();
     bool passUntilOthersHear();
+    Keys pressOwedReleases();
+    void inject(std::uint16_t key, bool isDown);
     void handle(Events::const_iterator begin, Events::const_iterator end);
-    void passRelease(const input_event& event);
+    void othersHear(const input_event& event);
     Events unread();
     /// What everyone else has heard of the keyboard since the last call.
     Events heardByOthers() const;
@@ -67,6 +73,10 @@ private:
     std::unique_ptr<libevdev, FreeDevice> device_;
     std::unique_ptr<KeyboardClone> clone_;
     VolumeKeyFilter filter_;
+    /// Others heard these go down before the grab, and they are down still.
+    Keys heldForOthers_;
+    /// These have come up since, and others have not heard it.
+    Keys owedReleases_;
     State state_ = State::gone;
 };
 
