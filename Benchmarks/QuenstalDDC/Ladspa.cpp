@@ -105,9 +105,9 @@ private:
     Handle handle_;
 };
 
-class Equaliser final : public LadspaEqualiser {
+class Equalizer final : public LadspaEqualizer {
 public:
-    Equaliser(const Descriptor& descriptor, const LadspaChoice& choice, float* (&input)[2], float* (&output)[2])
+    Equalizer(const Descriptor& descriptor, const LadspaChoice& choice, float* (&input)[2], float* (&output)[2])
     {
         const auto add = [&](std::vector<float*> inputs, std::vector<float*> outputs) {
             instances_.push_back(std::make_unique<Instance>(descriptor, choice.controls));
@@ -133,7 +133,7 @@ private:
 
 } // namespace
 
-std::unique_ptr<LadspaEqualiser> loadLadspa(
+std::unique_ptr<LadspaEqualizer> loadLadspa(
     const LadspaChoice& choice, float* (&input)[2], float* (&output)[2], std::string& reason)
 {
     // Stays loaded: plug-ins leave threads and handlers behind.
@@ -147,7 +147,7 @@ std::unique_ptr<LadspaEqualiser> loadLadspa(
         reason = choice.file + " has no " + choice.label;
         return nullptr;
     }
-    return std::make_unique<Equaliser>(*descriptor, choice, input, output);
+    return std::make_unique<Equalizer>(*descriptor, choice, input, output);
 }
 
 } // namespace quenstal

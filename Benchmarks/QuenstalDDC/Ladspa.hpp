@@ -1,6 +1,6 @@
 #pragma once
 
-// Equaliser plug-ins of others, loaded at run time where they are installed.
+// Equalizer plug-ins of others, loaded at run time where they are installed.
 
 #include <memory>
 #include <string>
@@ -8,15 +8,15 @@
 
 namespace quenstal {
 
-/// A stereo equaliser with five bands in use at 48 kHz: one stereo instance, or a mono instance for each side.
-class LadspaEqualiser {
+/// A stereo equalizer with five bands in use at 48 kHz: one stereo instance, or a mono instance for each side.
+class LadspaEqualizer {
 public:
-    virtual ~LadspaEqualiser() = default;
+    virtual ~LadspaEqualizer() = default;
 
     virtual void run(unsigned long frames) = 0;
 };
 
-/// What the equaliser is to be: where it is and which ports get which values. Ports are named as the plug-in does.
+/// What the equalizer is to be: where it is and which ports get which values. Ports are named as the plug-in does.
 struct LadspaChoice {
     std::string file;
     std::string label;
@@ -26,7 +26,7 @@ struct LadspaChoice {
 };
 
 /// Null, and `reason` says why, when the plug-in is not there. The buffers stay the caller's and outlive it.
-std::unique_ptr<LadspaEqualiser> loadLadspa(
+std::unique_ptr<LadspaEqualizer> loadLadspa(
     const LadspaChoice& choice, float* (&input)[2], float* (&output)[2], std::string& reason);
 
 } // namespace quenstal

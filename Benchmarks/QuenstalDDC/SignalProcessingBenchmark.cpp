@@ -1,4 +1,4 @@
-// The procedure against the scalar reference, against the latency of its own recursion, and against equalisers of
+// The procedure against the scalar reference, against the latency of its own recursion, and against equalizers of
 // others, all in one run and in random order.
 
 #include "Ladspa.hpp"
@@ -17,11 +17,11 @@
 namespace quenstal {
 namespace {
 
-enum class Equaliser { off, flat, music };
+enum class Equalizer { off, flat, music };
 
 struct Case {
     const char* name;
-    Equaliser equaliser;
+    Equalizer equalizer;
     std::uint32_t channels;
     bool planar;
     QSSampleFormat format;
@@ -33,24 +33,24 @@ struct Case {
 using enum QSSampleFormat;
 
 constexpr Case cases[] = {
-    {"stereo, 1024 frames", Equaliser::music, 2, false, float32, 1024, 8.5},
-    {"stereo, 64 frames", Equaliser::music, 2, false, float32, 64, 7},
-    {"stereo, 4096 frames", Equaliser::music, 2, false, float32, 4096, 8.5},
-    {"stereo apart, 1024 frames", Equaliser::music, 2, true, float32, 1024, 8.5},
-    {"stereo apart, 256 frames", Equaliser::music, 2, true, float32, 256, 0},
-    {"stereo apart, 64 frames", Equaliser::music, 2, true, float32, 64, 7},
-    {"mono, 1024 frames", Equaliser::music, 1, false, float32, 1024, 4.3},
-    {"4 channels, 1024 frames", Equaliser::music, 4, false, float32, 1024, 0},
-    {"6 channels, 1024 frames", Equaliser::music, 6, false, float32, 1024, 0},
-    {"8 channels, 1024 frames", Equaliser::music, 8, false, float32, 1024, 11},
-    {"stereo int16, 1024 frames", Equaliser::music, 2, false, int16, 1024, 0},
-    {"stereo int32, 1024 frames", Equaliser::music, 2, false, int32, 1024, 0},
-    {"stereo float64, 1024 frames", Equaliser::music, 2, false, float64, 1024, 0},
-    {"flat, stereo, 1024 frames", Equaliser::flat, 2, false, float32, 1024, 0},
-    {"off, float32, 1024 frames", Equaliser::off, 2, false, float32, 1024, 11},
-    {"off, int16, 1024 frames", Equaliser::off, 2, false, int16, 1024, 9},
-    {"off, float64, 1024 frames", Equaliser::off, 2, false, float64, 1024, 6.5},
-    {"off, int32, 1024 frames", Equaliser::off, 2, false, int32, 1024, 6},
+    {"stereo, 1024 frames", Equalizer::music, 2, false, float32, 1024, 8.5},
+    {"stereo, 64 frames", Equalizer::music, 2, false, float32, 64, 7},
+    {"stereo, 4096 frames", Equalizer::music, 2, false, float32, 4096, 8.5},
+    {"stereo apart, 1024 frames", Equalizer::music, 2, true, float32, 1024, 8.5},
+    {"stereo apart, 256 frames", Equalizer::music, 2, true, float32, 256, 0},
+    {"stereo apart, 64 frames", Equalizer::music, 2, true, float32, 64, 7},
+    {"mono, 1024 frames", Equalizer::music, 1, false, float32, 1024, 4.3},
+    {"4 channels, 1024 frames", Equalizer::music, 4, false, float32, 1024, 0},
+    {"6 channels, 1024 frames", Equalizer::music, 6, false, float32, 1024, 0},
+    {"8 channels, 1024 frames", Equalizer::music, 8, false, float32, 1024, 11},
+    {"stereo int16, 1024 frames", Equalizer::music, 2, false, int16, 1024, 0},
+    {"stereo int32, 1024 frames", Equalizer::music, 2, false, int32, 1024, 0},
+    {"stereo float64, 1024 frames", Equalizer::music, 2, false, float64, 1024, 0},
+    {"flat, stereo, 1024 frames", Equalizer::flat, 2, false, float32, 1024, 0},
+    {"off, float32, 1024 frames", Equalizer::off, 2, false, float32, 1024, 11},
+    {"off, int16, 1024 frames", Equalizer::off, 2, false, int16, 1024, 9},
+    {"off, float64, 1024 frames", Equalizer::off, 2, false, float64, 1024, 6.5},
+    {"off, int32, 1024 frames", Equalizer::off, 2, false, int32, 1024, 6},
 };
 
 /// What the fastest kernels may take of long blocks, in terms of the recursion alone.
@@ -80,7 +80,7 @@ public:
         session_.kernels = &kernels;
         session_.sampleFormat = static_cast<std::uint32_t>(given.format);
         session_.nonInterleaved = given.planar;
-        setEqualiser(given.equaliser);
+        setEqualizer(given.equalizer);
         for (std::size_t at = 0; at < input_.size(); at += bufferBytes_) {
             const std::uint32_t channels = given.planar ? 1 : given.channels;
             inputs_.push_back({channels, bufferBytes_, input_.data() + at});
@@ -108,10 +108,10 @@ public:
     }
 
 private:
-    void setEqualiser(Equaliser equaliser)
+    void setEqualizer(Equalizer equalizer)
     {
-        QSSoftwareEQProfile profile{.enabled = equaliser != Equaliser::off, .preampDB = -3, .bandCount = 5};
-        if (equaliser == Equaliser::music) {
+        QSSoftwareEQProfile profile{.enabled = equalizer != Equalizer::off, .preampDB = -3, .bandCount = 5};
+        if (equalizer == Equalizer::music) {
             constexpr QSSoftwareEQBand bands[] = {{60, 4}, {250, -3}, {1000, 2.5f}, {4000, -2}, {12000, 5}};
             std::ranges::copy(bands, profile.bands);
         }
@@ -223,8 +223,8 @@ public:
         float* output[2] = {samples_[2].data(), samples_[3].data()};
         for (const Peer& peer : peers()) {
             std::string reason;
-            if (auto equaliser = loadLadspa(peer.choice, input, output, reason)) {
-                LadspaEqualiser& loaded = *loaded_.emplace_back(std::move(equaliser));
+            if (auto equalizer = loadLadspa(peer.choice, input, output, reason)) {
+                LadspaEqualizer& loaded = *loaded_.emplace_back(std::move(equalizer));
                 benchmark::RegisterBenchmark(peer.name, [&loaded](benchmark::State& state) { measure(state, loaded); });
             } else {
                 std::printf("skipped: %s: %s\n", peer.name, reason.c_str());
@@ -235,19 +235,19 @@ public:
 private:
     static constexpr std::uint32_t frames = 1024;
 
-    static void measure(benchmark::State& state, LadspaEqualiser& equaliser)
+    static void measure(benchmark::State& state, LadspaEqualizer& equalizer)
     {
         const FloatingPointModeScope scope(flushingMode);
         for (auto unused : state) {
             static_cast<void>(unused);
-            equaliser.run(frames);
+            equalizer.run(frames);
             benchmark::ClobberMemory();
         }
         state.counters["frames"] = frames;
     }
 
     std::vector<float> samples_[4];
-    std::vector<std::unique_ptr<LadspaEqualiser>> loaded_;
+    std::vector<std::unique_ptr<LadspaEqualizer>> loaded_;
 };
 
 /// One line; nothing for what a filter left out.

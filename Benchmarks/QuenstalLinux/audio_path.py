@@ -2,7 +2,7 @@
 
 Within a private audio session: a tone plays through the one or the other to a simulated monitor, and the share of one
 core that the process takes is read from the kernel's count of nanoseconds. Every round has every case once, in random
-order. That the sound really went through, by way of the same equaliser, is measured each time before the cost is, and
+order. That the sound really went through, by way of the same equalizer, is measured each time before the cost is, and
 that the audio threads of both are scheduled alike: what a cycle costs is for the most part their being woken.
 """
 
@@ -31,10 +31,10 @@ EQUALISED_HERE = -0.85
 QUANTA = (64, 256, 1024)
 
 
-def filter_chain(equalised):
+def filter_chain(equalized):
     """The chain as a program of its own, as the server's users set it up: one graph, which stereo gets twice."""
     nodes = [{"type": "builtin", "name": "copy", "label": "copy"}]
-    if equalised:
+    if equalized:
         nodes = [
             {"type": "builtin", "name": f"{hertz}", "label": "bq_peaking",
              "control": {"Freq": hertz, "Q": 1, "Gain": gain}}
@@ -75,8 +75,8 @@ def running(*command, **options):
 
 
 @contextlib.contextmanager
-def software_path(programs, equalised):
-    command = [programs.holder, MONITOR, "0.5"] + (["movie"] if equalised else [])
+def software_path(programs, equalized):
+    command = [programs.holder, MONITOR, "0.5"] + (["movie"] if equalized else [])
     with running(*command) as process:
         if process.stdout.readline() != "running\n":
             sys.exit("The software path did not start.")
@@ -84,9 +84,9 @@ def software_path(programs, equalised):
 
 
 @contextlib.contextmanager
-def chain(_programs, equalised):
+def chain(_programs, equalized):
     with tempfile.NamedTemporaryFile("w", suffix=".conf") as configuration:
-        json.dump(filter_chain(equalised), configuration)
+        json.dump(filter_chain(equalized), configuration)
         configuration.flush()
         with running("pipewire", "-c", configuration.name) as process:
             # A tone that comes sooner stays on its direct path.
@@ -141,12 +141,12 @@ def set_quantum(frames):
     subprocess.run(command, stdout=subprocess.DEVNULL, check=True)
 
 
-def measure(programs, seconds, start, quantum, equalised):
+def measure(programs, seconds, start, quantum, equalized):
     set_quantum(max(QUANTA))
-    with start(programs, equalised) as (process, node):
+    with start(programs, equalized) as (process, node):
         environment = os.environ | ({"PIPEWIRE_NODE": node} if node else {})
         with running(programs.probe, "tone", TONE_HERTZ, TONE_DECIBELS, env=environment):
-            expected = TONE_DECIBELS + (EQUALISED_HERE if equalised else 0) - (HALF if start is software_path else 0)
+            expected = TONE_DECIBELS + (EQUALISED_HERE if equalized else 0) - (HALF if start is software_path else 0)
             # Where each cycle is short, a busy machine misses some, which blurs the level.
             await_level(programs, expected)
             set_quantum(quantum)
@@ -164,18 +164,18 @@ def spread(values, digits):
 
 def show(results):
     print("\nLeast, median, most. CPU: per cent of one core. Ratio: path / chain, round by round.\n")
-    print("| Frames | Equaliser | Path, CPU | Chain, CPU | Ratio | Path, MB (own) | Chain, MB (own) |")
+    print("| Frames | Equalizer | Path, CPU | Chain, CPU | Ratio | Path, MB (own) | Chain, MB (own) |")
     print("|---|---|---|---|---|---|---|")
     for quantum in QUANTA:
-        for equalised in (False, True):
-            paths, chains = (results[start, quantum, equalised] for start in (software_path, chain))
+        for equalized in (False, True):
+            paths, chains = (results[start, quantum, equalized] for start in (software_path, chain))
             ratios = [path[0] / other[0] for path, other in zip(paths, chains)]
             memory = [
                 f"{statistics.median(row[1] for row in rows):.1f} ({statistics.median(row[2] for row in rows):.1f})"
                 for rows in (paths, chains)
             ]
             shares = [spread([row[0] for row in rows], 2) for rows in (paths, chains)]
-            print(f"| {quantum} | {'on' if equalised else 'off'} | {' | '.join(shares)} | {spread(ratios, 2)} "
+            print(f"| {quantum} | {'on' if equalized else 'off'} | {' | '.join(shares)} | {spread(ratios, 2)} "
                   f"| {' | '.join(memory)} |")
     priorities = {row[3] for rows in results.values() for row in rows}
     print(f"\nReal-time priority: {', '.join(map(str, sorted(priorities)))}. "

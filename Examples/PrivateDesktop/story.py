@@ -57,7 +57,7 @@ class Story:
 
     def tell(self):
         for act in (self.start, self.monitor_with_volume, self.monitor_fails, self.monitor_without_volume,
-                    self.equaliser, self.mute, self.usb_output, self.switch, self.diagnostics, self.end):
+                    self.equalizer, self.mute, self.usb_output, self.switch, self.diagnostics, self.end):
             self.table.begin(act.__doc__)
             act()
             self.table.finish()
@@ -149,14 +149,14 @@ class Story:
         time.sleep(SETTLING)
         self.expect_heard(["the tone at full volume, 8 x down"], [gain(0.5)])
 
-    def equaliser(self):
-        """The equaliser, set by clicks in the panel"""
+    def equalizer(self):
+        """The equalizer, set by clicks in the panel"""
         self.panel.click("push button", "EQ")
         self.panel.click("check box", "Equalizer")
         for name, decibels in zip(NAMES, GAINS):
             self.panel.click_slider(name, decibels, -15, 15)
         time.sleep(SETTLING)
-        self.photograph("equaliser")
+        self.photograph("equalizer")
         self.expect_heard([f"the tone at {name}" for name in NAMES],
                           [gain(0.5) + PREAMP + response(hertz) for hertz in BANDS], BANDS)
         self.panel.click("check box", "Equalizer")

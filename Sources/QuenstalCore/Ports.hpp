@@ -51,7 +51,7 @@ public:
     virtual void setVolume(const VolumeSnapshot& snapshot, const DisplayControlTarget& display) = 0;
 };
 
-/// The software path: gain, equaliser and meters. An adapter that can only change volume leaves the equaliser
+/// The software path: gain, equalizer and meters. An adapter that can only change volume leaves the equalizer
 /// and the meters as they are here.
 class SoftwareVolumeControlling : public Interface {
 public:
@@ -69,7 +69,7 @@ public:
     virtual void stopAll() = 0;
 };
 
-/// Equaliser settings per output. The key is a text that the controller derives from the output.
+/// Equalizer settings per output. The key is a text that the controller derives from the output.
 class EQProfileStoring : public Interface {
 public:
     /// The saved profile; none when none was saved.

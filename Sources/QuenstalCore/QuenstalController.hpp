@@ -55,7 +55,7 @@ public:
     /// outputs are left alone.
     QuenstalState switchCurrentOutputToSoftwareProcessing();
 
-    // Edits of the current output's equaliser profile: stored, and passed on to a running session. Without an
+    // Edits of the current output's equalizer profile: stored, and passed on to a running session. Without an
     // output the edit is lost. The first boost of a launch on an untouched preamp lowers it by 2 dB, with a hint.
     QuenstalState setEQEnabled(bool enabled);
     QuenstalState selectEQPreset(EQPresetName preset);

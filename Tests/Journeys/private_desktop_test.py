@@ -84,7 +84,7 @@ class Story(PrivateDesktopTest):
         counts = re.search(r"(\d+) of (\d+) as expected", told)
         self.assertTrue(counts, told)
         self.assertGreaterEqual(int(counts.group(1)), 30, told)
-        for picture in ("set-up-guide", "tray-and-panel", "equaliser"):
+        for picture in ("set-up-guide", "tray-and-panel", "equalizer"):
             self.assertTrue((self.pictures / f"{picture}.png").read_bytes().startswith(b"\x89PNG"))
         self.assert_nothing_is_left()
 

@@ -41,7 +41,7 @@ TEST_F(PanelActionsTest, theSwitchTellsTheNewValueAfterTheControllerTookIt)
     EXPECT_THAT(told, ElementsAre(false, true));
 }
 
-TEST_F(PanelActionsTest, equaliserEditsReachTheProfile)
+TEST_F(PanelActionsTest, equalizerEditsReachTheProfile)
 {
     view().setEQEnabled(true);
     view().selectPreset(EQPresetName::night);

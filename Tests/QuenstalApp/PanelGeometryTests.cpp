@@ -40,12 +40,12 @@ TEST(PanelGeometryTest, theSizeFollowsTheScreen)
     };
     const Row rows[]{
         {"dial", Screen::dial, false, false, {344, 383}},
-        {"dial with an equaliser", Screen::dial, true, true, {344, 383}},
+        {"dial with an equalizer", Screen::dial, true, true, {344, 383}},
         {"setup", Screen::setup, false, false, {344, 481}},
-        {"equaliser, unavailable", Screen::equalizer, false, false, {344, 311}},
-        {"equaliser, unavailable, with the hint", Screen::equalizer, false, true, {344, 311}},
-        {"equaliser", Screen::equalizer, true, false, {344, 475}},
-        {"equaliser with the hint", Screen::equalizer, true, true, {344, 513}},
+        {"equalizer, unavailable", Screen::equalizer, false, false, {344, 311}},
+        {"equalizer, unavailable, with the hint", Screen::equalizer, false, true, {344, 311}},
+        {"equalizer", Screen::equalizer, true, false, {344, 475}},
+        {"equalizer with the hint", Screen::equalizer, true, true, {344, 513}},
     };
     for (const Row& row : rows) {
         QuenstalState state;

@@ -82,7 +82,7 @@ TEST_F(FloatingPointTest, aFilterThatRingsOutHoldsNoSubnormalNumbers)
     }
 }
 
-TEST_F(FloatingPointTest, subnormalSamplesPassWhileTheEqualiserIsOff)
+TEST_F(FloatingPointTest, subnormalSamplesPassWhileTheEqualizerIsOff)
 {
     const std::vector<float> faint{2e-40f, -2e-40f};
     const std::vector<float> halved{1e-40f, -1e-40f};

@@ -49,7 +49,7 @@ TEST(Comparison, findsAFusedMultiplyAdd)
         EXPECT_NE(firstDifference(kernels, layout, 100), "") << layout.name();
 }
 
-/// One cycle of a mono buffer with the equaliser off.
+/// One cycle of a mono buffer with the equalizer off.
 template <class Sample>
 std::vector<Sample> through(
     const QSSignalKernels& kernels, QSSampleFormat format, float gain, std::vector<Sample> samples)

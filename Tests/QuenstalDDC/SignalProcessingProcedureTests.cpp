@@ -58,7 +58,7 @@ TEST_F(ProcedureTest, theGainMultiplies)
     EXPECT_EQ(through<float>({0.8f, -0.2f}), (Floats{0.4f, -0.1f}));
 }
 
-TEST_F(ProcedureTest, thePreampActsOnlyWithTheEqualiserOn)
+TEST_F(ProcedureTest, thePreampActsOnlyWithTheEqualizerOn)
 {
     session.gain = 0.5f;
     session.preampGain = 1.9952623f;

@@ -59,7 +59,7 @@ namespace {
 
 using namespace testing_support;
 
-/// A session with the equaliser on, and buffers that are ready.
+/// A session with the equalizer on, and buffers that are ready.
 struct Rig {
     explicit Rig(const Layout& layout, std::size_t frames = 512)
         : input(layout, layout.planar ? frames : frames * layout.channels, 0)

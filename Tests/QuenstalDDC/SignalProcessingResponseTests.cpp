@@ -1,4 +1,4 @@
-// The equaliser heard through its response: sines in, decibels out.
+// The equalizer heard through its response: sines in, decibels out.
 
 #include "QuenstalDDC/SignalProcessingResponse.hpp"
 

@@ -106,7 +106,7 @@ TEST_F(SettingsTest, thePreampIsItsDecibelsAsAFactor)
     }
 }
 
-TEST_F(SettingsTest, theProfileSwitchesTheEqualiser)
+TEST_F(SettingsTest, theProfileSwitchesTheEqualizer)
 {
     for (const bool enabled : {true, false}) {
         const QSSoftwareEQProfile profile{.enabled = enabled};

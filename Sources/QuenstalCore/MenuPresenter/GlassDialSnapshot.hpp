@@ -23,7 +23,7 @@ struct GlassDialSettingsDestination {
 };
 
 /// What the glass dial panel shows. Made from one state, then only read and compared, so that an unchanged one
-/// need not be published again. The equaliser fields do not depend on `isEnabled`.
+/// need not be published again. The equalizer fields do not depend on `isEnabled`.
 struct GlassDialSnapshot {
     explicit GlassDialSnapshot(const QuenstalState& state);
 
@@ -53,7 +53,7 @@ struct GlassDialSnapshot {
     bool eqNeedsAudioPermission;
     std::string eqPresetName;
     std::string eqChipSubtitle;
-    /// Empty when the equaliser can be used.
+    /// Empty when the equalizer can be used.
     std::string eqUnavailableReason;
     EQProfile eqProfile;
     SoundLevelSnapshot eqLevels;

@@ -76,7 +76,7 @@ struct DiagnosticIssue {
     bool operator==(const DiagnosticIssue&) const = default;
 };
 
-/// Why software audio processing, and with it the equaliser, is or is not available.
+/// Why software audio processing, and with it the equalizer, is or is not available.
 enum class AudioProcessingDiagnostic {
     softwareAvailable,
     ddcHardwareMode,
@@ -109,7 +109,7 @@ constexpr bool isAvailable(AudioProcessingDiagnostic diagnostic)
     return diagnostic == AudioProcessingDiagnostic::softwareAvailable;
 }
 
-/// The phrase that the equaliser's messages put after "unavailable in"; empty when it is available.
+/// The phrase that the equalizer's messages put after "unavailable in"; empty when it is available.
 constexpr std::string_view reasonText(AudioProcessingDiagnostic diagnostic)
 {
     return rowOf(diagnostic).reasonText;

@@ -1,6 +1,6 @@
 #pragma once
 
-// The settings of the five-band equaliser and one reading of the level meters.
+// The settings of the five-band equalizer and one reading of the level meters.
 
 #include "QuenstalCore/Models/Enumeration.hpp"
 
@@ -47,7 +47,7 @@ constexpr std::optional<EQPresetGains> presetGains(EQPresetName preset)
     return rowOf(preset).gains;
 }
 
-/// One band of the equaliser.
+/// One band of the equalizer.
 struct EQBand {
     /// Band index 0 to 4; the band's identity.
     std::int64_t id = 0;
@@ -80,7 +80,7 @@ struct EQBand {
     bool operator==(const EQBand&) const = default;
 };
 
-/// The equaliser settings of one output. Every editing operation returns a new profile with the five standard
+/// The equalizer settings of one output. Every editing operation returns a new profile with the five standard
 /// bands and values on the grid; decoding and assignment may leave anything.
 struct EQProfile {
     bool enabled = false;

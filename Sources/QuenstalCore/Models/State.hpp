@@ -14,14 +14,14 @@
 
 namespace quenstal {
 
-/// The equaliser and meter side of the state.
+/// The equalizer and meter side of the state.
 struct AudioProcessingState {
     /// The profile in force for the output.
     EQProfile profile;
     /// The latest meter reading.
     SoundLevelSnapshot levels = SoundLevelSnapshot::zero();
     AudioProcessingDiagnostic diagnostic = AudioProcessingDiagnostic::outputUnsupported;
-    /// The user may move this output to software processing to get the equaliser.
+    /// The user may move this output to software processing to get the equalizer.
     bool canSwitchToSoftware = false;
     /// Show the hint that positive gain may clip.
     bool boostHintVisible = false;

@@ -6,7 +6,7 @@
 
 namespace quenstal {
 
-/// The key of an output's equaliser profile and software preference: its persistent name where it has one.
+/// The key of an output's equalizer profile and software preference: its persistent name where it has one.
 inline const std::string& outputKey(const AudioOutputDevice& device)
 {
     return device.coreAudioUID && !device.coreAudioUID->empty() ? *device.coreAudioUID : device.id;

@@ -53,7 +53,7 @@ const std::byte* sourceOf(const BufferPair& pair, std::uint32_t sampleSize)
     return static_cast<const std::byte*>(pair.output.data);
 }
 
-/// Whether the buffers of two neighbouring channels may go through the equaliser side by side.
+/// Whether the buffers of two neighbouring channels may go through the equalizer side by side.
 bool goTogether(const BufferPair& left, const BufferPair& right)
 {
     const auto untouched = [](const AudioBuffer& written, const AudioBuffer& other) {

@@ -7,7 +7,7 @@
 
 namespace quenstal {
 
-/// One sample through gain, equaliser and limiter; raises `clipped` when the limiter works. Audio thread.
+/// One sample through gain, equalizer and limiter; raises `clipped` when the limiter works. Audio thread.
 float QSProcessSample(QSSoftwareVolumeSession& session, std::uint32_t channel, bool eqEnabled, bool& clipped,
     float sample, float gain, float preampGain);
 

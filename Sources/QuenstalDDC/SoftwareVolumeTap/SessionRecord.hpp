@@ -14,13 +14,13 @@ inline constexpr std::size_t softwareEQBandCount = 5;
 /// Rows of filter state. Channel 7 and those above it share the last one.
 inline constexpr std::size_t softwareEQChannelCount = 8;
 
-/// One band of the equaliser as handed in.
+/// One band of the equalizer as handed in.
 struct QSSoftwareEQBand {
     float frequencyHz = 0;
     float gainDB = 0;
 };
 
-/// The equaliser's settings as handed in. Any values are taken: the setter clamps.
+/// The equalizer's settings as handed in. Any values are taken: the setter clamps.
 struct QSSoftwareEQProfile {
     bool enabled = false;
     float preampDB = 0;

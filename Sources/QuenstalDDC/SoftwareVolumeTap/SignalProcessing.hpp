@@ -1,13 +1,13 @@
 #pragma once
 
-// Gain, equaliser, limiter and meters of a software volume session: the setters, the reader and the procedure.
+// Gain, equalizer, limiter and meters of a software volume session: the setters, the reader and the procedure.
 // A null session is taken everywhere and does nothing.
 
 #include "QuenstalDDC/SoftwareVolumeTap/SessionRecord.hpp"
 
 namespace quenstal {
 
-/// Gives a zero-filled record its first values: the gain (clamped), an equaliser that is off and passes through,
+/// Gives a zero-filled record its first values: the gain (clamped), an equalizer that is off and passes through,
 /// 48 kHz, two interleaved channels of float32, and the fastest kernels of this machine. Main thread, before the start.
 void QSSoftwareVolumeSessionPrepare(QSSoftwareVolumeSession& session, float initialGain);
 
@@ -27,7 +27,7 @@ void QSSoftwareVolumeSessionSetSampleRate(QSSoftwareVolumeSession* session, doub
 /// Main thread.
 void QSSoftwareVolumeSessionReadLevels(const QSSoftwareVolumeSession* session, QSSoftwareLevels* levels);
 
-/// One cycle: copies input to output and applies gain, equaliser and limiter; meters the first two channels.
+/// One cycle: copies input to output and applies gain, equalizer and limiter; meters the first two channels.
 /// An `AudioIOProc`; `clientData` is the session. Takes any bytes, and writes only to the output buffers, only samples
 /// in [−1, 1]. Always returns 0. Audio thread: no allocation, no lock, no system call; restores the floating-point
 /// mode.

@@ -1,6 +1,6 @@
 #include "QuenstalQt/Panel/EqualizerPlot.hpp"
 
-#include "QuenstalApp/StatusMenuController/EqualiserResponse.hpp"
+#include "QuenstalApp/StatusMenuController/EqualizerResponse.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -39,7 +39,7 @@ QList<qreal> plottedResponse(const EQProfile& profile)
     QList<qreal> decibels;
     if (profile.bands.empty())
         return decibels;
-    const EqualiserResponse response(profile);
+    const EqualizerResponse response(profile);
     const auto columns = static_cast<double>(profile.bands.size());
     for (int point = 0; point < points; ++point)
         decibels << response.decibelsAt(plotFrequency(profile.bands, columns * point / (points - 1)));

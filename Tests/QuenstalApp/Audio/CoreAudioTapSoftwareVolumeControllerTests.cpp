@@ -185,7 +185,7 @@ TEST_F(CoreAudioTapSoftwareVolumeControllerTest, theMetersAreTheSessions)
     EXPECT_EQ(controller.readLevels(first), SoundLevelSnapshot(1, 1, 1, 1, true));
 }
 
-TEST_F(CoreAudioTapSoftwareVolumeControllerTest, aChangedRateComputesTheEqualiserAnew)
+TEST_F(CoreAudioTapSoftwareVolumeControllerTest, aChangedRateComputesTheEqualizerAnew)
 {
     controller.setEQProfile(EQProfile(true, EQPresetName::music, 0), first);
     taps.changeRate("HDMI-1", 96000);

@@ -97,7 +97,7 @@ TEST_F(ControllerDiagnosticsTest, theSummaryOfThePipelineIsTheLastLine)
     }
 }
 
-TEST_F(ControllerDiagnosticsTest, theSummaryNamesThePresetAndWhetherTheEqualiserIsOn)
+TEST_F(ControllerDiagnosticsTest, theSummaryNamesThePresetAndWhetherTheEqualizerIsOn)
 {
     struct Row {
         EQPresetName preset;

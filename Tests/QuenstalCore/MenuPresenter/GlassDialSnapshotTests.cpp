@@ -100,7 +100,7 @@ TEST(GlassDialSnapshotTest, onlySoftwareModeShowsTheBannerThatDDCIsMissing)
     }
 }
 
-TEST(GlassDialSnapshotTest, theEqualiserFieldsFollowTheDiagnosticAndNotTheSwitch)
+TEST(GlassDialSnapshotTest, theEqualizerFieldsFollowTheDiagnosticAndNotTheSwitch)
 {
     struct Row {
         AudioProcessingDiagnostic diagnostic;

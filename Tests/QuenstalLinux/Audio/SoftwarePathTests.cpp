@@ -169,7 +169,7 @@ double amplitude(const std::vector<float>& heard, double frequency, double rate)
 }
 
 /// The sine and nothing else: no gap, no jump of its phase. A busy machine loses a cycle now and then, which says
-/// nothing about the equaliser.
+/// nothing about the equalizer.
 bool isUninterrupted(const std::vector<float>& heard, double sineAmplitude)
 {
     double power = 0;
@@ -192,7 +192,7 @@ double settledAmplitude(ProbeRecorder& recorder, double frequency)
     return 0;
 }
 
-TEST_F(SoftwarePathTest, theEqualiserIsHeardWithinATenthOfADecibel)
+TEST_F(SoftwarePathTest, theEqualizerIsHeardWithinATenthOfADecibel)
 {
     const AudioOutputDevice device = plugInDefault("monitor", monitorUID);
     const EQProfile profile = EQProfile(true, EQPresetName::movie, -3);
@@ -236,7 +236,7 @@ TEST_F(SoftwarePathTest, garbageFromAProgramIsRepairedAndCounted)
     }
     ProbePlayer player(loop, [](std::uint64_t) { return 0.25F; });
     EXPECT_TRUE(recorder.waitFor([](float sample) { return std::abs(sample - 0.25F) < 1e-3F; }))
-        << "the equaliser works on";
+        << "the equalizer works on";
 }
 
 TEST_F(SoftwarePathTest, sixChannelsPassEachOnItsOwn)

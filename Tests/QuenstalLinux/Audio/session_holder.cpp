@@ -1,7 +1,7 @@
 // A program that holds a software session on an output until it is ended, for tests of how it ends and for benchmarks.
 //
 //   audio_session_holder UID [LEVEL [movie]]    prints "running" when it has a session; muted without a level; "movie"
-//                                               switches the equaliser on, with that preset
+//                                               switches the equalizer on, with that preset
 
 #include "QuenstalApp/NativeAdapters.hpp"
 #include "QuenstalLinux/Audio/LinuxAudio.hpp"
@@ -19,7 +19,7 @@ int main(int argc, char** argv)
     if (argc < 2 || argc > 4)
         return 2;
     const VolumeSnapshot volume = argc > 2 ? VolumeSnapshot{std::atof(argv[2]), false} : VolumeSnapshot{0, true};
-    const EQProfile equaliser(argc > 3, EQPresetName::movie, 0);
+    const EQProfile equalizer(argc > 3, EQPresetName::movie, 0);
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGTERM);
@@ -36,7 +36,7 @@ int main(int argc, char** argv)
     const auto start = [&] {
         try {
             controller.setVolume(volume, device);
-            controller.setEQProfile(equaliser, device);
+            controller.setEQProfile(equalizer, device);
             return true;
         } catch (const QuenstalError&) {
             return false;

@@ -24,7 +24,7 @@ public:
         else
             withFormat(
                 run.format, [&](auto format) __attribute__((always_inline)) {
-                    cycle.eqEnabled ? processor.equalise<decltype(format)>(run)
+                    cycle.eqEnabled ? processor.equalize<decltype(format)>(run)
                                     : processor.attenuate<decltype(format)>(run);
                 });
     }
@@ -35,7 +35,7 @@ public:
         const Processor processor(session, cycle);
         withFormat(
             left.format, [&](auto format) __attribute__((always_inline)) {
-                processor.equalisePair<decltype(format)>(left, right);
+                processor.equalizePair<decltype(format)>(left, right);
             });
     }
 
@@ -106,7 +106,7 @@ private:
             encodeSamples<Isa, Format>(numbers, run.output, count);
     }
 
-    /// The equaliser is off.
+    /// The equalizer is off.
     template <class Format>
     void attenuate(const QSSampleRun& run) const
     {
@@ -119,21 +119,21 @@ private:
     }
 
     template <class Format>
-    void equalise(const QSSampleRun& run) const
+    void equalize(const QSSampleRun& run) const
     {
         refreshPackedCoefficients(session_);
         if constexpr (liesAsFloats<Format>) {
-            equalisePart<Format>(run, nullptr);
+            equalizePart<Format>(run, nullptr);
         } else {
             alignas(64) float scratch[scratchSamples];
             inChunks<Format>(run, scratchSamples / run.channels * run.channels,
-                [&](const QSSampleRun& part) { equalisePart<Format>(part, scratch); });
+                [&](const QSSampleRun& part) { equalizePart<Format>(part, scratch); });
         }
     }
 
     /// What makes too few frames for a wavefront, or no whole frame, goes the scalar way.
     template <class Format>
-    void equalisePart(const QSSampleRun& part, float* scratch) const
+    void equalizePart(const QSSampleRun& part, float* scratch) const
     {
         // A buffer has no more bytes than 32 bits can count, and the narrower division is the faster one.
         const std::size_t frames = static_cast<std::uint32_t>(part.count) / part.channels;
@@ -149,23 +149,23 @@ private:
     }
 
     template <class Format>
-    void equalisePair(const QSSampleRun& left, const QSSampleRun& right) const
+    void equalizePair(const QSSampleRun& left, const QSSampleRun& right) const
     {
         refreshPackedCoefficients(session_);
         if constexpr (liesAsFloats<Format>) {
-            equalisePartOfPair<Format>(left, right, nullptr, nullptr);
+            equalizePartOfPair<Format>(left, right, nullptr, nullptr);
         } else {
             alignas(64) float scratch[2][scratchSamples / 2];
             std::size_t first = 0;
             inChunks<Format>(left, scratchSamples / 2, [&](const QSSampleRun& part) {
-                equalisePartOfPair<Format>(part, slice<Format>(right, first, part.count), scratch[0], scratch[1]);
+                equalizePartOfPair<Format>(part, slice<Format>(right, first, part.count), scratch[0], scratch[1]);
                 first += part.count;
             });
         }
     }
 
     template <class Format>
-    void equalisePartOfPair(const QSSampleRun& left, const QSSampleRun& right, float* scratchL, float* scratchR) const
+    void equalizePartOfPair(const QSSampleRun& left, const QSSampleRun& right, float* scratchL, float* scratchR) const
     {
         if (left.count < minimumFrames) {
             processReference(session_, cycle_, left);

@@ -1,6 +1,6 @@
 #pragma once
 
-// The equaliser. A biquad waits for its own last result, and a band for the band before it: done frame by frame, five
+// The equalizer. A biquad waits for its own last result, and a band for the band before it: done frame by frame, five
 // bands cost five waits. Here the bands work on different frames at the same time, like the stations of an assembly
 // line: at step t band k handles frame t − k · delay, and all bands of all channels are lanes of one row of registers.
 // What remains is the wait of a single biquad, which no order of the same operations can shorten.

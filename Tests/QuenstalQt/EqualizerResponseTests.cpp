@@ -1,6 +1,6 @@
 // The drawn response against what the audio callback does to sines.
 
-#include "QuenstalApp/StatusMenuController/EqualiserResponse.hpp"
+#include "QuenstalApp/StatusMenuController/EqualizerResponse.hpp"
 
 #include <cmath>
 #include <numbers>
@@ -59,7 +59,7 @@ class Response : public testing::TestWithParam<Row> { };
 TEST_P(Response, isWhatTheCallbackDoesToASine)
 {
     const EQProfile profile(true, GetParam().preset, 0);
-    EXPECT_NEAR(EqualiserResponse(profile).decibelsAt(GetParam().frequency),
+    EXPECT_NEAR(EqualizerResponse(profile).decibelsAt(GetParam().frequency),
         heardDecibels(profile, GetParam().frequency), 0.02);
 }
 
@@ -79,22 +79,22 @@ INSTANTIATE_TEST_SUITE_P(Presets, Response,
 
 TEST(ResponseOfAFlatProfile, isZeroEverywhere)
 {
-    const EqualiserResponse response(EQProfile(true, EQPresetName::flat, 0));
+    const EqualizerResponse response(EQProfile(true, EQPresetName::flat, 0));
     for (const double frequency : {20.0, 60.0, 1000.0, 20000.0})
         EXPECT_NEAR(response.decibelsAt(frequency), 0, 1e-9);
 }
 
 TEST(ResponseOfOneBand, reachesItsGainAtItsFrequency)
 {
-    const EqualiserResponse response(EQProfile().settingBand(2, -7.5));
+    const EqualizerResponse response(EQProfile().settingBand(2, -7.5));
     EXPECT_NEAR(response.decibelsAt(1000), -7.5, 0.001);
 }
 
 TEST(ResponseOfOneBand, doesNotDependOnThePreampOrTheSwitch)
 {
     const EQProfile profile = EQProfile().settingBand(1, 5);
-    const double plain = EqualiserResponse(profile).decibelsAt(250);
-    EXPECT_EQ(EqualiserResponse(profile.settingPreamp(-6).settingEnabled(true)).decibelsAt(250), plain);
+    const double plain = EqualizerResponse(profile).decibelsAt(250);
+    EXPECT_EQ(EqualizerResponse(profile.settingPreamp(-6).settingEnabled(true)).decibelsAt(250), plain);
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "QuenstalApp/StatusMenuController/EqualiserResponse.hpp"
+#include "QuenstalApp/StatusMenuController/EqualizerResponse.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -31,7 +31,7 @@ double magnitude(const QSBiquadCoefficients& band, std::complex<double> delay)
 
 } // namespace
 
-EqualiserResponse::EqualiserResponse(const EQProfile& profile, double sampleRate)
+EqualizerResponse::EqualizerResponse(const EQProfile& profile, double sampleRate)
     : sampleRate_(sampleRate)
 {
     QSSoftwareVolumeSession session;
@@ -42,7 +42,7 @@ EqualiserResponse::EqualiserResponse(const EQProfile& profile, double sampleRate
     std::ranges::copy(session.coefficients, bands_.begin());
 }
 
-double EqualiserResponse::decibelsAt(double frequencyHz) const
+double EqualizerResponse::decibelsAt(double frequencyHz) const
 {
     const std::complex<double> delay = std::polar(1.0, -2 * std::numbers::pi * frequencyHz / sampleRate_);
     double factor = 1;

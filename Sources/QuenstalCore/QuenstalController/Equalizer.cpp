@@ -1,4 +1,4 @@
-// Edits of the current output's equaliser profile.
+// Edits of the current output's equalizer profile.
 
 #include "QuenstalCore/QuenstalController.hpp"
 #include "QuenstalCore/QuenstalController/Attempt.hpp"

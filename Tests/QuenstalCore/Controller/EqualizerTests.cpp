@@ -8,7 +8,7 @@
 namespace quenstal {
 namespace {
 
-using EqualiserTest = ControllerTest;
+using EqualizerTest = ControllerTest;
 
 constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 constexpr double infinity = std::numeric_limits<double>::infinity();
@@ -37,7 +37,7 @@ std::vector<NamedEdit> everyEdit()
     };
 }
 
-TEST_F(EqualiserTest, everyEditIsSavedAndPushedToTheRunningSession)
+TEST_F(EqualizerTest, everyEditIsSavedAndPushedToTheRunningSession)
 {
     for (const auto& [name, edit, result] : everyEdit()) {
         playOnSilentMonitor();
@@ -59,20 +59,20 @@ TEST_F(EqualiserTest, everyEditIsSavedAndPushedToTheRunningSession)
     }
 }
 
-TEST_F(EqualiserTest, everyEditIsSavedButNotPushedWhereNoSessionRuns)
+TEST_F(EqualizerTest, everyEditIsSavedButNotPushedWhereNoSessionRuns)
 {
     struct Row {
         const char* name;
-        void (EqualiserTest::*play)();
+        void (EqualizerTest::*play)();
         bool isEnabled;
         std::string key;
         Calls refreshed;
         Calls explained;
     };
     const std::vector<Row> rows{
-        {"speakers", &EqualiserTest::playOnSpeakers, true, "speakers-uid", refreshOfSpeakers(), {}},
-        {"monitor", &EqualiserTest::playOnMonitor, true, "monitor-uid", refreshOfMonitor(), {"isAvailable(monitor)"}},
-        {"disabled", &EqualiserTest::playOnMonitor, false, "monitor-uid", refreshOfMonitorWhileDisabled(),
+        {"speakers", &EqualizerTest::playOnSpeakers, true, "speakers-uid", refreshOfSpeakers(), {}},
+        {"monitor", &EqualizerTest::playOnMonitor, true, "monitor-uid", refreshOfMonitor(), {"isAvailable(monitor)"}},
+        {"disabled", &EqualizerTest::playOnMonitor, false, "monitor-uid", refreshOfMonitorWhileDisabled(),
             {"isAvailable(monitor)"}},
     };
     for (const Row& row : rows) {
@@ -92,7 +92,7 @@ TEST_F(EqualiserTest, everyEditIsSavedButNotPushedWhereNoSessionRuns)
     }
 }
 
-TEST_F(EqualiserTest, withoutAnOutputEveryEditIsLost)
+TEST_F(EqualizerTest, withoutAnOutputEveryEditIsLost)
 {
     auto& controller = start();
     const QuenstalState before = controller.state();
@@ -102,7 +102,7 @@ TEST_F(EqualiserTest, withoutAnOutputEveryEditIsLost)
     }
 }
 
-TEST_F(EqualiserTest, anEditThatIsLostDoesNotUseUpTheBoostHint)
+TEST_F(EqualizerTest, anEditThatIsLostDoesNotUseUpTheBoostHint)
 {
     auto& controller = start();
     controller.updateEQBand(0, 3);
@@ -110,7 +110,7 @@ TEST_F(EqualiserTest, anEditThatIsLostDoesNotUseUpTheBoostHint)
     EXPECT_TRUE(controller.updateEQBand(0, 3).audioProcessing.boostHintVisible);
 }
 
-TEST_F(EqualiserTest, everyOutputHasItsOwnProfile)
+TEST_F(EqualizerTest, everyOutputHasItsOwnProfile)
 {
     playOnSpeakers();
     auto& controller = start();
@@ -121,7 +121,7 @@ TEST_F(EqualiserTest, everyOutputHasItsOwnProfile)
     EXPECT_EQ(controller.refresh().audioProcessing.profile.preset, EQPresetName::music);
 }
 
-TEST_F(EqualiserTest, aPreampIsSnappedAndClamped)
+TEST_F(EqualizerTest, aPreampIsSnappedAndClamped)
 {
     struct Row {
         double given;
@@ -147,7 +147,7 @@ TEST_F(EqualiserTest, aPreampIsSnappedAndClamped)
     }
 }
 
-TEST_F(EqualiserTest, everyEditNormalisesABadlyStoredProfile)
+TEST_F(EqualizerTest, everyEditNormalisesABadlyStoredProfile)
 {
     EQProfile bad;
     bad.preset = EQPresetName::voice;
@@ -163,7 +163,7 @@ TEST_F(EqualiserTest, everyEditNormalisesABadlyStoredProfile)
     }
 }
 
-TEST_F(EqualiserTest, resettingASwitchedOffEqualiserLeavesItOff)
+TEST_F(EqualizerTest, resettingASwitchedOffEqualizerLeavesItOff)
 {
     for (const bool enabled : {false, true}) {
         playOnSilentMonitor();
@@ -172,7 +172,7 @@ TEST_F(EqualiserTest, resettingASwitchedOffEqualiserLeavesItOff)
     }
 }
 
-TEST_F(EqualiserTest, theFirstBoostLowersAnUntouchedPreampAndShowsTheHint)
+TEST_F(EqualizerTest, theFirstBoostLowersAnUntouchedPreampAndShowsTheHint)
 {
     playOnSilentMonitor();
     auto& controller = start();
@@ -189,7 +189,7 @@ TEST_F(EqualiserTest, theFirstBoostLowersAnUntouchedPreampAndShowsTheHint)
     EXPECT_EQ(second.audioProcessing.profile.bands[0].gainDB, 4);
 }
 
-TEST_F(EqualiserTest, theBoostRuleLooksAtTheGainAsGivenAndAtThePreampAsStored)
+TEST_F(EqualizerTest, theBoostRuleLooksAtTheGainAsGivenAndAtThePreampAsStored)
 {
     struct Row {
         double gainDB;
@@ -229,7 +229,7 @@ TEST_F(EqualiserTest, theBoostRuleLooksAtTheGainAsGivenAndAtThePreampAsStored)
     }
 }
 
-TEST_F(EqualiserTest, aBoostOfABandThatIsNotThereShowsTheHintAsWell)
+TEST_F(EqualizerTest, aBoostOfABandThatIsNotThereShowsTheHintAsWell)
 {
     playOnSilentMonitor();
     const AudioProcessingState processing = start().updateEQBand(7, 3).audioProcessing;
@@ -237,7 +237,7 @@ TEST_F(EqualiserTest, aBoostOfABandThatIsNotThereShowsTheHintAsWell)
     EXPECT_EQ(processing.profile, EQProfile(false, EQPresetName::custom, -2));
 }
 
-TEST_F(EqualiserTest, aBoostWhileDisabledShowsTheHintUntilTheNextRefresh)
+TEST_F(EqualizerTest, aBoostWhileDisabledShowsTheHintUntilTheNextRefresh)
 {
     playOnMonitor();
     auto& controller = start();
@@ -246,7 +246,7 @@ TEST_F(EqualiserTest, aBoostWhileDisabledShowsTheHintUntilTheNextRefresh)
     EXPECT_FALSE(controller.refresh().audioProcessing.boostHintVisible);
 }
 
-TEST_F(EqualiserTest, theHintComesOncePerLaunchWhateverTheOutputAndThePreamp)
+TEST_F(EqualizerTest, theHintComesOncePerLaunchWhateverTheOutputAndThePreamp)
 {
     playOnSilentMonitor();
     auto& controller = start();
@@ -264,7 +264,7 @@ TEST_F(EqualiserTest, theHintComesOncePerLaunchWhateverTheOutputAndThePreamp)
     EXPECT_TRUE(start().updateEQBand(1, 3).audioProcessing.boostHintVisible);
 }
 
-TEST_F(EqualiserTest, theHintStaysAcrossRefreshesAndEveryLaterEditHidesIt)
+TEST_F(EqualizerTest, theHintStaysAcrossRefreshesAndEveryLaterEditHidesIt)
 {
     const std::vector<std::pair<const char*, Edit>> hiding{
         {"setEQEnabled", [](auto& controller) { return controller.setEQEnabled(true); }},
@@ -286,7 +286,7 @@ TEST_F(EqualiserTest, theHintStaysAcrossRefreshesAndEveryLaterEditHidesIt)
     }
 }
 
-TEST_F(EqualiserTest, aSessionThatRefusesTheProfileKeepsNothingFromBeingStored)
+TEST_F(EqualizerTest, aSessionThatRefusesTheProfileKeepsNothingFromBeingStored)
 {
     playOnSilentMonitor();
     ports.failWith(Call::setEQProfile, QuenstalError::commandFailed("busy"));
@@ -302,20 +302,20 @@ TEST_F(EqualiserTest, aSessionThatRefusesTheProfileKeepsNothingFromBeingStored)
     EXPECT_EQ(ports.takeCalls().back(), "setEQProfile(music 0, monitor)");
 }
 
-TEST_F(EqualiserTest, dismissingTheHintReadsTheMetersAndNothingElse)
+TEST_F(EqualizerTest, dismissingTheHintReadsTheMetersAndNothingElse)
 {
     struct Row {
         const char* name;
-        void (EqualiserTest::*play)();
+        void (EqualizerTest::*play)();
         bool isEnabled;
         Calls calls;
     };
     const std::vector<Row> rows{
-        {"nothing", &EqualiserTest::playOnNothing, true, {}},
-        {"speakers", &EqualiserTest::playOnSpeakers, true, {}},
-        {"monitor", &EqualiserTest::playOnMonitor, true, {"isAvailable(monitor)"}},
-        {"silent monitor", &EqualiserTest::playOnSilentMonitor, true, {"readLevels(monitor)"}},
-        {"disabled", &EqualiserTest::playOnSilentMonitor, false, {"isAvailable(monitor)"}},
+        {"nothing", &EqualizerTest::playOnNothing, true, {}},
+        {"speakers", &EqualizerTest::playOnSpeakers, true, {}},
+        {"monitor", &EqualizerTest::playOnMonitor, true, {"isAvailable(monitor)"}},
+        {"silent monitor", &EqualizerTest::playOnSilentMonitor, true, {"readLevels(monitor)"}},
+        {"disabled", &EqualizerTest::playOnSilentMonitor, false, {"isAvailable(monitor)"}},
     };
     for (const Row& row : rows) {
         (this->*row.play)();
@@ -329,7 +329,7 @@ TEST_F(EqualiserTest, dismissingTheHintReadsTheMetersAndNothingElse)
     }
 }
 
-TEST_F(EqualiserTest, dismissingAHiddenHintReturnsTheStoredStateWithFreshLevels)
+TEST_F(EqualizerTest, dismissingAHiddenHintReturnsTheStoredStateWithFreshLevels)
 {
     playOnSilentMonitor();
     auto& controller = start();
@@ -341,7 +341,7 @@ TEST_F(EqualiserTest, dismissingAHiddenHintReturnsTheStoredStateWithFreshLevels)
     EXPECT_EQ(controller.dismissEQBoostHint(), expected);
 }
 
-TEST_F(EqualiserTest, dismissingTheHintKeepsAppendedIssuesAndDoesNotBringTheHintBack)
+TEST_F(EqualizerTest, dismissingTheHintKeepsAppendedIssuesAndDoesNotBringTheHintBack)
 {
     playOnMonitor();
     auto& controller = start();

@@ -9,10 +9,10 @@ namespace quenstal {
 
 /// The frequency response of a profile's bands, without the preamp, from the coefficients that the audio callback
 /// runs with. Any thread.
-class EqualiserResponse {
+class EqualizerResponse {
 public:
     /// `sampleRate` in hertz, above 0.
-    explicit EqualiserResponse(const EQProfile& profile, double sampleRate = 48000);
+    explicit EqualizerResponse(const EQProfile& profile, double sampleRate = 48000);
 
     /// Gain in decibels at a frequency in hertz.
     double decibelsAt(double frequencyHz) const;
