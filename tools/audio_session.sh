@@ -1,35 +1,36 @@
 #!/usr/bin/env bash
 # A private audio session: its own directories, bus, PipeWire, WirePlumber and Pulse front end, seen by nobody else.
 #
-#   tools/audio_session.sh run CARD_PROGRAM COMMAND...   starts a session, runs the command in it, ends everything that
-#                                                        it started; the result is the command's
+#   tools/audio_session.sh run CARD_PROGRAM COMMAND...   starts a session, runs the command in it, stops everything it
+#                                                        started; exits with the command's status
 # CARD_PROGRAM is audio_session_card of Examples/AudioSession; audio_session_probe beside it plays a tone and measures
 # what an output is sent.
 #
 # Within the session, for the command and its children:
 #   audio_session.sh plug NAME       plugs an output in and waits until the server shows it (see sound_card.cpp)
-#   audio_session.sh unplug NAME     takes it away
-#   audio_session.sh stop PART       ends a part: server, manager or pulse
+#   audio_session.sh unplug NAME     unplugs it
+#   audio_session.sh stop PART       stops a part: server, manager or pulse
 #   audio_session.sh start PART      starts it again and waits until it answers
 #
-# On a machine that cannot run a session the reason is told and the command runs without one: then there is no
-# QUENSTAL_AUDIO_SESSION in its environment.
+# On a machine that cannot run a session, the reason is printed and the command runs without one; QUENSTAL_AUDIO_SESSION
+# is then not set.
 set -euo pipefail
 
-# wait_for SECONDS COMMAND...: until the command succeeds. A machine known to be slow has QUENSTAL_PATIENCE times as long.
+# wait_for SECONDS COMMAND...: until the command succeeds. A machine known to be slow gets QUENSTAL_PATIENCE times as
+# long.
 wait_for() {
     local limit=$((SECONDS + $1 * ${QUENSTAL_PATIENCE:-1}))
     shift
     until "$@" >/dev/null 2>&1; do
-        [ "$SECONDS" -lt "$limit" ] || { echo "audio session: no success within its time: $*" >&2; return 1; }
+        [ "$SECONDS" -lt "$limit" ] || { echo "audio session: did not succeed in time: $*" >&2; return 1; }
         sleep 0.01
     done
 }
 
-# Where nobody collects ended processes, they stay as zombies.
+# Where nothing reaps them, processes that have exited remain as zombies.
 has_ended() { ! kill -0 "$1" 2>/dev/null || grep -q '^State:.Z' "/proc/$1/status"; }
 
-# launch NAME COMMAND...: in the background, with its number and its output kept.
+# launch NAME COMMAND...: in the background, keeping its process number and its output.
 launch() {
     local name=$1
     shift
@@ -37,7 +38,7 @@ launch() {
     echo $! >"$dir/$name.pid"
 }
 
-# end NAME: and wait until it has.
+# end NAME: stops it and waits until it has exited.
 end() {
     local pid
     [ -f "$dir/$1.pid" ] || return 0
@@ -70,7 +71,7 @@ run() {
         command -v "$program" >/dev/null || missing+=("$program")
     done
     [ "${#missing[@]}" = 0 ] || {
-        echo "no private audio session: missing ${missing[*]}" >&2
+        echo "no private audio session: ${missing[*]} missing" >&2
         shift
         exec "$@"
     }
@@ -95,7 +96,7 @@ run() {
 
 finish() {
     local pid_file
-    # In this order nobody misses a part that it needs.
+    # In this order no part loses another that it needs.
     for pid_file in "$dir"/card-*.pid "$dir"/pulse.pid "$dir"/manager.pid "$dir"/server.pid "$dir"/bus.pid; do
         [ ! -f "$pid_file" ] || end "$(basename "$pid_file" .pid)"
     done

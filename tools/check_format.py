@@ -27,7 +27,7 @@ def main():
         statuses = list(workers.map(lambda batch: subprocess.run([*command, *batch], check=False).returncode, batches))
     print(f"{len(files)} files")
     if any(statuses):
-        print("tools/check_format.py --fix puts them right.")
+        print("tools/check_format.py --fix formats them.")
     lints.close(bool(files) and not any(statuses))
 
 

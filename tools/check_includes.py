@@ -19,7 +19,7 @@ STANDARD_LIBRARY = frozenset("""
 """.split())
 
 QT = r"(Q[A-Z]\w*$|Qt\w*(/|$)|q[a-z]+\.h$)"
-# What the toolkit has of the session's buses and of other programs; and what it has of windows and views.
+# The parts of the toolkit for the session's buses and other programs, and those for windows and views.
 QT_OF_THE_SESSION = r"(QDBus|QtDBus|QProcess)"
 QT_OF_VIEWS = r"(QQuick|QQml|QtQuick|QtQml)"
 TOOLKIT = re.compile(f"(?!{QT_OF_THE_SESSION}){QT}")
@@ -45,7 +45,7 @@ ROOMS = {
     "QuenstalPlatform": Room(),
     "QuenstalDDC": Room("QuenstalPlatform", foreign=VECTORS),
     "QuenstalApp": Room("QuenstalCore", "QuenstalDDC", "QuenstalPlatform"),
-    # What the rooms below it share.
+    # What the rooms inside it share.
     "QuenstalLinux": Room("QuenstalPlatform", foreign=SYSTEM),
     "QuenstalLinux/Audio": Room("QuenstalLinux", "QuenstalPlatform", foreign=SYSTEM),
     "QuenstalLinux/Bus": Room("QuenstalLinux", "QuenstalPlatform", foreign=SYSTEM),
@@ -65,11 +65,11 @@ ROOMS = {
 ROOMS["Quenstal"] = Room("QuenstalApp", "QuenstalPlatform", "QuenstalQt",
                          *(name for name in ROOMS if name.startswith("QuenstalLinux")))
 EXCEPTIONS = {
-    # A session leaves its own process out of what it captures.
+    # A session excludes its own process from what it captures.
     "QuenstalDDC/SoftwareVolumeTap/Session.cpp": Room("QuenstalPlatform", foreign=re.compile(r"unistd\.h$")),
-    # The base that ports share with the seam's interfaces, which is all that the core knows of that room.
+    # The base class that ports share with the seam's interfaces; the core uses nothing else of that room.
     "QuenstalCore/Ports.hpp": Room("QuenstalPlatform"),
-    # Which characters are what is another library's to know.
+    # Another library knows the classes of characters.
     "QuenstalApp/PresentableText.cpp": Room("QuenstalApp", foreign=re.compile(r"glib\.h$")),
     "QuenstalCore/Models/Json.hpp": Room(foreign=re.compile(r"nlohmann/")),
     "QuenstalCore/Models/Json.cpp": Room(foreign=re.compile(r"nlohmann/")),
@@ -80,17 +80,17 @@ NAMED = re.compile(r'<(?P<angled>[^>]+)>|"(?P<quoted>[^"]+)"')
 
 
 def room_of(path):
-    """The name of the innermost room that a file lies in, its path being one from Sources/; none when it lies in none."""
+    """The name of the innermost room that contains a file, given its path below Sources/; None if there is none."""
     folder = path.rpartition("/")[0]
     if folder in ROOMS:
         return folder
     outer = room_of(folder) if folder else None
-    # A room that has rooms below it has no other folders.
+    # A room that contains rooms has no other folders.
     return None if any(name.startswith(f"{outer}/") for name in ROOMS) else outer
 
 
 def fault_of(room_name, room, sources, named):
-    """What is wrong with one include; none when it is allowed."""
+    """What is wrong with one include, None if it is allowed."""
     if quoted := named["quoted"]:
         target = room_of(quoted)
         if room_name in ("QuenstalFreedesktop", "QuenstalQt") and quoted.endswith(".moc"):
@@ -98,7 +98,7 @@ def fault_of(room_name, room, sources, named):
         if not target:
             return "does not begin with the name of a room"
         if target != room_name and target not in room.rooms:
-            return f"{room_name} may not know {target}"
+            return f"{room_name} may not include {target}"
         return None if (sources / quoted).is_file() else "does not exist"
     angled = named["angled"]
     if angled in STANDARD_LIBRARY or room.foreign.match(angled):
@@ -110,7 +110,7 @@ def faults_in(path, sources):
     relative = path.relative_to(sources).as_posix()
     room_name = room_of(relative)
     if not room_name:
-        return [f"Sources/{relative}: {relative.rpartition('/')[0]} is not in the table of rooms"]
+        return [f"Sources/{relative}: {relative.rpartition('/')[0]} is not a room in the table"]
     room = EXCEPTIONS.get(relative, ROOMS[room_name])
     faults = []
     for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), start=1):

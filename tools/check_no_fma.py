@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Fails when an object or a library holds a fused multiply-add: one rounding where the reference has two."""
+"""Fails if an object or a library contains a fused multiply-add: one rounding where the reference has two."""
 
 import argparse
 import re
@@ -18,7 +18,8 @@ def fused_instructions(objdump, path):
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--objdump", default="objdump")
-    parser.add_argument("--fused", action="append", default=[], help="an object that must hold one: the check's check")
+    parser.add_argument("--fused", action="append", default=[],
+                        help="an object that must contain one, which proves that the check works")
     parser.add_argument("objects", nargs="+")
     arguments = parser.parse_args()
     if not shutil.which(arguments.objdump):
@@ -33,7 +34,7 @@ def main():
             failed += 1
     for path in arguments.fused:
         if not fused_instructions(arguments.objdump, path):
-            print(f"{path}: nothing fused, so this check would find nothing anywhere")
+            print(f"{path}: no fused multiply-add found, so this check would miss one anywhere")
             failed += 1
     total = len(arguments.objects) + len(arguments.fused)
     print(f"{total - failed} passed, {failed} failed")

@@ -2,7 +2,7 @@
 # Runs a command in a minimal Debian 13, for what the newer audio server and session manager do differently. This
 # repository is at its own path in there; sound, network and everything else outside stay untouched.
 #
-#   tools/in_debian_13.sh COMMAND...    the result is the command's; 77 and a reason where the system cannot be had
+#   tools/in_debian_13.sh COMMAND...    exits with the command's status, or with 77 and a reason without the system
 #
 # The system is made once, below build/, from the mirror that this machine's apt uses. It takes about a minute.
 set -euo pipefail
@@ -18,7 +18,7 @@ skip() {
 
 make_system() {
     local mirror
-    # shellcheck disable=SC2016 # a name of apt's own
+    # shellcheck disable=SC2016 # a variable of apt's own
     mirror=$(apt-get indextargets --format '$(SITE)' 'Created-By: Packages' 'Label: Debian' | head -n 1)
     [ -n "$mirror" ] || skip "apt knows no mirror of Debian"
     rm -rf "$system.new"
@@ -29,7 +29,7 @@ make_system() {
     mv "$system.new" "$system"
 }
 
-# In name spaces of its own: whatever it mounts is gone with it.
+# In namespaces of its own, so that its mounts disappear with it.
 enter() {
     mount --rbind /proc "$system/proc"
     mount --rbind /dev "$system/dev"

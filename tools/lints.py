@@ -1,4 +1,4 @@
-"""What the checks of the source text share: which files there are, which clang tool to ask, the closing line."""
+"""What the checks of the source text share: the list of files, the clang tool to use, the closing line."""
 
 import pathlib
 import re
@@ -17,7 +17,7 @@ def source_files(folders, suffixes):
 
 
 def clang_tool(name):
-    """The program of the version above; closes the suite as skipped where there is none."""
+    """The tool in the version above; without it, closes the suite as skipped."""
     for candidate in (f"{name}-{CLANG_VERSION}", name):
         if program := shutil.which(candidate):
             said = subprocess.run([program, "--version"], stdout=subprocess.PIPE, text=True, check=True).stdout
@@ -33,6 +33,6 @@ def skip(reason):
 
 
 def close(succeeded):
-    """Each check is one: the sum counts rules held, not files."""
+    """Each check counts as one: the sum counts rules, not files."""
     print("1 passed, 0 failed" if succeeded else "0 passed, 1 failed")
     sys.exit(0 if succeeded else 1)

@@ -41,9 +41,9 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("target", nargs="?")
     parser.add_argument("--runs", type=int, default=20000)
-    parser.add_argument("--seconds", type=int, help="search that long instead, from a random seed")
+    parser.add_argument("--seconds", type=int, help="search for this long instead, from a random seed")
     parser.add_argument("--corpus", help="folder of inputs to start from")
-    parser.add_argument("--skip", metavar="REASON", help="run nothing and say why")
+    parser.add_argument("--skip", metavar="REASON", help="run nothing and print this reason")
     arguments = parser.parse_args()
 
     if arguments.skip:

@@ -45,12 +45,12 @@ class Suite:
     name: str
     succeeded: bool
     output: str
-    # Seconds after which CTest ended it; none when it ended by itself.
+    # The limit in seconds at which CTest stopped it, None if it ended on its own.
     limit_met: float | None = None
 
 
 def closing_counts(output):
-    """The counts in the last line that is not blank; none when that is no closing line."""
+    """The counts in the last line that is not blank, None if that is not a closing line."""
     lines = output.strip().splitlines()
     match = CLOSING_LINE.fullmatch(lines[-1].strip()) if lines else None
     return Counts(*(int(number or 0) for number in match.groups())) if match else None
@@ -60,7 +60,7 @@ def judged(suite):
     """The counts of a suite, and what is wrong with it beyond the failures that it names itself."""
     counts = closing_counts(suite.output)
     if suite.limit_met:
-        fault = f"met its limit of {suite.limit_met:g} s, the TIMEOUT of the suite, and was ended"
+        fault = f"reached its limit of {suite.limit_met:g} s, the TIMEOUT of the suite, and was stopped"
         return (counts or Counts()) + Counts(failed=1), fault
     if counts is None:
         return Counts(failed=1), "ended without a closing line"
@@ -108,7 +108,7 @@ def show(stream, tells_beginnings):
 
 
 def run(tree, tests, arguments):
-    """Runs the tree's suites, showing progress, and returns what CTest says of each."""
+    """Runs the tree's suites, showing progress, and returns what CTest reports of each."""
     with tempfile.TemporaryDirectory() as scratch:
         report = pathlib.Path(scratch) / "junit.xml"
         command = ["ctest", "--test-dir", tree, "--output-on-failure", "--no-label-summary",
@@ -118,7 +118,7 @@ def run(tree, tests, arguments):
         environment = {"UBSAN_OPTIONS": "print_stacktrace=1", **os.environ}
         with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, env=environment,
                               text=True, errors="replace") as ctest:
-            # Of those that take a minute one wants to know what is being waited for.
+            # A suite that takes a minute should show what it is waiting for.
             show(ctest.stdout, "vm" in arguments.label)
         limits = {test["name"]: property_of(test, "TIMEOUT", math.inf) for test in tests}
         return reported_suites(report, limits)
@@ -132,7 +132,7 @@ def reported_suites(report, limits):
 
 def reported_suite(case, limits):
     name, succeeded, limit = case.get("name"), case.get("status") == "run", limits[case.get("name")]
-    # The report does not tell a suite that was ended from one that failed.
+    # The report does not distinguish a suite that was stopped from one that failed.
     was_ended = not succeeded and float(case.get("time")) >= limit
     return Suite(name, succeeded, case.findtext("system-out") or "", limit if was_ended else None)
 
@@ -157,7 +157,7 @@ def sum_of(suites, expected):
         tell(suite, counts, fault)
         total += counts
     for name in sorted(expected - {suite.name for suite in suites}):
-        print(f"{name}: was never run")
+        print(f"{name}: never ran")
         total += Counts(failed=1)
     return total
 
@@ -168,7 +168,7 @@ def main():
     parser.add_argument("--label", action="append", default=[])
     parser.add_argument("--without", action="append", default=[])
     parser.add_argument("--skipped", action="append", default=[], metavar="REASON",
-                        help="counts one skipped suite that has no tree")
+                        help="count one skipped suite that has no tree")
     arguments = parser.parse_args()
 
     total = Counts()
@@ -186,7 +186,7 @@ def main():
             print(f"No suite has the label {label}.")
             total += Counts(failed=1)
     if total == Counts():
-        print("No suite was run.")
+        print("No suite ran.")
         total += Counts(failed=1)
     print(total)
     return 1 if total.failed else 0

@@ -4,8 +4,8 @@
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
-# answer_options ARGUMENT...: on --help prints the comment at the top of the calling script and ends it; refuses any
-# other option. To be called before anything is installed or built.
+# answer_options ARGUMENT...: on --help prints the comment at the top of the calling script and exits; refuses any other
+# option. Call it before anything is installed or built.
 answer_options() {
     local argument
     for argument in "$@"; do
@@ -19,7 +19,7 @@ answer_options() {
     done
 }
 
-# refuse REASON: ends a script whose arguments make no sense.
+# refuse REASON: exits a script whose arguments make no sense.
 refuse() {
     echo "$0: $1 (see \"$0 --help\")" >&2
     exit 2
@@ -53,13 +53,13 @@ apt_install() {
         -o DPkg::Lock::Timeout=300 "$@" >>"$root/build/install.log" 2>&1
 }
 
-# ensure_packages all|app|GROUP: installs what is listed and missing. Asks dpkg first, so that it is quick when there is
-# nothing to do. Ends the script when something that is needed cannot be had.
+# ensure_packages all|app|GROUP: installs the listed packages that are missing. Asks dpkg first, so that it is quick
+# when there is nothing to do. Exits the script when a required package cannot be installed.
 ensure_packages() {
     local listed missing needed=() optional=() name
     mkdir -p "$root/build"
     if ! command -v dpkg-query >/dev/null; then
-        echo "No dpkg here: the packages in tools/packages.txt, or what they contain, must be there already."
+        echo "No dpkg here: the packages in tools/packages.txt, or their equivalents, must already be installed."
         return
     fi
     mapfile -t listed < <(packages_listed "$1")
@@ -72,14 +72,14 @@ ensure_packages() {
     done
     [ "${#needed[@]}" -gt 0 ] || [ "${#optional[@]}" -gt 0 ] || return 0
     if [ "$(id -u)" != 0 ] && ! command -v sudo >/dev/null; then
-        echo "Missing, and neither root nor sudo to install them: ${needed[*]} ${optional[*]}"
+        echo "Missing, and cannot be installed without root or sudo: ${needed[*]} ${optional[*]}"
         [ "${#needed[@]}" = 0 ] || exit 1
         return 0
     fi
 
     echo "Installing with apt: ${needed[*]} ${optional[*]}"
     : >"$root/build/install.log"
-    # The lists of a machine without network may still do.
+    # Without a network, the lists from the last update may still be good enough.
     as_root apt-get update -qq >>"$root/build/install.log" 2>&1 || true
     if [ "${#needed[@]}" -gt 0 ] && ! apt_install "${needed[@]}"; then
         cat "$root/build/install.log"
@@ -88,13 +88,13 @@ ensure_packages() {
     fi
     for name in "${optional[@]}"; do
         apt_install "$name" && continue
-        echo "Not available: $name. What needs it is skipped."
+        echo "Not available: $name. Whatever needs it is skipped."
         echo "$name" >>"$root/build/unavailable-packages"
     done
     touch "$root/build/packages-changed"
 }
 
-# configured PRESET: whether the build tree exists, belongs to this folder and saw the presets and packages of now.
+# configured PRESET: whether the build tree exists, belongs to this folder and is newer than the presets and packages.
 configured() {
     local tree=$root/build/$1
     [ -f "$tree/build.ninja" ] && [ -f "$tree/configured" ] || return 1
@@ -112,7 +112,7 @@ configure() {
     touch "$root/build/$1/configured"
 }
 
-# Of ninja's lines every tenth of the way, and all that is not progress.
+# Passes on one of ninja's progress lines for each tenth of the way, and everything that is not progress.
 show_progress() {
     local line tenth shown=0
     while IFS= read -r line; do
@@ -133,6 +133,6 @@ build() {
     shift
     configure "$preset"
     local command=(cmake --build "$root/build/$preset" --parallel "$(nproc)" --target "$@")
-    # On a terminal ninja draws its own, in one line.
+    # On a terminal ninja draws its own progress, in one line.
     if [ -t 1 ]; then "${command[@]}"; else "${command[@]}" | show_progress; fi
 }

@@ -59,7 +59,7 @@ void KeyClient::lookForUnread()
         return;
     const auto unreadFor = runLoop_.steadyNow() - *unreadSince_;
     if (unreadFor >= patience)
-        leave("stopped answering");
+        leave("stopped responding");
     else
         unreadCheck_ = runLoop_.after(patience - unreadFor, [this] { lookForUnread(); });
 }

@@ -15,27 +15,27 @@ const char* explanation(KeyServiceRefusal refusal)
 {
     switch (refusal) {
     case KeyServiceRefusal::notActive:
-        return "The volume keys belong to the local session at the screen.";
+        return "The volume keys belong to the active local session.";
     case KeyServiceRefusal::notAuthorized:
-        return "Not allowed by polkit.";
+        return "polkit does not allow it.";
     case KeyServiceRefusal::undecided:
-        return "polkit or logind gives no answer.";
+        return "polkit or logind is not responding.";
     case KeyServiceRefusal::inUse:
-        return "The session's volume keys already belong to another program.";
+        return "Another program in the session has already captured the volume keys.";
     case KeyServiceRefusal::takenByOther:
         return "Another program has grabbed the keyboards.";
     case KeyServiceRefusal::notCloned:
-        return "The system makes no clones of the keyboards.";
+        return "The system cannot create copies of the keyboards.";
     case KeyServiceRefusal::unguarded:
-        return "There is no process to guard the keyboards.";
+        return "The system cannot start the process that guards the keyboards.";
     case KeyServiceRefusal::keyHeld:
-        return "A key is held on the keyboards.";
+        return "A key is being held down.";
     case KeyServiceRefusal::lostAtOnce:
-        return "The service loses the keyboards as soon as it has them.";
+        return "The keyboards are lost again as soon as they are captured.";
     case KeyServiceRefusal::noAccess:
-        return "The service may not use the keyboards or uinput.";
+        return "The service does not have access to the keyboards or to uinput.";
     case KeyServiceRefusal::tooMany:
-        return "Too many calls wait for an answer.";
+        return "Too many calls are waiting for an answer.";
     }
     return "";
 }
@@ -274,7 +274,7 @@ void KeyService::captureLost()
     const auto kind = keyboards_.obstacleKind();
     const bool mayComeBack = kind == EvdevKeyCapture::Obstacle::none || kind == EvdevKeyCapture::Obstacle::noKeyboard;
     if (const auto& session = activeSession_.current(); session && !mayComeBack)
-        drop(SessionID(session->id), "cannot have the keyboards any more");
+        drop(SessionID(session->id), "can no longer have the keyboards");
     else
         // Unplugged, or freed by the watchdog: the client need not know.
         retry_ = runLoop_.after(retryPause, [this] { apply(); });

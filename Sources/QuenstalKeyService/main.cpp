@@ -61,8 +61,8 @@ private:
         const sd_bus_error* const error = sd_bus_message_get_error(answer);
         if (!error && sd_bus_message_read(answer, "u", &result) > 0 && (result == isOwner || result == wasOwner))
             return 0;
-        std::fprintf(stderr, "<3>The name on the bus is not to be had: %s.\n",
-            error ? error->message : "another program has it");
+        std::fprintf(
+            stderr, "<3>Cannot take the name on the bus: %s.\n", error ? error->message : "another program has it");
         static_cast<Program*>(self)->loop_.exit(EXIT_FAILURE);
         return 0;
     }

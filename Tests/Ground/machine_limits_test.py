@@ -44,7 +44,7 @@ class MachineLimits(unittest.TestCase):
 
     def test_a_limit_that_is_met_says_which_how_long_and_at_what(self):
         output = self.output_of("echo the last test; exec sleep 60", 100 * UPTIME + 1000, usual_limit=1)
-        self.assertIn("the last test\nThe command met its limit of 1 s (1 times 1 s)", output)
+        self.assertIn("the last test\nThe command reached its limit of 1 s (1 times 1 s)", output)
         self.assertIn("exec sleep 60", output)
         self.assertEqual(output.splitlines()[-1], "0 passed, 1 failed")
         self.assertNotEqual(self.status(), 0)

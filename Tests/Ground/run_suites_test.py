@@ -99,7 +99,7 @@ class RunSuites(unittest.TestCase):
     def test_a_suite_that_hangs_is_ended_and_failed(self):
         # It says nothing: what it said in time would depend on how busy the machine is.
         output = self.assert_sum([("a", "exec sleep 60", "core")], "0 passed, 1 failed", timeout=1)
-        self.assertIn("a: met its limit of 1 s", output)
+        self.assertIn("a: reached its limit of 1 s", output)
 
     def test_a_suite_whose_program_is_missing_is_one_failed(self):
         with tempfile.TemporaryDirectory() as folder:

@@ -103,13 +103,13 @@ class Packages(Machine):
     def test_an_optional_package_that_cannot_be_had_is_told_once(self):
         installed = ["compiler", "toolkit", "witness"]
         self.machine(installed=installed, available=installed)
-        self.assertIn("Not available: sanitizer. What needs it is skipped.", self.ensure())
+        self.assertIn("Not available: sanitizer. Whatever needs it is skipped.", self.ensure())
         self.assertEqual(self.ensure(), "ready\n")
 
     def test_without_root_and_sudo_the_missing_packages_are_named(self):
         self.machine(installed=["compiler"], user=1000)
         output = self.ensure()
-        self.assertIn("neither root nor sudo to install them: toolkit witness sanitizer", output)
+        self.assertIn("cannot be installed without root or sudo: toolkit witness sanitizer", output)
         self.assertEqual(self.installed_by_apt(), [])
 
     def test_without_root_but_with_sudo_they_are_installed(self):

@@ -101,7 +101,7 @@ class BusPolicy(unittest.TestCase):
         self.addCleanup(program.terminate)
         self.await_name(bus)
         denied = "Access denied|not allowed|rejected"
-        self.assertIn("belong to the local session", bus.ask_service(INTERFACE, "Capture"))
+        self.assertIn("belong to the active local session", bus.ask_service(INTERFACE, "Capture"))
         self.assertIn("Capture", bus.ask_service("org.freedesktop.DBus.Introspectable", "Introspect"))
         self.assertRegex(bus.ask_service(INTERFACE, "Other"), denied)
         self.assertRegex(

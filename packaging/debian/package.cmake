@@ -1,6 +1,6 @@
-# The Debian package: what CPack is told, and the files that only it has.
+# The Debian package: CPack's settings, and the files that only the package contains.
 
-# Whoever builds the package for others answers for it, with an address of their own: nobody reads mail to this one.
+# Nobody reads mail sent to this address: set your own if you build the package for others.
 set(QUENSTAL_MAINTAINER "The Quenstal developers <developers@quenstal.app>" CACHE STRING "Maintainer of the package")
 
 execute_process(COMMAND date --utc --rfc-email --date=${release_date}
@@ -27,12 +27,12 @@ set(CPACK_DEBIAN_PACKAGE_SECTION sound)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# What no library names: the modules that the views import, and those that these import; the settings without which a
-# client of PipeWire does not start; and what makes the key service's user.
+# Dependencies that cannot be derived from libraries: the modules that the views import, directly or not; the settings
+# without which no PipeWire client starts; and the program that creates the key service's user.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS
     "qml6-module-qtquick, qml6-module-qtqml-workerscript, pipewire-bin, systemd | systemd-standalone-sysusers")
-# A bus to be one a session on; who decides whether the key service may be used; the sound server whose outputs are
-# controlled; the font the panel is drawn for; and windows where there is no X server.
+# A session bus, for a single instance per session; polkit, which decides who may use the key service; the sound server;
+# the font that the panel is designed for; and support for windows where there is no X server.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS
     "default-dbus-session-bus | dbus-session-bus, polkitd, pipewire, wireplumber, fonts-inter, qt6-wayland")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "volume keys for monitors that play sound")

@@ -19,7 +19,7 @@ unpack() {
     rm -rf "$tree"
     mkdir -p "$tree"
     echo "fetching linux-image-$version (about 70 MB)"
-    # The place may be closed to apt's own user, which apt merely notes.
+    # apt's own user may have no access to the folder; apt only prints a note.
     (cd "$tree" && apt-get download -qq "linux-image-$version" 2>/dev/null) ||
         skip "linux-image-$version cannot be downloaded"
     dpkg -x "$tree"/*.deb "$tree"

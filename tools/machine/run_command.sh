@@ -5,7 +5,7 @@
 #   run_command.sh PLACE USUAL_BOOT USUAL_LIMIT    seconds that a machine of the usual speed takes to boot, and gives to
 #                                                  the command
 #
-# The command finds in QUENSTAL_MACHINE_SLOWNESS how many times as long as usual the limits of its own should be.
+# QUENSTAL_MACHINE_SLOWNESS tells the command by what factor to lengthen its own limits.
 set -u
 
 place=$1
@@ -21,9 +21,9 @@ echo "This machine booted in $boot s instead of $usual_boot s: limits are $QUENS
 
 status=0
 timeout --kill-after=5 "$limit" bash "$place/command" || status=$?
-# Of its own accord, or by force.
+# Asked to, or by force.
 if [ "$status" = 124 ] || [ "$status" = 137 ]; then
-    echo "The command met its limit of $limit s ($QUENSTAL_MACHINE_SLOWNESS times $usual_limit s) in what it printed last," \
+    echo "The command reached its limit of $limit s ($QUENSTAL_MACHINE_SLOWNESS times $usual_limit s) in what it printed last," \
         "and was ended: $(cat "$place/command")"
     echo "0 passed, 1 failed"
 fi

@@ -55,7 +55,7 @@ void LogindWake::requestInhibitor()
         return;
     sd_bus_slot* slot = nullptr;
     sd_bus_call_method_async(systemBus_.get(), &slot, logind, logindPath, logindManager, "Inhibit", inhibitorGranted,
-        this, "ssss", "sleep", "Quenstal", "Finishes what the monitor was told", "delay");
+        this, "ssss", "sleep", "Quenstal", "Finishes setting the monitor's volume", "delay");
     inhibitorCall_.reset(slot);
 }
 
