@@ -45,7 +45,7 @@ public:
     static constexpr std::string_view lastMediaKeyKey = "QuenstalLastMediaKey";
     static constexpr std::string_view lastMediaKeyTimestampKey = "QuenstalLastMediaKeyTimestamp";
 
-    /// Shows the item at once, from the state as it is. The set-up guide opens by itself until the user has
+    /// Shows the item at once, from the state as it is. The setup guide opens by itself until the user has
     /// finished it once.
     StatusMenuController(const Platform& platform, std::shared_ptr<VolumeDesk> desk);
     ~StatusMenuController();

@@ -1,6 +1,6 @@
 #pragma once
 
-// Pure functions from the state to what the status item, the dial panel and the set-up guide show, and from keys
+// Pure functions from the state to what the status item, the dial panel and the setup guide show, and from keys
 // and gestures to commands.
 
 #include "QuenstalCore/MenuPresenter/GlassDialInteraction.hpp"

@@ -6,7 +6,7 @@
 
 namespace quenstal {
 
-/// Whether the user has finished the set-up guide.
+/// Whether the user has finished the setup guide.
 class SetupGuidePreferences {
 public:
     static constexpr std::string_view key = "Quenstal.SetupGuideCompleted";

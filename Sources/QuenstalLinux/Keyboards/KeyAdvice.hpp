@@ -5,7 +5,7 @@
 namespace quenstal {
 
 /// What the ways of capture tell the user: what stands in their way, and what helps. All of it, in as many words as the
-/// set-up guide has room for.
+/// setup guide has room for.
 struct KeyAdvice {
     static constexpr const char* keysTaken
         = "Another program, usually the desktop itself, is using the volume keys. In the desktop's settings, remove "

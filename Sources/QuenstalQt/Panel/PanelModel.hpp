@@ -49,7 +49,7 @@ class PanelModel : public QObject, private GlassDialViewState::Observer {
     Q_PROPERTY(qreal peakL READ peakL NOTIFY levelsChanged)
     Q_PROPERTY(qreal peakR READ peakR NOTIFY levelsChanged)
     Q_PROPERTY(bool clipping READ isClipping NOTIFY levelsChanged)
-    // The set-up guide.
+    // The setup guide.
     Q_PROPERTY(QString outputSummary READ outputSummary NOTIFY setupChanged)
     Q_PROPERTY(QString hardwareSummary READ hardwareSummary NOTIFY setupChanged)
     Q_PROPERTY(QString softwareSummary READ softwareSummary NOTIFY setupChanged)

@@ -1,7 +1,7 @@
 import QtQuick
 import Quenstal.Artwork
 
-// What the user should know about the current output. Pressing it opens the set-up guide.
+// What the user should know about the current output. Pressing it opens the setup guide.
 Pressable {
     id: notice
 
