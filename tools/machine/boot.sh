@@ -59,7 +59,7 @@ timeout "$limit_seconds" qemu-system-x86_64 -accel tcg,thread=multi,tb-size=512 
     -chardev "socket,id=port,path=$socket" -device virtserialport,chardev=port,name=emulator \
     "${devices[@]}" </dev/null || status=$?
 if [ ! -f "$out/status" ]; then
-    [ "$status" != 124 ] || echo "The emulated machine met its limit of $limit_seconds s."
+    [ "$status" != 124 ] || echo "The emulated machine reached its limit of $limit_seconds s."
     if [ -f "$out/booted" ]; then
         echo "It booted, and did not end its command (the emulator's status is $status). Its console:"
     else
