@@ -70,6 +70,8 @@ private:
     void statusItemActivated(std::optional<Point> at) override;
     void statusItemSecondaryActivated() override;
     void statusItemScrolled(int notches) override;
+    void statusItemOpenChosen() override { showPanel(); }
+    void statusItemQuitChosen() override { viewState_.quit(); }
 
     void configureActions();
     void configureNavigationActions();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "QuenstalFreedesktop/NotifierMenu.hpp"
 #include "QuenstalFreedesktop/SessionBus.hpp"
 #include "QuenstalPlatform/WheelNotches.hpp"
 
@@ -70,7 +71,7 @@ public:
     NotifierToolTip toolTip() const { return {{}, {}, title(), toolTip_.toHtmlEscaped()}; }
     QString accessibleDescription() const { return title() + QLatin1Char(' ') + toolTip_; }
     bool itemIsMenu() const { return false; }
-    QDBusObjectPath menu() const { return QDBusObjectPath(QStringLiteral("/NO_DBUSMENU")); }
+    QDBusObjectPath menu() const { return QDBusObjectPath(QLatin1String(NotifierMenu::path)); }
     QString label() const { return label_; }
     QString labelGuide() const { return QStringLiteral(" 100%"); }
 

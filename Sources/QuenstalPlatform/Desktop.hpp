@@ -33,6 +33,8 @@ struct StatusButtonAppearance {
     std::string title;
     ImagePosition imagePosition = ImagePosition::imageLeading;
     StatusTint tint = StatusTint::standard;
+    /// For the menu's checkmark.
+    bool isMuted = false;
 
     bool operator==(const StatusButtonAppearance&) const = default;
 };
@@ -43,10 +45,14 @@ public:
     /// A click or a key press. `at` is where, when the desktop knows. A desktop that has no place for status items
     /// reports one activation at start, so that the program can be reached.
     virtual void statusItemActivated(std::optional<Point> at) = 0;
-    /// A middle click.
+    /// A middle click, or "Mute" in the item's menu.
     virtual void statusItemSecondaryActivated() = 0;
     /// Notches of the wheel over the item, up positive, at most `WheelNotches::most` either way.
     virtual void statusItemScrolled(int notches) = 0;
+    /// "Open" in the item's menu: an open panel stays open.
+    virtual void statusItemOpenChosen() = 0;
+    /// "Quit" in the item's menu.
+    virtual void statusItemQuitChosen() = 0;
 
 protected:
     ~StatusItemHandler() = default;

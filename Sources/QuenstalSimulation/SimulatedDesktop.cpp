@@ -122,6 +122,18 @@ void SimulatedDesktop::scrollStatusItem(int notches)
         handler_->statusItemScrolled(notches);
 }
 
+void SimulatedDesktop::chooseOpenInMenu()
+{
+    if (handler_)
+        handler_->statusItemOpenChosen();
+}
+
+void SimulatedDesktop::chooseQuitInMenu()
+{
+    if (handler_)
+        handler_->statusItemQuitChosen();
+}
+
 void SimulatedDesktop::answerAlert(AlertResponse response)
 {
     alert_.reset();

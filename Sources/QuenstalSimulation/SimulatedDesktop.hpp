@@ -38,6 +38,8 @@ public:
     void clickStatusItem();
     void middleClickStatusItem();
     void scrollStatusItem(int notches);
+    void chooseOpenInMenu();
+    void chooseQuitInMenu();
     void answerAlert(AlertResponse response);
 
     // The desktop's own behaviour.

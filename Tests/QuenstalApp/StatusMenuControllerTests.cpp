@@ -145,6 +145,39 @@ TEST_F(StatusMenuControllerTest, aMiddleClickMutesAndTheWheelStepsLikeTheKeys)
     EXPECT_EQ(desktop.statusButton()->title, " Muted");
 }
 
+TEST_F(StatusMenuControllerTest, openInTheMenuOpensThePanelEvenWhenThatClickHasJustClosedIt)
+{
+    finishSetupEarlier();
+    launch();
+    desktop.clickStatusItem();
+    loop.runUntilIdle();
+    desktop.clickOutside();
+    EXPECT_FALSE(desktop.isPanelVisible());
+    desktop.chooseOpenInMenu();
+    EXPECT_TRUE(desktop.panelHasKeyboard());
+    desktop.chooseOpenInMenu();
+    EXPECT_TRUE(desktop.isPanelVisible());
+}
+
+TEST_F(StatusMenuControllerTest, quitInTheMenuClosesThePanelAndEndsTheProgram)
+{
+    finishSetupEarlier();
+    launch();
+    desktop.clickStatusItem();
+    desktop.chooseQuitInMenu();
+    EXPECT_FALSE(desktop.isPanelVisible());
+    EXPECT_TRUE(desktop.isTerminated());
+}
+
+TEST_F(StatusMenuControllerTest, theItemTellsWhetherItIsMuted)
+{
+    finishSetupEarlier();
+    launch();
+    EXPECT_FALSE(desktop.statusButton()->isMuted);
+    desktop.middleClickStatusItem();
+    EXPECT_TRUE(desktop.statusButton()->isMuted);
+}
+
 TEST_F(StatusMenuControllerTest, theWheelStepsAMonitorFromWhereItsKnobIsNow)
 {
     finishSetupEarlier();

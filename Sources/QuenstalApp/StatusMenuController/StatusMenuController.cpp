@@ -64,6 +64,7 @@ void StatusMenuController::refreshStatusButton(const GlassDialSnapshot& snapshot
         .title = " " + snapshot.statusTitle,
         .imagePosition = ImagePosition::imageLeading,
         .tint = snapshot.isEnabled ? StatusTint::standard : StatusTint::secondaryLabel,
+        .isMuted = snapshot.isMuted,
     });
 }
 

@@ -65,6 +65,7 @@ QImage statusImage(int pixels, const StatusButtonAppearance& appearance)
 TrayStatusItem::TrayStatusItem(StatusItemHandler& handler, WindowSystem* windowSystem, SessionBus& bus)
     : handler_(handler)
     , windowSystem_(windowSystem)
+    , menu_(bus)
     , notifier_(bus)
 {
     QObject::connect(
@@ -77,6 +78,7 @@ TrayStatusItem::TrayStatusItem(StatusItemHandler& handler, WindowSystem* windowS
     QObject::connect(&notifier_, &StatusNotifierItem::unregistered, this, [this] { embed(); });
     if (!bus.isThere())
         QTimer::singleShot(0, this, [this] { embed(); });
+    showMenu();
     missingTray_.setSingleShot(true);
     QObject::connect(&missingTray_, &QTimer::timeout, this, [this] { reportMissingTray(); });
     missingTray_.start(trayPatience);
@@ -133,11 +135,23 @@ void TrayStatusItem::setAppearance(const StatusButtonAppearance& appearance)
 
 void TrayStatusItem::showAppearance()
 {
+    showMenu();
     notifier_.setIcon(images());
     const QString title = shownText(QString::fromStdString(appearance_.title).trimmed().toStdString());
     notifier_.setTexts(QLatin1Char(' ') + title, title);
     if (embedded_)
         embedded_->show("Quenstal " + title.toStdString());
+}
+
+void TrayStatusItem::showMenu()
+{
+    const NotifierMenu::Entry separator;
+    menu_.show({
+        {tr("_Open"), [this] { handler_.statusItemOpenChosen(); }, {}},
+        {tr("_Mute"), [this] { handler_.statusItemSecondaryActivated(); }, appearance_.isMuted},
+        separator,
+        {tr("_Quit"), [this] { handler_.statusItemQuitChosen(); }, {}},
+    });
 }
 
 QList<QImage> TrayStatusItem::images() const

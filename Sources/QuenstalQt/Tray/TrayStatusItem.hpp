@@ -1,5 +1,6 @@
 #pragma once
 
+#include "QuenstalFreedesktop/NotifierMenu.hpp"
 #include "QuenstalFreedesktop/StatusNotifierItem.hpp"
 #include "QuenstalPlatform/Desktop.hpp"
 #include "QuenstalPlatform/WindowSystem.hpp"
@@ -37,11 +38,14 @@ private:
     void embed();
     void reportMissingTray();
     void showAppearance();
+    void showMenu();
     QList<QImage> images() const;
 
     StatusItemHandler& handler_;
     WindowSystem* windowSystem_;
     StatusButtonAppearance appearance_;
+    /// Before the item, which hosts ask where its menu is.
+    NotifierMenu menu_;
     StatusNotifierItem notifier_;
     std::unique_ptr<WindowSystem::TrayIcon> embedded_;
     QTimer missingTray_;

@@ -603,4 +603,19 @@
         <translation>Fertig</translation>
     </message>
 </context>
+<context>
+    <name>quenstal::TrayStatusItem</name>
+    <message>
+        <source>_Open</source>
+        <translation>Ö_ffnen</translation>
+    </message>
+    <message>
+        <source>_Mute</source>
+        <translation>_Stumm</translation>
+    </message>
+    <message>
+        <source>_Quit</source>
+        <translation>_Beenden</translation>
+    </message>
+</context>
 </TS>

@@ -20,16 +20,16 @@ class Service:
                                    stdout=subprocess.PIPE, text=True, bufsize=1)
         self.lines = []
         self.rest = ""
-        self.expect("ready")
+        self.greeting = self.expect("ready")
 
-    def expect(self, key):
-        """The first thing said with that key; what was said before it is forgotten."""
+    def expect(self, *keys):
+        """The first thing said with one of the keys; what was said before it is forgotten."""
         end = time.monotonic() + LIMIT
         while True:
             for said in self._said():
-                if key in said:
+                if any(key in said for key in keys):
                     return said
-            self._read(end, key)
+            self._read(end, " or ".join(keys))
 
     def all(self, key):
         """Everything said with that key since the last look, up to the answer to a command that does nothing."""
