@@ -1,5 +1,7 @@
 #include "QuenstalFreedesktop/StatusNotifierItem.hpp"
 
+#include <algorithm>
+
 #include <QCoreApplication>
 #include <QDBusArgument>
 #include <QDBusMessage>
@@ -15,6 +17,16 @@ namespace {
 constexpr const char* watcherService = "org.kde.StatusNotifierWatcher";
 constexpr const char* watcherPath = "/StatusNotifierWatcher";
 constexpr const char* itemPath = "/StatusNotifierItem";
+
+/// Compositors' tokens have some 40 to 120. A longer one than a message to the compositor can hold would end the
+/// connection to it.
+constexpr qsizetype longestToken = 512;
+
+bool isToken(const QString& text)
+{
+    const auto isPrintable = [](QChar c) { return c > u' ' && c <= u'~'; };
+    return !text.isEmpty() && text.size() <= longestToken && std::all_of(text.begin(), text.end(), isPrintable);
+}
 
 NotifierPixmap pixmapOf(const QImage& image)
 {
@@ -150,6 +162,12 @@ void StatusNotifierItem::setTexts(const QString& label, const QString& toolTip)
 void StatusNotifierItem::SecondaryActivate(int, int)
 {
     emit secondaryActivated();
+}
+
+void StatusNotifierItem::ProvideXdgActivationToken(const QString& token)
+{
+    if (isToken(token))
+        emit activationTokenProvided(token.toLatin1());
 }
 
 /// Hosts report 120 per notch; smooth wheels report fractions of it, and some hosts 1 per notch.

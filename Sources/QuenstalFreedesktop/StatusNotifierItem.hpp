@@ -80,6 +80,8 @@ public slots:
     Q_SCRIPTABLE void ContextMenu(int x, int y) { emit activated(x, y); }
     Q_SCRIPTABLE void SecondaryActivate(int x, int y);
     Q_SCRIPTABLE void Scroll(int delta, const QString& orientation);
+    /// Comes before the activation that it is for.
+    Q_SCRIPTABLE void ProvideXdgActivationToken(const QString& token);
 
 signals:
     // The protocol's signals.
@@ -94,6 +96,8 @@ signals:
     void secondaryActivated();
     /// Up positive, at most `WheelNotches::most` either way.
     void scrolled(int notches);
+    /// Lets the window that is activated next have the keyboard. Printable, at most 512 characters.
+    void activationTokenProvided(const QByteArray& token);
     void registered();
     /// The watcher went away, or there was none.
     void unregistered();

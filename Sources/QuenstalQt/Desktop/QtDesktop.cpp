@@ -88,6 +88,10 @@ void QtDesktop::sessionBusAppeared(const std::string& address)
 std::unique_ptr<StatusItem> QtDesktop::createStatusItem(StatusItemHandler& handler)
 {
     auto item = std::make_unique<TrayStatusItem>(handler, state_->windowSystem, state_->bus);
+    item->onActivationToken = [state = state_.get()](const QByteArray& token) {
+        if (state->panel)
+            state->panel->setActivationToken(token);
+    };
     state_->statusItem = item.get();
     QObject::connect(
         item.get(), &QObject::destroyed, state_.get(), [state = state_.get()] { state->statusItem = nullptr; });

@@ -22,6 +22,8 @@ namespace {
 constexpr int shadowMargin = 26;
 constexpr int cornerRadius = 24;
 
+constexpr const char* activationVariable = "XDG_ACTIVATION_TOKEN";
+
 Qt::WindowFlags windowFlags()
 {
     Qt::WindowFlags flags = Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint;
@@ -161,7 +163,17 @@ void QtPanelWindow::makeKey()
         if (focused != windowID())
             focusBefore_ = focused;
     }
+    activate();
+}
+
+/// The toolkit takes the token from the environment, which programs that are started later must not inherit.
+void QtPanelWindow::activate()
+{
+    const QByteArray token = std::exchange(activationToken_, {});
+    if (!token.isEmpty())
+        qputenv(activationVariable, token);
     window_->requestActivate();
+    qunsetenv(activationVariable);
 }
 
 void QtPanelWindow::orderOut()
@@ -175,6 +187,8 @@ void QtPanelWindow::orderOut()
     if (hasKeyboard)
         windowSystem_->focusWindow(focusBefore_);
     focusBefore_ = 0;
+    // It was for the click that closed the panel.
+    activationToken_.clear();
     while (isAsking())
         questions_.front().question->answer(questions_.front().lastButton);
 }

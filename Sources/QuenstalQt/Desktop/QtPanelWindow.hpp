@@ -9,6 +9,7 @@
 #include <memory>
 #include <optional>
 
+#include <QByteArray>
 #include <QQuickWindow>
 
 namespace quenstal {
@@ -39,6 +40,9 @@ public:
     void explain(const QString& title, const QString& text);
     bool isAsking() const { return !questions_.empty(); }
 
+    /// The compositor's permission to take the keyboard from the program that has it, for the next `makeKey`.
+    void setActivationToken(const QByteArray& token) { activationToken_ = token; }
+
     WindowID windowID() const;
     /// Whether the last mouse press in the panel happened at this time.
     bool wasPressedAt(std::uint32_t time) const { return lastPress_ == time; }
@@ -56,6 +60,7 @@ private:
     void makeWindow();
     void keyDown(QKeyEvent& event);
     int margin() const;
+    void activate();
     void applyFrame();
     void shape();
     void push(const QString& title, const QString& text, const QStringList& buttons, bool isExplanation,
@@ -68,6 +73,7 @@ private:
     Rect frame_;
     WindowID focusBefore_ = 0;
     std::optional<std::uint32_t> lastPress_;
+    QByteArray activationToken_;
     /// None before the views are hosted and after.
     GlassDialViewState* viewState_ = nullptr;
     bool motion_ = true;

@@ -74,6 +74,10 @@ TrayStatusItem::TrayStatusItem(StatusItemHandler& handler, WindowSystem* windowS
         &notifier_, &StatusNotifierItem::secondaryActivated, this, [this] { handler_.statusItemSecondaryActivated(); });
     QObject::connect(
         &notifier_, &StatusNotifierItem::scrolled, this, [this](int notches) { handler_.statusItemScrolled(notches); });
+    QObject::connect(&notifier_, &StatusNotifierItem::activationTokenProvided, this, [this](const QByteArray& token) {
+        if (onActivationToken)
+            onActivationToken(token);
+    });
     QObject::connect(&notifier_, &StatusNotifierItem::registered, this, [this] { embedded_.reset(); });
     QObject::connect(&notifier_, &StatusNotifierItem::unregistered, this, [this] { embed(); });
     if (!bus.isThere())

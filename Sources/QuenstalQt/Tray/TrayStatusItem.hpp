@@ -5,6 +5,7 @@
 #include "QuenstalPlatform/Desktop.hpp"
 #include "QuenstalPlatform/WindowSystem.hpp"
 
+#include <functional>
 #include <memory>
 
 #include <QImage>
@@ -33,6 +34,9 @@ public:
     void activate(std::optional<Point> at);
     /// The user has the panel, so the item need not open it when there is no tray.
     void stopWaitingForTray() { missingTray_.stop(); }
+
+    /// The tray lets the panel have the keyboard: see `QtPanelWindow::setActivationToken`.
+    std::function<void(const QByteArray& token)> onActivationToken;
 
 private:
     void embed();

@@ -1,6 +1,6 @@
 """A StatusNotifierWatcher with a host, for tests: prints what registers, and calls items on request.
 
-Commands on the input: "activate X Y", "scroll DELTA ORIENTATION", "secondary", "properties", "nothing".
+Commands on the input: "activate X Y", "scroll DELTA ORIENTATION", "secondary", "token TOKEN", "properties", "nothing".
 """
 
 import json
@@ -50,6 +50,8 @@ class Watcher(dbus.service.Object):
             item.Activate(*map(int, arguments))
         elif word == "scroll":
             item.Scroll(int(arguments[0]), arguments[1])
+        elif word == "token":
+            item.ProvideXdgActivationToken(*arguments)
         elif word == "secondary":
             item.SecondaryActivate(0, 0)
         elif word == "properties":

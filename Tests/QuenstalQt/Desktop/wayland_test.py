@@ -10,6 +10,7 @@ import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).parents[2] / "Support"))
 import script_suite  # noqa: E402
+from service import Service  # noqa: E402
 from session import LIMIT, Missing, Session, WaylandSession, wait_for  # noqa: E402
 
 PROGRAM = sys.argv.pop(1)
@@ -63,6 +64,57 @@ class Wayland(unittest.TestCase):
 
     def test_without_a_tray_the_panel_opens_by_itself(self):
         wait_for(self.panels, "panel")
+
+
+class ActivationToken(unittest.TestCase):
+    """What the tray hands over so that the panel may take the keyboard, seen in what is sent to the compositor."""
+
+    def setUp(self):
+        try:
+            self.session = WaylandSession()
+        except Missing as program:
+            self.skipTest(f"{program} is not installed")
+        self.addCleanup(self.session.close)
+        self.session.finish_setup_guide()
+        self.watcher = Service(self.session, "watcher.py")
+        self.sent = pathlib.Path(self.session.folder.name, "wayland.log")
+        with self.sent.open("w") as log:
+            self.session.environment["WAYLAND_DEBUG"] = "client"
+            self.program = self.session.start(PROGRAM, stderr=log)
+        self.watcher.expect("registered")
+
+    def give(self, token):
+        self.watcher.command(f"token {token}")
+        self.watcher.expect("done")
+
+    def click(self, opens=True):
+        self.watcher.command("activate 640 12")
+        wait_for(lambda: bool(self.panels()) == opens, "panel open" if opens else "panel closed")
+
+    def panels(self):
+        self.assertIsNone(self.program.poll(), "the program has ended")
+        return [window for window in self.session.windows() if window[0] == "Quenstal"]
+
+    def uses(self, token):
+        return self.sent.read_text().count(f'.activate("{token}"')
+
+    def test_it_is_used_for_the_click_it_was_given_for_and_no_other(self):
+        self.give("first_TIME42")
+        self.click()
+        wait_for(lambda: self.uses("first_TIME42") == 1, "token used")
+        self.give("second_TIME43")
+        self.click(opens=False)
+        self.click()
+        self.give("third_TIME44")
+        self.click(opens=False)
+        self.assertEqual((self.uses("first_TIME42"), self.uses("second_TIME43")), (1, 0))
+
+    def test_what_can_be_none_is_not_passed_on(self):
+        for token in ("x" * 513, "\u00fc"):
+            self.give(token)
+            self.click()
+            self.assertNotIn(".activate(\"", self.sent.read_text())
+            self.click(opens=False)
 
 
 class Keys(unittest.TestCase):
