@@ -132,7 +132,7 @@ class Menu(unittest.TestCase):
 
     def test_one_message_chooses_an_entry_once_and_is_answered_in_bounds(self):
         self.start()
-        self.host.command(f"flood 100001 {MUTE}")
+        self.host.command(f"flood 1000 {MUTE}")
         self.assertEqual(self.host.expect("answer")["answer"], [])
         self.stand.wait(muted=1)
         self.host.command("flood 2 99")
