@@ -34,7 +34,7 @@ constexpr int usageFailure = 2;
 
 MendingCommands mendingCommands()
 {
-    // Once the package is installed no command helps: the advice says who has access.
+    // Once the package is installed no command helps: the advice explains who has access.
     const bool isInstalled = std::filesystem::exists("/usr/lib/udev/rules.d/70-quenstal-i2c.rules");
     return {"systemctl --user start pipewire.service wireplumber.service", isInstalled ? "" : "./package install"};
 }
@@ -48,7 +48,7 @@ void print(std::string_view text)
 int printReport()
 {
     const auto words = reportOfRunningInstance();
-    // The answer comes from whoever owns the name on the bus.
+    // Any program may own the name on the bus.
     constexpr std::size_t longestReport = 20'000;
     print(words ? presentableLines(*words, longestReport) : "Quenstal is not running in this session.\n");
     return words ? EXIT_SUCCESS : EXIT_FAILURE;

@@ -1,6 +1,6 @@
 #pragma once
 
-// What an audio callback is handed: identifiers, statuses, the stream's format, lists of buffers.
+// What an audio callback receives: identifiers, statuses, the stream's format, lists of buffers.
 
 #include "QuenstalPlatform/PlatformStatus.hpp"
 
@@ -47,12 +47,12 @@ struct AudioFormatFlag {
     static constexpr std::uint32_t isNonInterleaved = 0x20;
 };
 
-/// Samples of one or, interleaved, several channels. The memory belongs to whoever calls the procedure.
+/// Samples of one or, interleaved, several channels. The memory belongs to the caller of the procedure.
 struct AudioBuffer {
     std::uint32_t numberChannels = 0;
     /// Size of `data` in bytes.
     std::uint32_t dataByteSize = 0;
-    /// Null when the buffer carries nothing.
+    /// Null if the buffer is empty.
     void* data = nullptr;
 };
 

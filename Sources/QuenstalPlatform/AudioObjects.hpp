@@ -19,7 +19,7 @@ inline constexpr AudioObjectID audioSystemObject = 1;
 inline constexpr std::uint32_t audioElementMain = 0;
 
 struct AudioPropertySelector {
-    /// On the system object: the device that programs play on unless told otherwise; 0 is none.
+    /// On the system object: the device that programs play on by default; 0 is none.
     static constexpr FourCharCode defaultOutputDevice = fourCharCode("dOut");
     static constexpr FourCharCode name = fourCharCode("lnam");
     static constexpr FourCharCode transportType = fourCharCode("tran");
@@ -61,7 +61,7 @@ struct AudioPropertyAddress {
 /// Audio objects and their properties. Main thread. No call waits for hardware or for a server: reads answer from
 /// what is known, writes are on their way when the call returns.
 ///
-/// A getter leaves its value alone unless it returns 0. A device that has gone answers with a status, never else.
+/// A getter leaves its value alone unless it returns 0. Only a device that has gone returns an error.
 class AudioObjects : public Interface {
 public:
     virtual bool hasProperty(AudioObjectID object, const AudioPropertyAddress& address) const = 0;
@@ -81,9 +81,9 @@ public:
         = 0;
     virtual PlatformStatus setFloat32(AudioObjectID object, const AudioPropertyAddress& address, float value) = 0;
 
-    /// Runs the handler on a later turn after outputs came, went, or the default moved.
+    /// Runs the handler on a later turn after outputs appeared, disappeared, or the default changed.
     [[nodiscard]] virtual Cancellation onOutputsChanged(std::function<void()> handler) = 0;
-    /// Runs the handler on a later turn after a device's volume or mute changed by anyone's hand but this program's.
+    /// Runs the handler on a later turn after anything but this program changed a device's volume or mute.
     [[nodiscard]] virtual Cancellation onVolumeChangedElsewhere(std::function<void(AudioObjectID)> handler) = 0;
 };
 

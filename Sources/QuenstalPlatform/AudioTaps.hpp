@@ -1,6 +1,6 @@
 #pragma once
 
-// Taking over what all other programs play on an output: process taps, private aggregate devices, IO procedures.
+// Capturing everything that other programs play on an output: process taps, private aggregate devices, IO procedures.
 
 #include "QuenstalPlatform/AudioBuffers.hpp"
 #include "QuenstalPlatform/Interface.hpp"
@@ -24,7 +24,7 @@ enum class TapMuteBehavior : std::uint32_t {
     mutedWhenTapped = 2,
 };
 
-/// What a process tap captures. The initial values are not meaningful by themselves: every field is the caller's.
+/// What a process tap captures. The initial values have no meaning: the caller sets every field.
 struct ProcessTapDescription {
     /// Process objects that are left alone: they are neither captured nor silenced.
     std::vector<AudioObjectID> excludedProcesses;
@@ -64,11 +64,11 @@ using AggregateMember = std::map<std::string, std::variant<bool, std::string>>;
 using AggregateDeviceDescription = std::map<std::string, std::variant<bool, std::string, std::vector<AggregateMember>>>;
 
 enum class TapChange {
-    /// The tap's format is another one: read it again.
+    /// The tap's format has changed: read it again.
     format,
-    /// The tap delivers nothing any more and the direct path is back. Its owner should release it.
+    /// The tap has stopped delivering and the direct path is back. Its owner should release it.
     ended,
-    /// No tap's change, and told with the number 0: where creating one was refused, it is worth another try.
+    /// Concerns no tap, and comes with the number 0: creating one that was refused may succeed now.
     refusalOver,
 };
 
@@ -99,8 +99,8 @@ public:
 
     /// The procedure is called once a cycle from now on, with input and output buffers of the same number and sizes,
     /// outputs zeroed, finite input samples. A start that fails later is reported as `ended`, and creating a tap on the
-    /// same output returns the reason when trying again is of no use. When that is only for a time, `refusalOver` is
-    /// told after it; once, and not again when the next try fails too.
+    /// same output returns the reason if trying again is of no use. If that is only temporary, `refusalOver` follows;
+    /// once, and not again if the next try fails too.
     virtual PlatformStatus startDevice(AudioObjectID device, AudioIOProcID procedureID) = 0;
     /// When this returns, the procedure is not running and will not be called again.
     virtual PlatformStatus stopDevice(AudioObjectID device, AudioIOProcID procedureID) = 0;
@@ -108,8 +108,8 @@ public:
     /// Runs the handler on a later turn after a tap changed.
     [[nodiscard]] virtual Cancellation onTapChanged(std::function<void(AudioObjectID tap, TapChange)> handler) = 0;
 
-    /// Waits until the sound that devices led away is on its direct path again, for half a second at most. For the end
-    /// of the program, when every device is destroyed and no turn of the run loop follows.
+    /// Waits until the sound that devices redirected is on its direct path again, for half a second at most. For the
+    /// end of the program, when every device is destroyed and no turn of the run loop follows.
     virtual void giveSoundBack() = 0;
 };
 

@@ -64,7 +64,7 @@ public:
     virtual void setAppearance(const StatusButtonAppearance& appearance) = 0;
     /// The desktop has given the item its place. Some desktops do so a moment after creation.
     virtual bool isPlaced() = 0;
-    /// Where the item is; none when it is not placed or the desktop does not tell.
+    /// Where the item is; none if it has no place or the desktop does not report it.
     virtual std::optional<Rect> frame() = 0;
 };
 
@@ -79,7 +79,7 @@ struct PanelFlag {
     static constexpr std::uint32_t collectionFullScreenAuxiliary = 1u << 8;
 };
 
-/// How the panel's window is made. A field's default is a plain window's.
+/// How the panel's window is created. A field's default is that of a plain window.
 struct PanelSettings {
     Rect contentRect;
     /// `PanelFlag` without the collection bits.
@@ -110,9 +110,9 @@ public:
     virtual void setFrame(const Rect& frame) = 0;
     /// Shows it above everything, whichever program is active.
     virtual void orderFrontRegardless() = 0;
-    /// Takes the keyboard. The desktop remembers who had it.
+    /// Takes the keyboard focus. The desktop remembers which window had it.
     virtual void makeKey() = 0;
-    /// Hides it and gives the keyboard back, unless the user has given it to another window meanwhile.
+    /// Hides it and returns the keyboard focus, unless the user has moved it to another window meanwhile.
     virtual void orderOut() = 0;
 };
 
@@ -125,7 +125,7 @@ struct KeyCode {
     static constexpr std::uint16_t rightArrow = 124;
     static constexpr std::uint16_t downArrow = 125;
     static constexpr std::uint16_t upArrow = 126;
-    /// Any other key; `characters` tells which.
+    /// Any other key; `characters` identifies it.
     static constexpr std::uint16_t none = 0xFFFF;
 };
 
@@ -171,7 +171,7 @@ struct KeyFeedback {
     std::string symbolName;
     /// "42%" or "Muted".
     std::string title;
-    /// 0 to 100; none when the output could not be controlled.
+    /// 0 to 100; none if the output could not be controlled.
     std::optional<int> percent;
     /// The output's name, or why the key did nothing.
     std::string text;
@@ -193,22 +193,22 @@ public:
     virtual std::unique_ptr<StatusItem> createStatusItem(StatusItemHandler& handler) = 0;
     virtual std::unique_ptr<PanelWindow> createPanel(const PanelSettings& settings) = 0;
 
-    /// Hears the key-downs in the panel before any of its controls; the answer true consumes the event. Hears nothing
+    /// Gets the key-downs in the panel before any of its controls; returning true consumes the event. Gets nothing
     /// while an alert is shown.
     [[nodiscard]] virtual Cancellation addLocalKeyDownMonitor(std::function<bool(const KeyEvent&)> handler) = 0;
-    /// Hears the mouse-downs outside this program. The panel, its alert and the status item count as inside.
+    /// Gets the mouse-downs outside this program. The panel, its alert and the status item count as inside.
     [[nodiscard]] virtual Cancellation addGlobalMouseMonitor(std::uint32_t mask, std::function<void()> handler) = 0;
 
     /// The main screen first; empty when there is none.
     virtual std::vector<DesktopScreen> screens() = 0;
-    /// None when the desktop does not tell.
+    /// None if the desktop does not report it.
     virtual std::optional<Point> pointerLocation() = 0;
 
     /// Shows the alert and answers later, once. Never answers after the desktop is gone.
     virtual void showAlert(const Alert& alert, std::function<void(AlertResponse)> answered) = 0;
     /// Shows an explanation to be read and closed. A second one replaces the first. Does not wait.
     virtual void showNotice(std::string_view title, std::string_view text) = 0;
-    /// Shows the level for a moment, replacing the one before. Takes no focus.
+    /// Shows the level for a moment, replacing the previous one. Takes no focus.
     virtual void showKeyFeedback(const KeyFeedback& feedback) = 0;
 
     virtual void clearPasteboard() = 0;
@@ -219,14 +219,14 @@ public:
     virtual void terminate() = 0;
 };
 
-/// The computer goes to sleep and comes back. Each task runs until it is cancelled. Main thread.
+/// The computer goes to sleep and wakes. Each task runs until it is cancelled. Main thread.
 class SleepAndWake : public Interface {
 public:
     /// The computer waits a moment for the task to end.
     [[nodiscard]] virtual Cancellation onWillSleep(RunLoop::Task task) = 0;
     [[nodiscard]] virtual Cancellation onDidWake(RunLoop::Task task) = 0;
     [[nodiscard]] virtual Cancellation onScreensDidWake(RunLoop::Task task) = 0;
-    /// Somebody is at the keys: a sleep that began a while ago, and whose end nobody told, is over.
+    /// Somebody is using the keys: a sleep that began a while ago without a reported end is over.
     virtual void keyPressed() = 0;
 };
 

@@ -13,7 +13,7 @@ using EventMask = std::uint64_t;
 
 /// Media keys, among others.
 inline constexpr EventType eventTypeSystemDefined = 14;
-/// Told to a tap's callback when the system stopped delivering to it.
+/// Sent to a tap's callback when the system has stopped delivering to it.
 inline constexpr EventType eventTypeTapDisabledByTimeout = 0xFFFFFFFE;
 inline constexpr EventType eventTypeTapDisabledByUserInput = 0xFFFFFFFF;
 
@@ -44,9 +44,9 @@ enum class EventTapPlacement { headInsert = 0, tailAppend = 1 };
 /// An active tap may swallow events, a listener may not.
 enum class EventTapOptions { active = 0, listenOnly = 1 };
 
-/// Gives the event back to let it pass, or null to swallow it. Called on the main thread. Where events cannot wait
-/// for the main thread, the key-downs of the three volume keys are swallowed before the callback hears of them,
-/// everything else passes, and the answer is not asked. `event` lives until the callback returns.
+/// Gives the event back to let it pass, or null to swallow it. Called on the main thread. Where events cannot wait for
+/// the main thread, the key-downs of the three volume keys are swallowed before the callback runs, everything else
+/// passes, and the answer is ignored. `event` lives until the callback returns.
 using EventTapCallback = const TapEvent* (*)(EventType type, const TapEvent* event, void* userInfo);
 
 /// Brings a tap's events to the main run loop. Destroying it takes it off the loop.
@@ -57,20 +57,20 @@ public:
     virtual void removeFromMainRunLoop() = 0;
 };
 
-/// One tap; disabled when made. Destroying it gives its events back to the system, by the next turn of the run loop.
-/// The source goes first.
+/// One tap; disabled at first. Destroying it returns its events to the system, by the next turn of the run loop.
+/// Destroy the source first.
 class EventTap : public Interface {
 public:
     /// While disabled the callback is not called, and by the next turn nothing is swallowed.
     virtual void enable(bool enabled) = 0;
-    /// Null when it cannot be made.
+    /// Null if it cannot be created.
     virtual std::unique_ptr<EventTapSource> createRunLoopSource() = 0;
 };
 
 /// The system's input stream. Main thread.
 class EventTaps : public Interface {
 public:
-    /// Null when the system does not allow it, or when another program already holds what the tap needs.
+    /// Null if the system does not allow it, or if another program already holds what the tap needs.
     virtual std::unique_ptr<EventTap> createEventTap(EventTapLocation location, EventTapPlacement placement,
         EventTapOptions options, EventMask mask, EventTapCallback callback, void* userInfo)
         = 0;

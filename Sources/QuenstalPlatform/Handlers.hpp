@@ -11,7 +11,7 @@
 
 namespace quenstal {
 
-/// Handlers in the order in which they came, each until its cancellation goes, which may be after this has. One thread.
+/// Handlers in the order they were added, each until its cancellation is destroyed, which may outlive this. One thread.
 template <typename Handler>
 class Handlers {
 public:
@@ -37,7 +37,7 @@ public:
         }
     }
 
-    /// Calls one handler after the other until one of them answers true, and answers that.
+    /// Calls one handler after the other until one of them returns true, and returns that.
     template <typename... Arguments>
     bool anyOf(const Arguments&... arguments) const
     {

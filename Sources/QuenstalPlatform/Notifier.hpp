@@ -9,7 +9,7 @@
 
 namespace quenstal {
 
-/// Handlers that wait for news. News is delivered on a later turn, to those who still wait then. Main thread.
+/// Handlers waiting for a notification, which arrives on a later turn, if they are still waiting then. Main thread.
 template <typename... News>
 class Notifier {
 public:
@@ -21,7 +21,7 @@ public:
     {
     }
 
-    /// The handler waits until the result is destroyed, which may be after the notifier is.
+    /// The handler waits until the result is destroyed, which may outlive the notifier.
     [[nodiscard]] Cancellation add(Handler handler) { return handlers_->add(std::move(handler)); }
 
     void notify(News... news)

@@ -9,8 +9,8 @@
 
 namespace quenstal {
 
-/// Tasks on the main thread that run only while their owner lives: the owner keeps this among its members, and it goes
-/// on the main thread, before the run loop.
+/// Tasks on the main thread that run only while their owner lives: the owner keeps this among its members, and it is
+/// destroyed on the main thread, before the run loop.
 class OwnedTasks {
 public:
     explicit OwnedTasks(RunLoop& runLoop)
@@ -21,8 +21,8 @@ public:
     OwnedTasks(const OwnedTasks&) = delete;
     OwnedTasks& operator=(const OwnedTasks&) = delete;
 
-    /// A function for someone who may call it late, on the main thread: once the owner is gone it does nothing, and
-    /// answers with an empty value.
+    /// A function that may be called late, on the main thread: once the owner is gone it does nothing, and returns an
+    /// empty value.
     template <typename Function>
     auto whileOwned(Function function) const
     {

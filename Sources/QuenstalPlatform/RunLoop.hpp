@@ -23,7 +23,7 @@ public:
     virtual void post(Task task) = 0;
     /// Runs the task once, no earlier than the delay from now. Main thread.
     [[nodiscard]] virtual Cancellation after(Duration delay, Task task) = 0;
-    /// Runs the task every interval, first after one interval. Late ticks are not made up for. Main thread.
+    /// Runs the task every interval, first after one interval. Missed ticks are skipped. Main thread.
     [[nodiscard]] virtual Cancellation repeat(Duration interval, Task task) = 0;
     /// Runs the task on every turn on which the descriptor can be read, until cancelled. The descriptor stays the
     /// caller's. Main thread.

@@ -1,7 +1,7 @@
 #pragma once
 
-// The messages of DDC/CI about a monitor's features, as bytes: what a host sends and a display understands, what a
-// display replies and a host understands. Whoever builds or reads such bytes does it with this. Any thread.
+// The messages of DDC/CI about a monitor's features, as bytes: those that a host sends to a display, and the display's
+// replies. Nothing else builds or reads such bytes. Any thread.
 
 #include <algorithm>
 #include <array>
@@ -18,7 +18,7 @@ using VcpFeature = std::uint8_t;
 
 inline constexpr VcpFeature speakerVolumeFeature = 0x62;
 
-/// Of a display on its bus. Eight bits; the lowest says read.
+/// Of a display on its bus. Eight bits; the lowest means read.
 inline constexpr std::uint8_t displayWriteAddress = 0x6E;
 inline constexpr std::uint8_t displayReadAddress = 0x6F;
 
@@ -38,8 +38,8 @@ struct VcpSetting {
     bool operator==(const VcpSetting&) const = default;
 };
 
-/// What is read after a question. Monitors corrupt what is read bytewise, so always this much in one read; what follows
-/// the reply is anything.
+/// What is read after a question. Monitors corrupt replies that are read byte by byte, so always this much in one read;
+/// arbitrary bytes follow the reply.
 using VcpReply = std::array<std::uint8_t, 16>;
 
 namespace vcp {
@@ -49,7 +49,7 @@ enum Result : std::uint8_t { noError = 0x00, unsupportedFeature = 0x01 };
 
 inline constexpr std::uint8_t hostAddress = 0x51;
 inline constexpr std::uint8_t lengthFlag = 0x80;
-/// The destination is part of the sum although it is not part of the message; a host's is another.
+/// The destination is part of the sum although it is not part of the message; a host has its own.
 inline constexpr std::uint8_t sumToDisplay = displayWriteAddress;
 inline constexpr std::uint8_t sumToHost = 0x50;
 /// Address and length in front of the payload, the sum behind it.
@@ -105,7 +105,7 @@ constexpr auto toHost(const std::array<std::uint8_t, size>& payload)
     return framed(displayWriteAddress, payload, sumToHost);
 }
 
-/// Of a message to a display; empty when it does not add up.
+/// Of a message to a display; empty if its checksum is wrong.
 constexpr std::span<const std::uint8_t> payloadToDisplay(std::span<const std::uint8_t> message)
 {
     if (message.size() < frameLength || message[0] != hostAddress || sumOf(message, sumToDisplay) != 0
@@ -160,7 +160,7 @@ constexpr std::optional<VcpSetting> settingIn(std::span<const std::uint8_t> mess
     return VcpSetting{payload[1], vcp::bigEndian(payload, 2)};
 }
 
-/// What a reply says of a feature. Length, type and sum are not looked at: monitors that get them wrong still report
+/// What a reply reports about a feature. Length, type and sum are ignored: monitors that get them wrong still report
 /// the right value.
 constexpr std::optional<VcpValue> valueIn(const VcpReply& reply, VcpFeature feature)
 {
@@ -176,7 +176,7 @@ constexpr bool isDamaged(const VcpReply& reply)
     return vcp::hasUsualLayout(reply) && !vcp::sumIsRight(reply);
 }
 
-/// Whether a reply says, and its sum agrees, that the monitor has no such feature.
+/// Whether a reply, with a correct sum, reports that the monitor has no such feature.
 constexpr bool saysUnsupported(const VcpReply& reply, VcpFeature feature)
 {
     return vcp::hasUsualLayout(reply) && vcp::sumIsRight(reply) && reply[2] == vcp::getFeatureReply

@@ -4,13 +4,12 @@
 
 namespace quenstal {
 
-/// Counts the whole notches of a wheel that is told of in parts.
+/// Counts the whole notches of a wheel that reports them in parts.
 class WheelNotches {
 public:
     /// The parts of a notch.
     static constexpr int parts = 120;
-    /// Farther than a hand turns a wheel at once. Whoever tells of more, by mistake or in bad faith, moves the volume
-    /// by a quarter.
+    /// Farther than a hand turns a wheel at once. A larger report, faulty or forged, changes the volume by a quarter.
     static constexpr int most = 4;
 
     /// The notches that are complete with this turn, up positive, at most `most` either way; the rest is kept for the

@@ -29,13 +29,13 @@ public:
     /// An icon in the tray of the window system.
     class TrayIcon : public Interface {
     public:
-        /// The picture is asked for anew. The name is what assistive technology reads.
+        /// Requests the picture again. The name is what assistive technology reads.
         virtual void show(const std::string& name) = 0;
-        /// Where it is on the screen, in pixels; nowhere while no tray has taken it.
+        /// Where it is on the screen, in pixels; nowhere while no tray has accepted it.
         virtual std::optional<PixelRect> frame() = 0;
     };
 
-    /// What a tray icon tells of and asks for. It does not go while it tells.
+    /// What a tray icon reports and requests. It is not destroyed during a call.
     struct TrayIconUser {
         std::function<void()> activated;
         std::function<void()> secondaryActivated;
@@ -47,21 +47,21 @@ public:
 
     /// A button of the mouse went down.
     struct MousePress {
-        /// The top-level window under the pointer, by the time that this is told.
+        /// The top-level window under the pointer at the time of the report.
         WindowID under = 0;
-        /// When it went down, in milliseconds of the window system's clock, which the toolkit's own events bear too.
+        /// When it went down, in milliseconds of the window system's clock, which the toolkit's own events use too.
         std::uint32_t time = 0;
     };
 
     /// Windows may be translucent. May change at any time.
     virtual bool isCompositing() = 0;
-    /// The window that has the keyboard.
+    /// The window that has the keyboard focus.
     virtual WindowID focusedWindow() = 0;
     /// Nothing happens when the window is gone.
     virtual void focusWindow(WindowID window) = 0;
     /// Clicks outside the rectangle fall through to what lies below the window.
     virtual void setInputRegion(WindowID window, const PixelRect& region) = 0;
-    /// Hears presses of the mouse buttons wherever they happen, without taking them from anyone; `mask` as in
+    /// Reports presses of the mouse buttons anywhere, without taking them from other programs; `mask` as in
     /// `MouseEventMask`. Until cancelled; a monitor may be cancelled from its own handler.
     [[nodiscard]] virtual Cancellation onMouseDown(std::uint32_t mask, std::function<void(const MousePress&)> handler)
         = 0;

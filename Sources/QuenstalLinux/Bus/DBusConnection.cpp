@@ -7,7 +7,7 @@ namespace quenstal {
 
 namespace {
 
-/// Without the run loop, until it holds or nothing more comes within the limit.
+/// Without the run loop, until the condition holds or nothing more arrives within the limit.
 bool serve(sd_bus& bus, const std::function<bool()>& holds, std::chrono::microseconds limit)
 {
     const auto end = std::chrono::steady_clock::now() + limit;
@@ -55,7 +55,7 @@ DBusConnection::DBusConnection(RunLoop& runLoop, Bus bus)
     if (!bus_)
         return;
     watch_ = runLoop_.watchReadable(sd_bus_get_fd(bus_.get()), [this] { process(); });
-    // What arrived during the greeting is in memory, where the descriptor does not tell of it.
+    // Messages that arrived during the greeting are in memory already, so the descriptor does not report them.
     processSoon();
 }
 
@@ -81,7 +81,7 @@ void DBusConnection::process()
         lookForGreeting();
         return;
     }
-    // The bus went away: a descriptor that stays readable must not keep the loop busy.
+    // The bus has gone: a descriptor that stays readable must not keep the loop busy.
     watch_.reset();
     bus_.reset();
     if (lost_)

@@ -12,7 +12,7 @@
 
 namespace quenstal {
 
-/// What the bus has not taken by then, it does not get: one that is frozen would be waited for.
+/// Unsent messages are dropped: flushing them would wait for a frozen bus.
 struct ReleaseBus {
     void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
 };
@@ -20,14 +20,14 @@ struct ReleaseBus {
 /// A connection that no run loop serves yet; null without a bus.
 using Bus = std::unique_ptr<sd_bus, ReleaseBus>;
 
-/// Waits until the bus has greeted, after which it can be asked. False when it has not within the limit.
+/// Waits until the bus has greeted, after which it answers questions. False if it has not within the limit.
 bool busGreets(sd_bus& bus, std::chrono::microseconds limit);
 
 /// A message bus whose messages are handled on the run loop. Main thread.
 class DBusConnection {
 public:
     enum class Which { system, session };
-    /// Handled in one turn of the run loop. Whoever floods the bus must not keep everything else waiting.
+    /// Handled in one turn of the run loop. A flood of messages must not keep everything else waiting.
     static constexpr int mostMessages = 32;
 
     static Bus open(Which which);
@@ -44,8 +44,7 @@ public:
     {
     }
 
-    /// How long a question that somebody waits for may wait for the greeting: a bus greets within a few milliseconds,
-    /// or it is frozen.
+    /// How long a blocking question may wait for the greeting: a bus greets within a few milliseconds, or it is frozen.
     static constexpr auto greetingPatience = std::chrono::milliseconds(200);
 
     /// Null without a bus.
@@ -54,13 +53,13 @@ public:
     /// Empty without a bus.
     std::string address() const;
 
-    /// Runs the task when the bus has gone away; nothing arrives any more then.
+    /// Runs the task when the bus has gone away; nothing more arrives then.
     void onLost(RunLoop::Task task) { lost_ = std::move(task); }
-    /// Handles what has arrived, `mostMessages` now and the rest on later turns, and sends what waits to be sent.
+    /// Handles what has arrived, `mostMessages` now and the rest on later turns, and sends pending messages.
     void process();
     /// The same on the next turn.
     void processSoon();
-    /// Handles what arrives until it holds, without the run loop. False when it does not within the limit.
+    /// Handles what arrives until the condition holds, without the run loop. False if it does not within the limit.
     bool processUntil(const std::function<bool()>& holds, std::chrono::microseconds limit);
     /// Runs the task once the bus has greeted, on a later turn.
     void onGreeting(RunLoop::Task task);

@@ -8,7 +8,7 @@ namespace quenstal {
 
 namespace {
 
-/// What the bus is called on itself. Nobody else can send under this name.
+/// The bus's own name on itself. Nothing else can send under this name.
 constexpr const char* theBus = "org.freedesktop.DBus";
 /// The bus answers, or the connection ends.
 constexpr auto noTimeout = UINT64_MAX;
@@ -18,7 +18,7 @@ constexpr auto noTimeout = UINT64_MAX;
 NameOwner::NameOwner(DBusConnection& bus, const std::string& name, std::function<void()> changed)
     : changed_(std::move(changed))
 {
-    // Before the question, so that no change is missed between its answer and the first news.
+    // Before the question, so that no change after its answer is missed.
     const std::string rule = "type='signal',sender='org.freedesktop.DBus',interface='org.freedesktop.DBus',"
                              "member='NameOwnerChanged',arg0='"
         + name + "'";
@@ -62,7 +62,7 @@ void NameOwner::set(std::string owner)
     if (current_ == owner)
         return;
     current_ = std::move(owner);
-    // A copy: whoever hears it may have no more use for this.
+    // A copy: the handler may destroy this.
     if (const auto changed = changed_)
         changed();
 }

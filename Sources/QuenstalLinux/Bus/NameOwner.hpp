@@ -9,16 +9,17 @@
 
 namespace quenstal {
 
-/// Which connection has a name on a bus, told by the bus itself: news from anyone else is no news. Main thread.
+/// Which connection owns a name on a bus, as the bus itself reports it: signals from anyone else are ignored. Main
+/// thread.
 class NameOwner {
 public:
-    /// Asks the bus and from then on hears of every change; `changed` is called with the first answer too, always on a
+    /// Asks the bus and from then on follows every change; `changed` is called with the first answer too, always on a
     /// later turn. The bus outlives this; without one nothing is ever known.
     NameOwner(DBusConnection& bus, const std::string& name, std::function<void()> changed = {});
     NameOwner(const NameOwner&) = delete;
     NameOwner& operator=(const NameOwner&) = delete;
 
-    /// The unique name of the connection, empty when nobody has the name. None until the bus has answered.
+    /// The unique name of the connection, empty if the name has no owner. None until the bus has answered.
     const std::optional<std::string>& current() const { return current_; }
 
 private:

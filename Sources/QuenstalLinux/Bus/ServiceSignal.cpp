@@ -20,7 +20,7 @@ int ServiceSignal::received(sd_bus_message* message, void* self, sd_bus_error*)
     const char* const sender = sd_bus_message_get_sender(message);
     if (!sender || signal.owner_.current() != sender)
         return 0;
-    // A copy: whoever hears it may have no more use for this.
+    // A copy: the handler may destroy this.
     const Handler handler = signal.handler_;
     handler(message);
     return 0;

@@ -6,9 +6,9 @@
 
 namespace quenstal {
 
-/// A signal of one service on a bus. A match by the service's name does not say who sent it: anyone on the bus can
-/// address a signal to this program alone, and the bus then delivers it unasked. So only what the name's owner sends
-/// is heard. Main thread.
+/// A signal of one service on a bus. A match by the service's name does not check the sender: anyone on the bus can
+/// address a signal to this program alone, and the bus then delivers it even without a match. So only signals from the
+/// name's owner count. Main thread.
 class ServiceSignal {
 public:
     using Handler = std::function<void(sd_bus_message* signal)>;
@@ -21,8 +21,8 @@ public:
         const char* member;
     };
 
-    /// What is sent before the bus has told who owns the name is not heard: ask for a state after this was made. The
-    /// bus outlives this; without one nothing is ever heard.
+    /// Signals that arrive before the bus has named the owner are ignored: query the state after creating this. The bus
+    /// outlives this; without one no signal ever arrives.
     ServiceSignal(DBusConnection& bus, const Source& source, Handler handler);
     ServiceSignal(const ServiceSignal&) = delete;
     ServiceSignal& operator=(const ServiceSignal&) = delete;

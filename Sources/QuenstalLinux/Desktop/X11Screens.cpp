@@ -23,7 +23,7 @@ void X11Screens::selectChanges(xcb_window_t root)
     if (!extension || !extension->present)
         return;
     notify_ = static_cast<std::uint8_t>(extension->first_event + XCB_SCREENSAVER_NOTIFY);
-    // Not its cycles: they come while the screens are off.
+    // Not its cycles: they happen while the screens are off.
     xcb_screensaver_select_input(connection_.get(), root, XCB_SCREENSAVER_EVENT_NOTIFY_MASK);
     const auto present = owned(xcb_screensaver_query_info_reply(
         connection_.get(), xcb_screensaver_query_info(connection_.get(), root), nullptr));
@@ -36,12 +36,12 @@ void X11Screens::dispatch()
         if (notify_ == 0 || event->response_type != notify_)
             continue;
         const auto& change = reinterpret_cast<const xcb_screensaver_notify_event_t&>(*event);
-        // The server also tells when what was on is told to go on.
+        // The server also reports screens that are turned on when they were on already.
         const bool wereOff = std::exchange(areOff_, change.state == XCB_SCREENSAVER_STATE_ON);
         if (wereOff && !areOff_)
             didWake_();
     }
-    // A server that went away would be readable for ever.
+    // The descriptor of a server that has gone stays readable for ever.
     if (xcb_connection_has_error(connection_.get()) != 0)
         watch_.reset();
 }

@@ -7,12 +7,12 @@
 
 namespace quenstal {
 
-/// Tells when the screens of an X server go on again. The server blanks them by itself or has the monitors switched
-/// off (DPMS); to others both are its screen saver, of which it tells without being asked. Main thread.
+/// Reports when the screens of an X server turn on again. The server blanks them or switches the monitors off (DPMS);
+/// clients see both as its screen saver, which sends events. Main thread.
 class X11Screens {
 public:
-    /// Connects to the display, "" for the one of the environment. Without a server, or one that does not tell, the
-    /// task never runs. The run loop outlives this.
+    /// Connects to the display, "" for the one of the environment. Without a server, or with one that sends no such
+    /// events, the task never runs. The run loop outlives this.
     X11Screens(RunLoop& runLoop, RunLoop::Task didWake, const std::string& display = {});
 
 private:

@@ -49,7 +49,7 @@ X11TrayIcon::X11TrayIcon(
     , manager_(intern("MANAGER"))
     , watch_(runLoop.watchReadable(xcb_get_file_descriptor(connection_.get()), [this] { dispatch(); }))
 {
-    // A new tray tells the root window of itself.
+    // A new tray announces itself to the root window.
     const std::uint32_t mask = XCB_EVENT_MASK_STRUCTURE_NOTIFY;
     xcb_change_window_attributes(connection_.get(), screen()->root, XCB_CW_EVENT_MASK, &mask);
     lookForTray();
@@ -130,7 +130,7 @@ void X11TrayIcon::describeWindow()
     const xcb_atom_t info = intern("_XEMBED_INFO");
     const std::array<std::uint32_t, 2> versionAndMapped{0, 1};
     set(info, info, 32, versionAndMapped.size(), versionAndMapped.data());
-    // The least width and height are the sixth and seventh entry, and bit four tells that they are there.
+    // The least width and height are the sixth and seventh entry, and bit four marks them as present.
     const std::array<std::uint32_t, 18> sizes{1U << 4U, 0, 0, 0, 0, leastSize_, leastSize_};
     set(XCB_ATOM_WM_NORMAL_HINTS, XCB_ATOM_WM_SIZE_HINTS, 32, sizes.size(), sizes.data());
     constexpr std::string_view programClass("quenstal\0Quenstal\0", 18);
@@ -181,7 +181,7 @@ std::optional<WindowSystem::PixelRect> X11TrayIcon::frame()
         return std::nullopt;
     const auto reply = owned(xcb_translate_coordinates_reply(
         connection_.get(), xcb_translate_coordinates(connection_.get(), window_, screen()->root, 0, 0), nullptr));
-    // What came with the reply would not wake the loop.
+    // Events that arrived with the reply would not wake the loop.
     later_ = runLoop_.after({}, [this] { dispatch(); });
     if (!reply)
         return std::nullopt;
@@ -206,7 +206,7 @@ std::vector<std::uint32_t> X11TrayIcon::background(xcb_rectangle_t square)
 
 void X11TrayIcon::paint()
 {
-    // A tray may say any size, and none.
+    // A tray may ask for any size, or for none.
     const int size = std::clamp(std::min(width_, height_), 1, mostSize);
     const auto length = static_cast<std::uint16_t>(size);
     const xcb_rectangle_t square{static_cast<std::int16_t>((width_ - size) / 2),
@@ -227,7 +227,7 @@ void X11TrayIcon::dispatch()
     while (const auto event = owned(xcb_poll_for_event(connection_.get())))
         handle(*event);
     xcb_flush(connection_.get());
-    // A server that went away would be readable for ever.
+    // The descriptor of a server that has gone stays readable for ever.
     if (xcb_connection_has_error(connection_.get()) != 0)
         watch_.reset();
 }
@@ -281,7 +281,7 @@ void X11TrayIcon::destroyed(xcb_window_t window)
         return;
     if (window == tray_)
         lookForTray();
-    // A tray may take its icons with it.
+    // A tray may destroy its icons along with itself.
     else if (window == window_)
         removeWindow();
 }

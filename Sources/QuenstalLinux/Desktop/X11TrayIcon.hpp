@@ -12,7 +12,7 @@
 namespace quenstal {
 
 /// An icon in the X server's tray by the system tray protocol, on a connection of its own. It waits for a tray, and for
-/// the next one when that one goes. Main thread.
+/// the next one when that one disappears. Main thread.
 class X11TrayIcon final : public WindowSystem::TrayIcon {
 public:
     /// The connection is there, the run loop outlives this.

@@ -22,7 +22,7 @@ std::uint32_t maskOf(std::uint32_t button)
         return MouseEventMask::leftMouseDown;
     case XCB_BUTTON_INDEX_3:
         return MouseEventMask::rightMouseDown;
-    // The wheel is no button to the user.
+    // To the user the wheel is not a button.
     case XCB_BUTTON_INDEX_4:
     case XCB_BUTTON_INDEX_5:
     case 6:
@@ -110,7 +110,7 @@ private:
             selectPresses(false);
     }
 
-    /// Raw events reach whoever asks, whichever program has grabbed the pointer.
+    /// Raw events arrive even when another program has grabbed the pointer.
     void selectPresses(bool wanted)
     {
         struct {
@@ -122,7 +122,7 @@ private:
         xcb_flush(connection_.get());
     }
 
-    /// What came with an answer is in memory already, where the descriptor does not tell of it.
+    /// Events that arrived with an answer are in memory already, so the descriptor does not report them.
     void dispatchLater()
     {
         later_ = runLoop_.after({}, [this] { dispatch(); });
@@ -137,7 +137,7 @@ private:
             if (press->event_type == XCB_INPUT_RAW_BUTTON_PRESS)
                 tell(maskOf(press->detail), press->time);
         }
-        // A server that went away would be readable for ever.
+        // The descriptor of a server that has gone stays readable for ever.
         if (xcb_connection_has_error(connection_.get()) != 0)
             watch_.reset();
     }

@@ -8,7 +8,7 @@
 namespace quenstal {
 namespace {
 
-/// Enough for a monitor that needs several tries to wake, not enough to be taken for a hang.
+/// Enough for a monitor that needs several tries to wake, not so long that the program seems to hang.
 constexpr WorkerTime::Duration wholeColdBudget = std::chrono::milliseconds(400);
 constexpr WorkerTime::Duration betweenGrants = std::chrono::seconds(10);
 /// Longer than one Set and the quiet time before it.

@@ -13,13 +13,13 @@ namespace quenstal {
 
 class BusWorker;
 
-/// What a worker has to tell; called on its thread, under no lock of its own.
+/// What a worker reports; called on its thread, without holding its lock.
 struct BusNews {
-    /// What was answered may be different now.
+    /// Earlier answers may be out of date.
     std::function<void()> changed;
     /// The device went away under the worker.
     std::function<void()> deviceGone;
-    /// Whoever waits since `checkMemo` need not wait longer.
+    /// The check requested with `checkMemo` is done.
     std::function<void()> asked;
 };
 
@@ -27,8 +27,8 @@ struct BusNews {
 enum class AnswerCriterion {
     /// A reply.
     reply,
-    /// A Set that succeeds after the reply: the last one was lost or refused. What is set is the value just read, which
-    /// cannot be heard.
+    /// A Set that succeeds after the reply: the last one was lost or refused. The value just read is set, which is
+    /// inaudible.
     successfulSet
 };
 
@@ -47,21 +47,20 @@ private:
 };
 
 /// One monitor's bus, served by a thread of its own so that a key press need not wait for the wire. Gets are answered
-/// from a memo, one for each feature; Sets of the volume are written behind, and what is on the wire in the end is the
-/// last one that was accepted. No Set goes to a bus that has not answered a Get since the bus was found.
-///
-/// The volume is what the monitor is judged by. Other features are asked for when the volume leaves the bus alone, and
-/// only while the monitor answers about that; one that it does not have is asked for again after 30 s at the earliest.
+/// from a memo, one for each feature; Sets of the volume are written later, and the last one accepted is the last one
+/// on the wire. No Set goes to a bus that has not answered a Get since the bus was found. The volume decides how the
+/// monitor is judged. Other features are asked for when the volume leaves the bus idle, and only while the monitor
+/// answers about it; a missing one is asked for again after 30 s at the earliest.
 ///
 /// A Set that was accepted and then failed is reported by one failed Get. A monitor that answers nothing is not waited
-/// for again; it is asked again in the background. One that answered before is taken to answer still while it is found
-/// out again: its memo serves Gets, and Sets wait. Main thread.
+/// for again; it is asked again in the background. One that answered before is assumed to be still answering while that
+/// is checked: its memo serves Gets, and Sets wait. Main thread.
 class BusEngine {
 public:
-    /// Begins to ask at once.
+    /// Starts asking at once.
     BusEngine(std::string device, std::shared_ptr<I2CDevices> devices, const std::shared_ptr<WorkerTime>& time,
         std::shared_ptr<CardGate> gate, BusNews news, AnswerCriterion answerCriterion = AnswerCriterion::reply);
-    /// Leaves a worker that hangs to itself.
+    /// Abandons a worker that is stuck.
     ~BusEngine();
     BusEngine(const BusEngine&) = delete;
     BusEngine& operator=(const BusEngine&) = delete;
@@ -74,16 +73,16 @@ public:
     PlatformStatus setVolume(std::uint16_t volume);
 
     /// True when the memo is older than half a second, or in doubt, and the monitor is being asked: `BusNews::asked`
-    /// tells the end. Somebody may have turned its own knob.
+    /// reports the end. Somebody may have turned its own knob.
     bool checkMemo();
 
-    /// The monitor may be gone, or have another volume: everything is found out again, what was accepted and not yet
-    /// written waits for the answer.
+    /// The monitor may be gone, or have another volume: everything is determined again, and Sets that were accepted but
+    /// not yet written wait for the answer.
     void rediscover();
-    /// Lets go of the device and touches it no more until `rediscover`.
+    /// Closes the device and does not touch it again until `rediscover`.
     void suspend();
 
-    /// Ends the worker once what was accepted is written. Does not wait; the destructor does, for at most 300 ms from
+    /// Ends the worker once all accepted Sets are written. Does not wait; the destructor does, for at most 300 ms from
     /// now.
     void beginStop();
     bool hasStopped() const;
@@ -99,7 +98,7 @@ public:
 private:
     const std::string device_;
     const std::shared_ptr<WorkerTime> time_;
-    /// Shared with its thread, which may outlive this object when a driver hangs.
+    /// Shared with its thread, which may outlive this object if a driver is stuck.
     const std::shared_ptr<BusWorker> worker_;
     std::thread thread_;
     std::optional<WorkerTime::Time> stopUntil_;

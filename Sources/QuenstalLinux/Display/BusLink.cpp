@@ -6,7 +6,7 @@
 namespace quenstal {
 namespace {
 
-/// A card whose driver hangs is given up by the other buses of that card after this long.
+/// If a card's driver is stuck, the card's other buses give up after this long.
 constexpr WorkerTime::Duration longestWaitAtGate = std::chrono::seconds(1);
 
 } // namespace

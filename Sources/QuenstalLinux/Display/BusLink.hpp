@@ -13,9 +13,9 @@
 
 namespace quenstal {
 
-/// Lets one transaction at a time through to a graphics card: probing two of its buses at once has taken whole cards
-/// off the bus. A device that was written has its pause, also when somebody else serves it by then: a monitor may be
-/// gone and back within the pause. Any thread.
+/// Lets one transaction at a time through to a graphics card: probing two of its buses at once has made whole cards
+/// drop off the bus. A device that was written to gets its pause even if another worker serves it by then: a monitor
+/// may disappear and return within the pause. Any thread.
 class CardGate {
 public:
     using Duration = WorkerTime::Duration;
@@ -41,7 +41,7 @@ private:
 /// without retries, and returns 0 or an errno; a device that went away is closed. Worker thread only.
 class BusLink {
 public:
-    /// What the standard grants a monitor after a write.
+    /// The pause that the standard requires after a write.
     static constexpr WorkerTime::Duration pauseAfterWrite = std::chrono::milliseconds(50);
 
     BusLink(std::string device, std::shared_ptr<I2CDevices> devices, std::shared_ptr<WorkerTime> time,
@@ -51,7 +51,7 @@ public:
     BusLink& operator=(const BusLink&) = delete;
 
     int write(I2CDevices::Address address, std::span<const std::uint8_t> message);
-    /// Writes, waits, reads; no other program comes between, as far as it takes the same lock.
+    /// Writes, waits, reads; programs that take the same lock cannot come between.
     int exchange(I2CDevices::Address address, std::span<const std::uint8_t> message, WorkerTime::Duration replyDelay,
         std::span<std::uint8_t> reply);
 

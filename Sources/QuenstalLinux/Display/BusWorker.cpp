@@ -17,10 +17,10 @@ using Duration = WorkerTime::Duration;
 
 constexpr I2CDevices::Address ddcAddress = 0x37;
 
-/// What the standard grants a monitor between question and answer.
+/// The pause that the standard requires between question and answer.
 constexpr Duration usualReplyDelay = 50ms;
 
-/// After the last Set of a burst the monitor is asked what became of it.
+/// After the last Set of a burst the monitor is asked for the result.
 constexpr Duration verifyDelay = 300ms;
 /// Descriptors are closed well within a second.
 constexpr Duration idleUntilClose = 900ms;
@@ -30,10 +30,10 @@ constexpr std::array<Duration, 5> getBackoff{40ms, 80ms, 160ms, 160ms, 160ms};
 constexpr Duration longestSilenceBackoff = 30s;
 constexpr Duration longestRefusalBackoff = 10min;
 
-/// The call came back at last, whatever it brought.
+/// The call has returned at last, with any result.
 constexpr int driverHung = ETIME;
 
-/// Trying again at once cannot help.
+/// Trying again at once is of no use.
 bool isHopeless(int error)
 {
     return isDeviceGone(error) || isDenied(error) || error == driverHung;
@@ -196,13 +196,13 @@ void BusWorker::askVolume(Lock& lock)
     const std::uint64_t generation = generation_;
     const auto isOutOfDate = [this, generation] { return generation != generation_ || isStopping_; };
     const std::optional<VcpValue> known = volume_ ? std::optional(volume_->value) : std::nullopt;
-    // What is read is written back then: a reply that came late would be heard.
+    // The value read is then written back: a late reply would be audible.
     const bool wantsTwo = answerCriterion_ == AnswerCriterion::successfulSet;
     const Answer answer = poll(lock, {speakerVolumeFeature, known, wantsTwo, isOutOfDate});
-    // Seconds late a Set would be a surprise.
+    // Carrying out a Set seconds late would be a surprise.
     if (answer.error == driverHung && pendingSet_)
         failSets(answer.error);
-    // What made the answer out of date has asked, or will ask, for another.
+    // Another answer has been or will be requested by the cause of the change.
     else if (!answer.isInterrupted && generation == generation_)
         weigh(lock, answer);
     hasBeenAsked_ |= !answer.isInterrupted && std::exchange(isWaitedFor_, false);
@@ -257,7 +257,7 @@ BusWorker::Answer BusWorker::poll(Lock& lock, const Question& question)
             break;
         if (answer.error != 0)
             continue;
-        // A monitor that has answered before has the feature, whatever it says now.
+        // A monitor that has answered before has the feature, even if it denies that now.
         answer.isUnsupported = consensus.hear(reply) == ReplyConsensus::Verdict::unsupported && !question.known;
         answer.isPrompt |= attempt == 0 && consensus.lastHeard();
         if (answer.isUnsupported || consensus.decision())
@@ -295,7 +295,7 @@ void BusWorker::prove(Lock& lock, const VcpValue& value)
 
 void BusWorker::learn(VcpValue value)
 {
-    // Accepted before the monitor was asked anew, and still to be written.
+    // Accepted before the monitor was asked again, and still to be written.
     if (pendingSet_)
         value.current = *pendingSet_;
     hasChanged_ |= !volume_ || volume_->value != value;

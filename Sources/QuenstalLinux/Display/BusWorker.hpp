@@ -10,8 +10,8 @@
 
 namespace quenstal {
 
-/// The two sides of a bus engine: what the main thread asks, and the thread that talks to the monitor. They share what
-/// stands below `mutex_`, which is never held across a system call.
+/// The two sides of a bus engine: what the main thread asks, and the thread that talks to the monitor. They share the
+/// members below `mutex_`, which is never held across a system call.
 class BusWorker {
 public:
     BusWorker(const std::string& device, std::shared_ptr<I2CDevices> devices, const std::shared_ptr<WorkerTime>& time,
@@ -37,7 +37,7 @@ private:
     using Lock = WorkerTime::Lock;
     using Time = WorkerTime::Time;
 
-    /// A call that takes this long hangs in the driver: the slowest good transaction takes 60 ms.
+    /// A call that takes this long is stuck in the driver: the slowest successful transaction takes 60 ms.
     static constexpr Duration stuckAfter = std::chrono::seconds(2);
     static constexpr Duration firstSilenceBackoff = std::chrono::milliseconds(250);
     static constexpr Duration firstRefusalBackoff = std::chrono::seconds(30);
@@ -49,7 +49,7 @@ private:
         VcpValue value;
         Time at;
     };
-    /// A feature beside the volume. What comes of asking for it says nothing about the monitor.
+    /// A feature other than the volume. The result of asking for it means nothing for the monitor.
     struct SideFeature {
         std::optional<Memo> memo;
         bool isDue = false;
@@ -65,11 +65,11 @@ private:
         /// Under the lock: something more important came up.
         std::function<bool()> isGivenUp;
     };
-    /// What asking came to.
+    /// The result of asking.
     struct Answer {
         std::optional<VcpValue> value;
         int error = 0;
-        /// The monitor said that it has no such feature.
+        /// The monitor replied that it has no such feature.
         bool isUnsupported = false;
         /// There was one at the first attempt: the monitor is there and well.
         bool isPrompt = false;
@@ -90,7 +90,7 @@ private:
     bool isStuck() const;
     void doubtMonitor(MonitorState state);
 
-    // Worker thread, under the lock; those that take it let go of it meanwhile.
+    // Worker thread, under the lock; functions that take it as a parameter release it meanwhile.
     bool canWrite() const { return pendingSet_ && monitorState_ == MonitorState::answering; }
     bool isDone() const { return isStopping_ && !canWrite(); }
     void step(Lock& lock);
@@ -130,16 +130,16 @@ private:
     std::optional<Memo> volume_;
     /// Those that were asked for. None ever leaves.
     SideFeatures sideFeatures_;
-    /// Moves on with everything that makes a Get of the volume in flight out of date.
+    /// Increases with everything that makes a Get of the volume in flight out of date.
     std::uint64_t generation_ = 0;
 
     std::optional<std::uint16_t> pendingSet_;
     std::uint64_t setsAccepted_ = 0;
     std::uint64_t setsDone_ = 0;
     int lastSetError_ = 0;
-    /// A Set that was accepted failed, and nobody was told yet.
+    /// An accepted Set has failed, which is not yet reported.
     bool owesFailure_ = false;
-    /// The same, told aside from the Gets; a later Set takes its place.
+    /// The same, reported separately from Gets; a later Set replaces it.
     bool hasLostSet_ = false;
     /// Decides whether a monitor that answers is one that refuses Sets.
     bool lastSetFailed_ = false;

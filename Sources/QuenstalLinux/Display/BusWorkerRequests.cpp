@@ -13,8 +13,8 @@ using namespace std::chrono_literals;
 
 /// Someone may turn the monitor's own knob; a memo of this age is checked in the background.
 constexpr WorkerTime::Duration memoLifetime = 2s;
-/// Whoever wants to start from the present volume is content with one of this age: a held key repeats faster, a hand
-/// that goes from the keyboard to the monitor takes longer.
+/// A memo of this age is fresh enough to step from: a held key repeats faster, and a hand takes longer from the
+/// keyboard to the monitor.
 constexpr WorkerTime::Duration recentLifetime = 500ms;
 /// Long enough for a Set on a bus at rest (1 ms), short enough not to be felt.
 constexpr WorkerTime::Duration longestWaitForSet = 25ms;
@@ -103,7 +103,7 @@ PlatformStatus BusWorker::setVolume(std::uint16_t volume)
     const bool isAnswering = monitorState_ == MonitorState::answering;
     const bool isAtRest = isAnswering && !isBusy_ && !transactionBegan_ && !pendingSet_ && now >= quietUntil_;
     volume_ = {{volume, volume_->value.maximum}, now};
-    // A monitor that is asked whether it is still there may answer: what is to be written is put into the answer.
+    // A monitor that is being asked whether it is still there may answer: the pending Set becomes part of the answer.
     if (isAnswering)
         ++generation_;
     pendingSet_ = volume;

@@ -35,7 +35,7 @@ bool lacksBus(const Connector& connector)
     return !connector.isInternal && connector.bus.empty() && connector.leftAlone.empty() && !connector.edid.empty();
 }
 
-/// What the search goes by: a monitor is behind a bus of its own card.
+/// The rule of the search: a monitor is behind one of its own card's buses.
 using Place = std::pair<std::string, Bytes>;
 
 void matchByEdid(std::vector<Connector>& connectors, const std::vector<CardBus>& unclaimed,
@@ -58,7 +58,7 @@ void matchByEdid(std::vector<Connector>& connectors, const std::vector<CardBus>&
             connector->bus = buses.find(place)->second;
 }
 
-/// Of what was not found, it is told where it was not looked for.
+/// For monitors that were not found, lists the buses that were not searched.
 void nameWhatIsLeftAlone(std::vector<Connector>& connectors, const std::vector<CardBus>& unclaimed)
 {
     for (Connector& connector : connectors) {

@@ -51,7 +51,7 @@ class ConnectorScanner {
 public:
     /// `finished` is called after every scan, on the scanning thread.
     ConnectorScanner(DisplayMachine machine, std::shared_ptr<CardGates> gates, std::function<void()> finished);
-    /// Leaves a scan that hangs to itself.
+    /// Abandons a scan that is stuck.
     ~ConnectorScanner();
     ConnectorScanner(const ConnectorScanner&) = delete;
     ConnectorScanner& operator=(const ConnectorScanner&) = delete;

@@ -13,7 +13,7 @@ namespace quenstal {
 /// The length of an EDID's first block; what follows it is of no interest here.
 inline constexpr std::size_t edidBlockLength = 128;
 
-/// Who a monitor says it is. None for bytes that do not begin with an EDID block that adds up.
+/// A monitor's description of itself. None for bytes that do not begin with an EDID block with a correct checksum.
 std::optional<MonitorIdentity> monitorIdentityOf(std::span<const std::uint8_t> edid);
 
 /// Whether two descriptions can be of one monitor: something known of both is equal, and nothing known of both

@@ -9,8 +9,8 @@
 
 namespace quenstal {
 
-/// The system calls on an I2C device, one to one. Each returns 0 or an errno; an interrupted call is made again. A
-/// call may hang for as long as the driver does, so none is made on the main thread. Any thread.
+/// The system calls on an I2C device, one to one. Each returns 0 or an errno; an interrupted call is repeated. A call
+/// may block for as long as the driver does, so none is made on the main thread. Any thread.
 class I2CDevices : public Interface {
 public:
     /// Addresses have seven bits.

@@ -11,7 +11,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// One plug makes several events.
+/// Plugging in one monitor causes several events.
 constexpr RunLoop::Duration debounce = 100ms;
 /// Monitors and their links take a moment to wake.
 constexpr RunLoop::Duration afterWake = 500ms;
@@ -119,7 +119,7 @@ void MonitorRegistry::devicesChanged()
 
 void MonitorRegistry::scheduleScan(RunLoop::Duration delay)
 {
-    // The device manager may still have news for whoever has stopped.
+    // The device manager may still deliver events after the stop.
     if (!scanner_)
         return;
     scheduledScan_ = loop_.after(delay, [this] {
@@ -221,7 +221,7 @@ bool MonitorRegistry::takeLostWrite()
 
 void MonitorRegistry::afterFreshRead(RunLoop::Task task)
 {
-    // In the order in which they came, whatever is known by now.
+    // In the order in which they arrived, whatever is known by now.
     if (waiting_.empty() && !isBeingAsked())
         return task();
     waiting_.push_back(std::move(task));

@@ -18,7 +18,7 @@ class MonitorRegistry final : public MonitorWatch {
 public:
     struct Monitor {
         Connector connector;
-        /// Null for a panel inside the machine and for a monitor whose bus is not known.
+        /// Null for a built-in panel and for a monitor whose bus is not known.
         std::shared_ptr<BusEngine> engine;
     };
 
@@ -35,7 +35,7 @@ public:
     /// The engine accepted a Set: what another one loses from now on is out of date.
     void noteWrite(std::shared_ptr<BusEngine> engine) { lastWritten_ = std::move(engine); }
 
-    /// Connectors or I2C devices came, went or changed. Looks again once, a little later, however often it is said.
+    /// Connectors or I2C devices came, went or changed. Looks again once, a little later, however often this is called.
     void devicesChanged();
 
     [[nodiscard]] Cancellation observeChanges(RunLoop::Task task) override { return observers_.add(std::move(task)); }

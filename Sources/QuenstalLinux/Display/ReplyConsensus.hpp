@@ -10,11 +10,11 @@ namespace quenstal {
 class ReplyConsensus {
 public:
     enum class Verdict {
-        /// The answer stands at one of the places where it is looked for.
+        /// The answer is at one of the expected positions.
         accepted,
-        /// So it does, in the usual layout, but the sum says that a bit was lost.
+        /// The same, in the usual layout, but the checksum shows that a bit was lost.
         damaged,
-        /// The monitor says, and the sum agrees, that it has no such feature.
+        /// The monitor replied, with a correct checksum, that it has no such feature.
         unsupported,
         /// Anything else: too early, for someone else, noise.
         rejected
@@ -33,7 +33,7 @@ public:
     /// A value that can be believed: nothing else is known, it is what is known, or it was given twice. A monitor may
     /// answer with the reply before the last.
     const std::optional<VcpValue>& decision() const { return decision_; }
-    /// The last one heard, agreed upon or not.
+    /// The last one received, agreed upon or not.
     const std::optional<VcpValue>& lastHeard() const { return lastHeard_; }
 
 private:

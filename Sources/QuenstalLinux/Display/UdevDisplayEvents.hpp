@@ -8,10 +8,10 @@ struct udev_monitor;
 
 namespace quenstal {
 
-/// Tells when a monitor was plugged in or out, or an I2C device came or went. Main thread.
+/// Reports when a monitor is plugged in or out, or an I2C device appears or disappears. Main thread.
 class UdevDisplayEvents {
 public:
-    /// Without udev nothing is told: monitors are then found at the start and after a wake only.
+    /// Without udev nothing is reported: monitors are then found only at the start and after a wake.
     UdevDisplayEvents(RunLoop& loop, RunLoop::Task devicesChanged);
 
 private:

@@ -10,7 +10,7 @@
 
 namespace quenstal {
 
-/// The clock of the threads that wait for monitors. All their waiting goes through it, so that it can be moved by
+/// The clock of the threads that wait for monitors. All their waiting goes through it, so that tests can move it by
 /// hand. Any thread.
 class WorkerTime : public Interface {
 public:
@@ -22,7 +22,7 @@ public:
 
     virtual Time now() const = 0;
     virtual void sleepUntil(Time time) = 0;
-    /// Waits until `ready`, which is asked under the lock, or until the deadline. What `ready` says in the end.
+    /// Waits until `ready`, which is called under the lock, or until the deadline. Returns the last result of `ready`.
     virtual bool waitUntil(
         Lock& lock, std::condition_variable& condition, Time deadline, const std::function<bool()>& ready)
         = 0;
@@ -30,7 +30,7 @@ public:
     virtual std::thread startThread(std::function<void()> body) = 0;
 };
 
-/// Time as it passes.
+/// Real time.
 class RealWorkerTime final : public WorkerTime {
 public:
     Time now() const override;
