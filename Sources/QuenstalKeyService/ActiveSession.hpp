@@ -12,8 +12,8 @@
 
 namespace quenstal {
 
-/// Which user's session is at the first seat's screen and keyboard, as logind tells. While that is not certain there
-/// is none: greeters, remote sessions and the moments of a switch are nobody's. Main thread.
+/// Which user's session is at the first seat's screen and keyboard, as logind reports it. While that is uncertain there
+/// is none, nor for greeters, remote sessions and during a switch. Main thread.
 class ActiveSession {
 public:
     struct Session {
@@ -26,7 +26,7 @@ public:
     };
     static constexpr const char* seat = "seat0";
 
-    /// The handler hears of every change at once, and of the end of every uncertainty. The bus outlives this.
+    /// The handler is called at once for every change, and at the end of every uncertainty. The bus outlives this.
     ActiveSession(DBusConnection& systemBus, std::function<void()> changed);
 
     const std::optional<Session>& current() const { return current_; }

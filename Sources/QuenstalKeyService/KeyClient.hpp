@@ -14,10 +14,10 @@ namespace quenstal {
 /// A program that was given its session's volume keys: the service's end of its socket. Main thread.
 class KeyClient {
 public:
-    /// Packets that stay unread for this long mean that the client has stopped answering. Longer than the longest
+    /// Packets that stay unread for this long mean that the client has stopped responding. Longer than the longest
     /// time for which a client that lives may keep its main thread busy.
     static constexpr auto patience = std::chrono::seconds(2);
-    /// Told once, from a later turn: the client went away, stopped answering or broke the protocol.
+    /// Called once, on a later turn: the client went away, stopped responding or broke the protocol.
     using Gone = std::function<void(const char* reason)>;
 
     /// `name` is the client's unique name on the bus. Run loop and bus outlive this.

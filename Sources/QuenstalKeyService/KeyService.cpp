@@ -115,7 +115,7 @@ void KeyService::consider(Requests::iterator request)
         askLogind(request);
 }
 
-/// What is certain without a question comes first: whoever is not at the seat costs nobody else anything.
+/// What is certain without a question comes first: callers that are not at the seat must not cost the others anything.
 std::optional<KeyServiceRefusal> KeyService::obstacleOf(const Request& request) const
 {
     const auto& session = activeSession_.current();

@@ -25,13 +25,13 @@ namespace quenstal {
 /// once and the way back takes them again. Main thread.
 class KeyService final : private KeyCaptureListener {
 public:
-    /// Callers that may wait at one time, for the bus to tell who they are: more than one account can have connections.
+    /// Callers that may wait at one time for the bus to identify them: more than one account can have connections.
     static constexpr std::size_t mostRequests = 512;
     /// Those of the session at the seat that may wait for an answer of logind and polkit.
     static constexpr std::ptrdiff_t mostQuestions = 8;
     /// logind and polkit, which ask nobody, answer at once; later than this is no, for now.
     static constexpr auto longestQuestion = std::chrono::seconds(5);
-    /// For how long nobody must want the keys before the service ends.
+    /// How long nobody must have wanted the keys before the service exits.
     static constexpr auto idleTime = std::chrono::seconds(30);
     /// After keyboards were lost without a reason that lasts.
     static constexpr auto retryPause = std::chrono::seconds(1);
@@ -56,7 +56,7 @@ private:
     struct Request {
         BusMessage call;
         std::unique_ptr<CallerQuestion> identity;
-        /// Once the bus has told.
+        /// Once the bus has answered.
         std::optional<Caller> caller;
         /// The one at the seat when it came to the caller's turn.
         ActiveSession::Session session;

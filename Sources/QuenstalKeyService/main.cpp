@@ -26,7 +26,7 @@ public:
     {
         if (!systemBus_)
             throw std::runtime_error("there is no system bus");
-        // Nobody could be asked or told any more. The kernel frees the keyboards.
+        // Without the bus nothing works any more. The kernel frees the keyboards.
         systemBus_.onLost([this] { loop_.exit(EXIT_FAILURE); });
     }
 
@@ -66,7 +66,7 @@ private:
         static_cast<Program*>(self)->loop_.exit(EXIT_FAILURE);
         return 0;
     }
-    /// Whatever came before the bus took the name away has arrived by now; what comes later starts the service anew.
+    /// Everything sent before the bus took the name away has arrived by now; later calls start the service again.
     static int nameReleased(sd_bus_message*, void* self, sd_bus_error*)
     {
         auto& program = *static_cast<Program*>(self);

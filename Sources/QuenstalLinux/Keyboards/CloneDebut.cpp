@@ -28,7 +28,7 @@ CloneDebut::CloneDebut(Patience patience)
     , udev_(udev_new())
     , openings_(inotify_init1(IN_CLOEXEC | IN_NONBLOCK))
 {
-    // Of the folder: the node itself is closed to us until the device manager has met it.
+    // Of the folder: the node itself is inaccessible until the device manager has processed it.
     inotify_add_watch(openings_.get(), folderOfNodes, IN_OPEN);
     monitor_.reset(udev_ ? udev_monitor_new_from_netlink(udev_.get(), "udev") : nullptr);
     if (!monitor_)
@@ -60,7 +60,7 @@ void CloneDebut::readAnnouncements()
     }
 }
 
-/// Whoever opens it before it is announced is the device manager itself, or one that will not wait for a desktop.
+/// Only the device manager, or a program that does not wait for announcements, opens it before it is announced.
 void CloneDebut::readOpenings()
 {
     alignas(inotify_event) std::array<char, 16 * (sizeof(inotify_event) + NAME_MAX + 1)> buffer{};

@@ -10,10 +10,9 @@
 
 namespace quenstal {
 
-/// Tells when a new keyboard has its readers: the device manager has announced it, and whoever waits for keyboards has
-/// had time to open it. Made before the keyboard is. One thread.
-///
-/// Who opens it is not told, nor how many will: a desktop comes after others that want to know what the device is.
+/// Detects when a new keyboard has its readers: the device manager has announced it, and programs that wait for
+/// keyboards have had time to open it. Created before the keyboard. One thread. It is unknown who opens it, and how
+/// many will: a desktop comes after programs that identify the device.
 class CloneDebut {
 public:
     using Clock = std::chrono::steady_clock;
@@ -31,11 +30,11 @@ public:
 
     /// The keyboard whose debut it is, by its folder below /sys.
     void watch(const std::string& place) { place_ = place; }
-    /// Readable when there is news of it.
+    /// Readable when there is an event about it.
     int announcements() const;
     int openings() const { return openings_.get(); }
     void readNews();
-    /// When it is over unless there is more news; none before it is announced.
+    /// When it is over unless there are more events; none before it is announced.
     std::optional<Clock::time_point> overAt() const;
     bool isOver() const;
 

@@ -79,7 +79,7 @@ void EvdevKeyCapture::nodesMayHaveChanged()
         return;
     nodes_ = std::move(nodes);
     changes_.notify();
-    // The others stay as they are: taking them anew would disturb whoever types on them.
+    // The others stay as they are: capturing them again would disturb anyone typing on them.
     std::erase_if(keyboards_,
         [this](const auto& entry) { return std::ranges::find(nodes_, entry.first, &InputNode::path) == nodes_.end(); });
     if (!listener_)
@@ -92,7 +92,7 @@ std::vector<std::string> EvdevKeyCapture::accessibleNodes() const
 {
     std::vector<std::string> paths;
     for (const InputNode& node : nodes_) {
-        // Asked anew: access is given and withdrawn without an event.
+        // Checked again: access is granted and revoked without an event.
         if (access(node.path.c_str(), R_OK | W_OK) == 0)
             paths.push_back(node.path);
     }
@@ -103,7 +103,7 @@ EvdevKeyCapture::Obstacle EvdevKeyCapture::obstacleKind() const
 {
     if (listener_)
         return Obstacle::none;
-    // One that was just pulled out is still in the list until its removal is announced.
+    // One that was just unplugged stays in the list until its removal is announced.
     if (std::ranges::none_of(nodes_, isThere, &InputNode::path))
         return Obstacle::noKeyboard;
     const std::vector<std::string> nodes = accessibleNodes();
@@ -166,7 +166,7 @@ void EvdevKeyCapture::capture(const std::string& node)
 {
     Keyboard& keyboard = keyboards_[node];
     keyboard.backoff.began(runLoop_.steadyNow());
-    // What a former grabber has posted is not about this one.
+    // Posted by a former grabber, not about this one.
     keyboard.tasks = std::make_unique<OwnedTasks>(runLoop_);
     const auto onMain = keyboard.tasks->poster();
     const auto press = [this, onMain](std::int64_t button, bool isRepeat) {
@@ -179,7 +179,7 @@ void EvdevKeyCapture::capture(const std::string& node)
     try {
         keyboard.grabber = std::make_unique<KeyGrabber>(node, patience_, KeyGrabber::Handlers{press, lose});
     } catch (const std::system_error&) {
-        // No thread is to be had, and then no process either.
+        // If no thread can be started, no process can be either.
         lose(KeyGrabber::Loss::unguarded);
     }
 }
@@ -195,7 +195,7 @@ void EvdevKeyCapture::lost(const std::string& node, KeyGrabber::Loss loss)
     loseIfNothingIsCaptured();
 }
 
-/// Null where it may be taken again at once.
+/// Null if it may be captured again at once.
 Cancellation EvdevKeyCapture::waitAfter(const std::string& node, Keyboard& keyboard, KeyGrabber::Loss loss)
 {
     const auto end = [this, node] { waitEnded(node); };
@@ -208,7 +208,7 @@ Cancellation EvdevKeyCapture::waitAfter(const std::string& node, Keyboard& keybo
     return duration > duration.zero() ? runLoop_.after(duration, end) : nullptr;
 }
 
-/// Whoever waits for the keyboards hears of it: nothing else tells that they may be had.
+/// Notifies those who wait for the keyboards: nothing else reports that they may be available.
 void EvdevKeyCapture::waitEnded(const std::string& node)
 {
     keyboards_.at(node).wait.reset();
@@ -231,7 +231,7 @@ void EvdevKeyCapture::loseIfNothingIsCaptured()
 void EvdevKeyCapture::stop()
 {
     listener_ = nullptr;
-    // All at once, and then none waits for another.
+    // All at once, so that none waits for another.
     for (auto& [node, keyboard] : keyboards_) {
         if (keyboard.grabber)
             keyboard.grabber->end();

@@ -16,22 +16,22 @@
 
 namespace quenstal {
 
-/// Volume keys directly from the keyboards, for desktops that offer no other way. Needs access to the keyboards'
-/// nodes and to uinput. Each keyboard is taken, and left alone, by itself: what becomes of one touches no other.
+/// Volume keys directly from the keyboards, for desktops that offer no other way. Needs access to the keyboards' nodes
+/// and to uinput. Each keyboard is captured, or left alone, independently of the others.
 class EvdevKeyCapture final : public KeyCapture {
 public:
-    /// A keyboard that could not be had is left alone for this long.
+    /// A keyboard that could not be captured is left alone for this long.
     static constexpr auto pause = std::chrono::seconds(30);
 
     enum class Obstacle {
         none,
         noKeyboard,
         takenByOther,
-        /// The system makes no clones of the keyboards.
+        /// The system cannot create clones of the keyboards.
         notCloned,
-        /// There is no process to guard them.
+        /// The guard process cannot be started.
         unguarded,
-        /// A key is held on them, and not let go of.
+        /// A key is being held, and not released.
         keyHeld,
         /// They were lost again and again.
         lostAtOnce,
@@ -48,7 +48,7 @@ public:
     /// The same as a kind. Cheap.
     Obstacle obstacleKind() const;
     bool start(KeyCaptureListener& listener) override;
-    /// Waits for whoever reads the keyboards to have read what was typed last, a fraction of a second.
+    /// Waits a fraction of a second, until the keyboards' readers have read the last events.
     void stop() override;
     [[nodiscard]] Cancellation onMayHaveChanged(RunLoop::Task task) override { return changes_.add(std::move(task)); }
 

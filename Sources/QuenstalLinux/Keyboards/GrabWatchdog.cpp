@@ -31,7 +31,7 @@ bool isReadable(int descriptor)
     return poll(&entry, 1, 0) == 1 && (entry.revents & POLLIN) != 0;
 }
 
-/// A reader that lives empties the queue between two of the looks, or shows that it is at it.
+/// A live reader empties the queue between two checks, or shows that it is working on it.
 bool readerHasStalled(int device, const GrabWatchdog::Turns& turns)
 {
     std::uint32_t seen = turns;
@@ -54,7 +54,7 @@ bool addTo(int epoll, int descriptor, std::uint32_t events, int mark)
     return epoll_ctl(epoll, EPOLL_CTL_ADD, descriptor, &event) == 0;
 }
 
-/// What the guard sleeps on. Empty when the system has no such thing to give.
+/// What the guard sleeps on. Empty if the system cannot provide it.
 FileDescriptor waitingPlace(int device, int lifeline)
 {
     FileDescriptor epoll(epoll_create1(EPOLL_CLOEXEC));
@@ -63,7 +63,7 @@ FileDescriptor waitingPlace(int device, int lifeline)
     return isWhole ? std::move(epoll) : FileDescriptor();
 }
 
-/// In memory that the guard shares. Null when the system has none to give.
+/// In memory that the guard shares. Null if the system cannot provide it.
 GrabWatchdog::Turns* sharedTurns()
 {
     void* const memory
@@ -82,7 +82,7 @@ GrabWatchdog::Turns* sharedTurns()
         const int count = epoll_wait(epoll, &event, 1, -1);
         if (count != 1 && errno == EINTR)
             continue;
-        // The owner hears of the end, and gives the keyboards back: nobody would guard them.
+        // The owner notices the exit and releases the keyboards, which would be unguarded.
         if (count != 1)
             _exit(1);
         if (event.data.fd == lifelineMark)
@@ -100,7 +100,7 @@ GrabWatchdog::Turns* sharedTurns()
 
 GrabWatchdog::GrabWatchdog(int device)
 {
-    // One at a time: a guard must not come with the ends of another's pipes.
+    // One at a time: a guard must not inherit the ends of another's pipes.
     static std::mutex mutex;
     const std::lock_guard lock(mutex);
     std::array<int, 2> released{};
@@ -113,7 +113,7 @@ GrabWatchdog::GrabWatchdog(int device)
         return;
     const FileDescriptor lifelineEnd(lifeline[0]);
     lifeline_ = FileDescriptor(lifeline[1]);
-    // Made here: a guard without it could tell nobody.
+    // Created here: a guard that fails to could not report that.
     const FileDescriptor epoll = waitingPlace(device, lifelineEnd.get());
     if (!epoll)
         return;
@@ -136,7 +136,7 @@ GrabWatchdog::~GrabWatchdog()
 {
     if (process_ <= 0)
         return;
-    // Closing the lifeline would not do: the guards of other keyboards, which came later, hold copies of it.
+    // Closing the lifeline is not enough: the guards of other keyboards that started later hold copies of it.
     kill(process_, SIGKILL);
     waitpid(process_, nullptr, 0);
 }

@@ -9,14 +9,14 @@
 
 namespace quenstal {
 
-/// The clones of this program are called so: they are not keyboards to be captured again.
+/// The names of this program's clones begin so: they must not be captured again.
 inline constexpr const char* cloneNamePrefix = "Quenstal ";
 
-/// Where clones are made: the key service's own node where this process may write to it, else everyone's. Null when it
-/// may write to neither.
+/// Where clones are created: the key service's own node if this process may write to it, else the common one. Null if
+/// it may write to neither.
 const char* uinputNode();
 
-/// Where keyboards are that nobody has assigned to another seat.
+/// The seat of keyboards that are not assigned to another one.
 inline constexpr const char* firstSeat = "seat0";
 
 struct ReleaseUdev {

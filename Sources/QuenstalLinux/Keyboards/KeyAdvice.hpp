@@ -4,8 +4,8 @@
 
 namespace quenstal {
 
-/// What the ways of capture tell the user: what stands in their way, and what helps. All of it, in as many words as the
-/// setup guide has room for.
+/// What the ways of capture show the user: the obstacle and the remedy, in as many words as the setup guide has room
+/// for.
 struct KeyAdvice {
     static constexpr const char* keysTaken
         = "Another program, usually the desktop itself, is using the volume keys. In the desktop's settings, remove "

@@ -23,7 +23,7 @@ bool isAnyKeyHeld(int keyboard)
         && std::ranges::any_of(held, [](unsigned char bits) { return bits != 0; });
 }
 
-/// Events tell when to ask. What they say is not needed.
+/// Events only show when to ask. Their contents are not needed.
 void forgetEvents(int keyboard)
 {
     std::array<input_event, 64> events{};
@@ -36,7 +36,7 @@ public:
         : keyboard_(std::move(keyboard))
         , task_(std::move(task))
         , events_(runLoop.watchReadable(keyboard_.get(), [this] { look(); }))
-        // It may have been let go of before it was opened.
+        // The key may have been released before the node was opened.
         , firstLook_(runLoop.after(RunLoop::Duration::zero(), [this] { look(); }))
     {
     }

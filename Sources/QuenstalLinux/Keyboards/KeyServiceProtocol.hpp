@@ -9,47 +9,47 @@
 
 namespace quenstal {
 
-/// What the key service and its clients agree on. A client calls `Capture`, which answers with one end of a socket;
-/// the volume keys belong to it for as long as both ends are open. The service writes one packet a key-down, and
-/// reads nothing: whatever a client writes ends its capture.
+/// The protocol between the key service and its clients. A client calls `Capture`, which returns one end of a socket;
+/// it has the volume keys for as long as both ends are open. The service writes one packet for each key-down, and reads
+/// nothing: anything a client writes ends its capture.
 struct KeyServiceProtocol {
     static constexpr const char* busName = "app.quenstal.KeyService";
     static constexpr const char* objectPath = "/app/quenstal/KeyService";
     static constexpr const char* interface = "app.quenstal.KeyService1";
     static constexpr const char* captureMember = "Capture";
-    /// What polkit is asked for.
+    /// The action that polkit is asked about.
     static constexpr const char* polkitAction = "app.quenstal.capture-volume-keys";
 };
 
 /// Why a capture was refused.
 enum class KeyServiceRefusal {
-    /// The caller's session is not the one at the screen and the keyboard.
+    /// The caller's session is not the active one.
     notActive,
     /// Not allowed by polkit.
     notAuthorized,
-    /// Neither allowed nor forbidden: polkit or logind gave no answer, or not in time.
+    /// Neither allowed nor forbidden: polkit or logind did not answer, or not in time.
     undecided,
     /// The session's keys already belong to another client.
     inUse,
     /// Another program has grabbed the keyboards.
     takenByOther,
-    /// The system makes no clones of the keyboards.
+    /// The system cannot create clones of the keyboards.
     notCloned,
-    /// The service has no process to guard the keyboards.
+    /// The guard process cannot be started.
     unguarded,
-    /// A key is held on the keyboards, and not let go of.
+    /// A key is being held, and not released.
     keyHeld,
     /// The service loses the keyboards as soon as it has them.
     lostAtOnce,
-    /// The service itself may not use the keyboards.
+    /// The service itself has no access to the keyboards.
     noAccess,
-    /// Too many calls wait for an answer.
+    /// Too many calls are waiting for an answer.
     tooMany,
 };
 
 /// The name of the error on the bus.
 const char* errorName(KeyServiceRefusal refusal);
-/// None for an error of anyone else.
+/// None for any other error.
 std::optional<KeyServiceRefusal> refusalFrom(std::string_view errorName);
 
 /// A volume key went down; `button` is a number of `AuxiliaryButton`.
@@ -64,7 +64,7 @@ using VolumeKeyPacket = std::array<std::uint8_t, 2>;
 
 /// The button's number, then 1 for an auto-repeat, else 0.
 VolumeKeyPacket packetOf(const VolumeKeyPress& press);
-/// None for everything that `packetOf` does not make.
+/// None for anything that `packetOf` cannot produce.
 std::optional<VolumeKeyPress> pressFrom(std::span<const std::uint8_t> packet);
 
 } // namespace quenstal

@@ -13,7 +13,7 @@ namespace quenstal {
 std::unique_ptr<KeyboardClone> KeyboardClone::of(libevdev& keyboard)
 {
     libevdev_set_name(&keyboard, (cloneNamePrefix + std::string(libevdev_get_name(&keyboard))).c_str());
-    // Repeats are passed on as they come; a clone that repeats by itself would double them.
+    // Repeats are passed on as they arrive; a clone with its own repeat would double them.
     libevdev_disable_event_type(&keyboard, EV_REP);
     const char* const node = uinputNode();
     // Not blocking: the thread would wait for the next light as soon as it has read one.

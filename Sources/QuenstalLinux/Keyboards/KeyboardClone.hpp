@@ -16,17 +16,17 @@ namespace quenstal {
 /// What the desktop reads in place of a grabbed keyboard. One thread.
 class KeyboardClone {
 public:
-    /// Whoever reads it has this long to read what was written last.
+    /// Its readers have this long to read the last events.
     static constexpr auto readingTime = std::chrono::milliseconds(200);
 
-    /// Offers what the keyboard offers. Null when the system makes none. The keyboard outlives it.
+    /// Offers what the keyboard offers. Null if the system cannot create one. The keyboard outlives it.
     static std::unique_ptr<KeyboardClone> of(libevdev& keyboard);
-    /// Lets go of all keys, and goes when that can have been read: what is unread goes with it.
+    /// Releases all keys, and removes the clone once that can have been read: unread events are lost with it.
     ~KeyboardClone();
     KeyboardClone(const KeyboardClone&) = delete;
     KeyboardClone& operator=(const KeyboardClone&) = delete;
 
-    /// Its folder below /sys; empty when the system does not tell.
+    /// Its folder below /sys; empty if the system does not report it.
     std::string place() const;
     /// Readable when the system sets its lights.
     int descriptor() const { return uinput_.get(); }

@@ -8,7 +8,7 @@
 
 namespace quenstal {
 
-/// Trusted means: one of the ways of capture can see and swallow the keys now. The ways and the desktop outlive it.
+/// The keys may be captured if one of the ways can see and swallow them now. The ways and the desktop outlive it.
 class LinuxCapturePermission final : public CapturePermission {
 public:
     LinuxCapturePermission(Desktop& desktop, std::vector<KeyCapture*> ways);

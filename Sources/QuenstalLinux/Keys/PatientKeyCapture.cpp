@@ -70,7 +70,7 @@ void PatientKeyCapture::captureLost()
         listener->captureLost();
 }
 
-/// A way that knows what stands in its way waits by itself.
+/// A way that knows its obstacle waits on its own.
 void PatientKeyCapture::noteLoss()
 {
     const auto pause = backoff_.lost(runLoop_.steadyNow());

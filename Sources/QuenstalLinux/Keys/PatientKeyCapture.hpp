@@ -10,11 +10,11 @@
 
 namespace quenstal {
 
-/// A way of capture with the patience that every way needs: one that works is not given up to be taken anew, and one
-/// that is lost again and again is left alone, each time for longer. Main thread.
+/// Adds to a way of capture the patience that every way needs: one that works is not released just to be captured
+/// again, and one that keeps being lost is left alone, each time for longer. Main thread.
 class PatientKeyCapture final : public KeyCapture, private KeyCaptureListener {
 public:
-    /// Both outlive this, and nobody else starts or stops the way.
+    /// Both outlive this, and nothing else starts or stops the way.
     PatientKeyCapture(RunLoop& runLoop, KeyCapture& way);
     ~PatientKeyCapture() override;
 
@@ -22,7 +22,7 @@ public:
     bool isPossible() override { return !pause_ && way_.isPossible(); }
     std::string obstacle() override;
     bool start(KeyCaptureListener& listener) override;
-    /// The listener hears nothing more. The keys go back on a later turn, unless they are taken again before.
+    /// The listener is not called again. The keys are released on a later turn, unless they are captured again before.
     void stop() override;
     [[nodiscard]] Cancellation onMayHaveChanged(RunLoop::Task task) override { return changes_.add(std::move(task)); }
 

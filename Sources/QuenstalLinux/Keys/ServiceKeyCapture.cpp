@@ -57,8 +57,8 @@ ServiceKeyCapture::~ServiceKeyCapture()
     stop();
 }
 
-/// Waits, so that the first choice between the ways of capture is the right one. A bus that is too busy to answer at
-/// once is heard later.
+/// Waits, so that the first choice between the ways of capture is the right one. If the bus is too busy to answer at
+/// once, its answer counts when it arrives.
 void ServiceKeyCapture::askWhetherInstalled()
 {
     if (!busGreets(*systemBus_.get(), DBusConnection::greetingPatience)) {
@@ -201,7 +201,7 @@ void ServiceKeyCapture::refuse(std::string_view errorName)
     refusal_ = refusalFrom(errorName);
     refusalEnd_ = runLoop_.after(refusalPause, [this] {
         refusalEnd_.reset();
-        // What the administrator forbids is not asked for again and again.
+        // A refusal by the administrator is not asked about again and again.
         if (refusal_ != KeyServiceRefusal::notAuthorized)
             changes_.notify();
     });
@@ -210,7 +210,7 @@ void ServiceKeyCapture::refuse(std::string_view errorName)
 
 void ServiceKeyCapture::readPresses()
 {
-    // One more than a packet has, so that a longer one is seen to be longer.
+    // One more than a packet has, so that a longer one is detected.
     std::array<std::uint8_t, VolumeKeyPacket{}.size() + 1> buffer{};
     while (socketWatch_) {
         const ssize_t size = recv(socket_.get(), buffer.data(), buffer.size(), MSG_DONTWAIT);

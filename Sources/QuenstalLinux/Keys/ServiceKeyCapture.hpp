@@ -17,8 +17,8 @@
 
 namespace quenstal {
 
-/// Volume keys from the key service, which alone opens keyboards and hands out nothing but these keys. Needs no right
-/// but that of the session at the screen.
+/// Volume keys from the key service, which alone opens keyboards and passes on only these keys. Works in the active
+/// session, without any further privileges.
 class ServiceKeyCapture final : public KeyCapture {
 public:
     /// After a refusal the service is left alone for this long.
@@ -27,11 +27,11 @@ public:
     /// has answered it counts as one without the service.
     static constexpr auto longestQuestion = std::chrono::milliseconds(25);
     /// For the answer to `Capture`, which may have to start the service. That waits five seconds for polkit, and then
-    /// says so.
+    /// reports it.
     static constexpr auto longestCall = std::chrono::seconds(10);
 
-    /// Asks the bus once whether there is a service; from then on the bus tells when that changes. Which keyboards
-    /// there are everyone may know, without the right to read them. All three outlive this.
+    /// Asks the bus once whether there is a service; from then on the bus reports changes. Listing the keyboards takes
+    /// no right to read them. All three outlive this.
     ServiceKeyCapture(RunLoop& runLoop, DBusConnection& systemBus, const EvdevKeyCapture& keyboards);
     ~ServiceKeyCapture() override;
 
@@ -40,7 +40,7 @@ public:
     /// the service waits for the next one.
     bool isPossible() override;
     std::string obstacle() override;
-    /// True while the service is asked; a refusal is told as a loss.
+    /// True while the service is being asked; a refusal is reported as a loss.
     bool start(KeyCaptureListener& listener) override;
     void stop() override;
     [[nodiscard]] Cancellation onMayHaveChanged(RunLoop::Task task) override { return changes_.add(std::move(task)); }

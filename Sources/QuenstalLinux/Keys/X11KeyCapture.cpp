@@ -69,7 +69,7 @@ X11KeyCapture::Obstacle X11KeyCapture::grab()
         if (!error)
             grabs_.push_back(keys[i]);
     }
-    // Events that came with the answers are in memory already, where the descriptor does not tell of them.
+    // Events that arrived with the answers are in memory already, so the descriptor does not report them.
     queuedEvents_ = runLoop_.after(RunLoop::Duration::zero(), [this] { dispatch(); });
     if (grabs_.size() == keys.size() && !keys.empty())
         return Obstacle::none;

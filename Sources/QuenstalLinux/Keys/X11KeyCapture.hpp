@@ -15,13 +15,13 @@
 
 namespace quenstal {
 
-/// Volume keys by passive grabs of an X server, over a connection of its own. The server delivers a grabbed key to
-/// nobody else, its release included: that cannot be passed on.
+/// Volume keys by passive grabs of an X server, over a connection of its own. The server delivers a grabbed key,
+/// including its release, to no other program: the release cannot be passed on.
 class X11KeyCapture final : public KeyCapture {
 public:
     /// How long the answer of a trial grab holds.
     static constexpr auto probeLifetime = std::chrono::seconds(1);
-    /// How soon to look again whether another program has freed the keys, of which the server does not tell.
+    /// How soon to look again whether another program has freed the keys, which the server does not report.
     static constexpr auto retryPause = std::chrono::seconds(5);
 
     /// Connects to the display, "" for the one of the environment. Without a server nothing is possible, now or later.

@@ -12,7 +12,7 @@ namespace quenstal {
 
 namespace {
 
-/// Nobody else uses it: neither the libraries nor whoever starts the program.
+/// Nothing else uses it: neither the libraries nor the program's parent.
 constexpr int signalOfTheEnd = SIGALRM;
 
 timer_t timer{};

@@ -4,8 +4,9 @@
 
 namespace quenstal {
 
-/// Bounds the end of the program: from the moment it begins, the process ends within the limit, whatever holds it up.
-/// Windows, names and connections go with a process; what must be done before goes first. One in a process.
+/// Bounds the end of the program: from the moment it begins, the process exits within the limit, even if something
+/// blocks it. Windows, names and connections disappear with the process; anything that must be done before comes first.
+/// One in a process.
 class EndLimit {
 public:
     /// In all the program promises a second.

@@ -172,7 +172,7 @@ void FilePreferences::startSaving()
             });
         });
     } catch (const std::system_error&) {
-        endSaving(); // No thread is to be had: nothing was saved.
+        endSaving(); // No thread could be started: nothing was saved.
     }
 }
 
@@ -224,7 +224,7 @@ void FilePreferences::tell(Kind kind)
     problemChanged_.notify();
 }
 
-/// A file that was put aside stays so, and is told of as long as the program runs.
+/// A file that was put aside stays there, and is reported for as long as the program runs.
 void FilePreferences::tellThatAllIsWell()
 {
     if (!problem_ || problem_->kind == Kind::notValid)

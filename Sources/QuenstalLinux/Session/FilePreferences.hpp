@@ -14,8 +14,8 @@
 
 namespace quenstal {
 
-/// Preferences in one file. What is set holds at once and is saved on a thread of its own, together with all that is
-/// set in the same moment; whoever is killed loses that moment at most. Main thread.
+/// Preferences in one file. A new value takes effect at once and is saved on a separate thread, together with all
+/// others set at about the same time; if the process is killed, only these are lost. Main thread.
 class FilePreferences final : public Preferences {
 public:
     /// How long changes are collected before they are saved.

@@ -18,7 +18,7 @@ constexpr ServiceSignal::Source activeChangedOf(const char* screenSaver)
     return {screenSaver, nullptr, screenSaver, "ActiveChanged"};
 }
 
-/// None when the message does not carry what its name promises.
+/// None if the message does not have the contents that belong to its name.
 std::optional<bool> flagIn(sd_bus_message* message)
 {
     int value = 0;
@@ -80,7 +80,7 @@ void LogindWake::fallAsleep()
 {
     asleepSince_ = runLoop_.steadyNow();
     willSleep_.notify();
-    // After everyone has been told: notices are delivered in the order in which they are posted.
+    // After the observers: notifications are delivered in the order in which they are posted.
     runLoop_.post([inhibitor = std::make_shared<FileDescriptor>(std::move(inhibitor_))] {});
 }
 

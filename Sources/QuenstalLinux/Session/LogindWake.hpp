@@ -12,14 +12,14 @@
 
 namespace quenstal {
 
-/// Sleep and wake of the machine as logind tells them, and the screens as the session's screen saver does.
+/// The machine's sleep and wake as logind reports them, and the screens' as the session's screen saver does.
 class LogindWake final : public SleepAndWake {
 public:
-    /// Between the news of a sleep and the sleep itself, in time that the machine is up. Logind waits five seconds for
-    /// whoever delays it.
+    /// Between the announcement of a sleep and the sleep itself, in time that the machine is up. Logind waits five
+    /// seconds for programs that delay it.
     static constexpr auto longestFallingAsleep = std::chrono::seconds(10);
 
-    /// All outlive this. Without a bus nothing is ever told.
+    /// All outlive this. Without a bus nothing is ever reported.
     LogindWake(RunLoop& runLoop, DBusConnection& systemBus, DBusConnection& sessionBus);
 
     [[nodiscard]] Cancellation onWillSleep(RunLoop::Task task) override { return willSleep_.add(std::move(task)); }
@@ -29,7 +29,7 @@ public:
         return screensDidWake_.add(std::move(task));
     }
     void keyPressed() override;
-    /// From whoever else sees the screens.
+    /// For other observers of the screens.
     void screensDidWake() { screensDidWake_.notify(); }
 
 private:
@@ -51,7 +51,7 @@ private:
     FileDescriptor inhibitor_;
     BusSlot inhibitorCall_;
     ServiceSignal sleep_;
-    /// Each desktop tells of its screens by a name of its own.
+    /// Each desktop announces its screens under a name of its own.
     std::array<ServiceSignal, 4> screenSavers_;
 };
 

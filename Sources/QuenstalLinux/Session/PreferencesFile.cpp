@@ -55,7 +55,7 @@ nlohmann::json valuesIn(const std::string& text)
     return isTooDeep ? nullptr : std::move(values);
 }
 
-/// None when it is not to be had in time.
+/// None if it cannot be taken in time.
 std::optional<FileDescriptor> locked(const std::filesystem::path& path)
 {
     FileDescriptor file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0600));
@@ -109,7 +109,7 @@ std::optional<PreferencesFile::Version> PreferencesFile::version() const
 PreferencesFile::Contents PreferencesFile::read() const
 {
     Contents contents;
-    // What is no file may keep whoever opens it waiting.
+    // Opening something other than a regular file may block.
     const FileDescriptor file(open(path_.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (!file) {
         contents.state = errno == ENOENT || errno == ENOTDIR ? State::missing : State::notReadable;
@@ -157,14 +157,14 @@ PreferencesFile::Saved PreferencesFile::save(const nlohmann::json& changes) cons
     return saved;
 }
 
-/// Not synchronised to the medium: only a loss of power could tell the difference.
+/// Not synchronised to the medium: that only matters in a power failure.
 bool PreferencesFile::replace(const nlohmann::json& values) const
 {
     const std::string text = values.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
     if (text.size() > maximumBytes)
         return false;
     const std::filesystem::path next = beside(".new");
-    unlink(next.c_str()); // Whatever it is: nobody else writes it while we have the lock.
+    unlink(next.c_str()); // Whatever it is: no other process writes it while we have the lock.
     const FileDescriptor file(open(next.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
     const bool isReplaced = file && writeAll(file, text) && rename(next.c_str(), path_.c_str()) == 0;
     if (!isReplaced)

@@ -16,7 +16,7 @@ namespace quenstal {
 /// the new one, and a process killed in the middle loses nothing that was there before. Any thread.
 class PreferencesFile {
 public:
-    // Beyond these the program writes no file, and takes none for valid.
+    // The program writes no file beyond these limits, and considers none valid.
     static constexpr std::size_t maximumBytes = std::size_t{1} << 20;
     static constexpr int maximumDepth = 16;
     /// How long a writer waits for another process to finish its own.
@@ -62,7 +62,7 @@ public:
     }
 
     const std::filesystem::path& path() const { return path_; }
-    /// None when there is no file, or when that cannot be told.
+    /// None if there is no file, or if that cannot be determined.
     std::optional<Version> version() const;
     Contents read() const;
     /// Where a file that is not valid is kept.

@@ -15,7 +15,7 @@ constexpr const char* applicationInterface = "org.freedesktop.Application";
 constexpr const char* ownInterface = SingleInstance::busName;
 /// The bus's answer to a request for a name that another connection has.
 constexpr std::uint32_t nameExists = 3;
-/// An instance answers between two of its turns, or hangs.
+/// A running instance answers between two of its turns, unless it hangs.
 constexpr std::chrono::microseconds answerLimit = std::chrono::seconds(5);
 
 } // namespace

@@ -11,7 +11,7 @@
 
 namespace quenstal {
 
-/// One instance a session: the one that owns the program's name on the session bus. Main thread.
+/// One instance for each session: the one that owns the program's name on the session bus. Main thread.
 class SingleInstance {
 public:
     static constexpr const char* busName = "app.quenstal.Quenstal";
@@ -23,14 +23,15 @@ public:
     SingleInstance& operator=(const SingleInstance&) = delete;
 
     bool isFirst() const { return isFirst_; }
-    /// Runs the task when the bus tells later that another instance is the first.
+    /// Runs the task if the bus reports later that another instance is the first.
     void onNotFirst(RunLoop::Task task) { notFirst_ = std::move(task); }
-    /// Asks the first instance to show itself. False when it does not answer.
+    /// Asks the first instance to show itself. False if it does not answer.
     bool activateFirst();
-    /// Runs the task whenever another start, or the desktop, asks this instance to show itself. Who asked before this
-    /// call is heard on the next turn of the run loop: a bus that starts the program hands over the question at once.
+    /// Runs the task whenever another start, or the desktop, asks this instance to show itself. Requests from before
+    /// this call are handled on the next turn of the run loop: a bus that starts the program delivers the request at
+    /// once.
     void onActivated(RunLoop::Task task);
-    /// Answers whoever asks, or has asked, this instance what it found.
+    /// Answers all requests, earlier ones too, for what this instance found.
     void onReportAsked(std::function<std::string()> report);
 
 private:

@@ -14,7 +14,7 @@ namespace quenstal {
 
 namespace {
 
-/// A handler is told nothing but the signal.
+/// A handler only gets the signal.
 std::atomic<int> caughtEvent = -1;
 static_assert(std::atomic<int>::is_always_lock_free);
 
@@ -39,7 +39,7 @@ TerminationSignals::TerminationSignals()
     action.sa_flags = SA_RESTART;
     for (std::size_t i = 0; i < signals.size(); ++i) {
         sigaction(signals[i], nullptr, &earlier_[i]);
-        // Whoever started the program may have decided that it does not hear of this one.
+        // The program may have been started with this signal ignored.
         if (earlier_[i].sa_handler != SIG_IGN)
             sigaction(signals[i], &action, nullptr);
     }

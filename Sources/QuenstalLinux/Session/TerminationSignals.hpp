@@ -10,8 +10,8 @@
 namespace quenstal {
 
 /// Turns SIGINT, SIGTERM and SIGHUP into a task on the run loop, so that the program ends in order. They are caught,
-/// not held back: programs that this one starts hear them as ever. Each begins the `EndLimit`, in case the program is
-/// held up already. One in a process. Main thread.
+/// not blocked: programs that this one starts receive them as usual. Each begins the `EndLimit`, in case the program is
+/// already blocked. One in a process. Main thread.
 class TerminationSignals {
 public:
     TerminationSignals();
