@@ -57,6 +57,8 @@ ROOMS = {
     "QuenstalLinux/Session": Room("QuenstalLinux", "QuenstalLinux/Bus", "QuenstalPlatform", foreign=SYSTEM),
     "QuenstalKeyService": Room("QuenstalLinux", "QuenstalLinux/Bus", "QuenstalLinux/Keyboards", "QuenstalPlatform",
                                foreign=SYSTEM),
+    "QuenstalSoundGuard": Room("QuenstalLinux", "QuenstalLinux/Audio", "QuenstalLinux/Bus", "QuenstalPlatform",
+                               foreign=SYSTEM),
     "QuenstalFreedesktop": Room("QuenstalPlatform", foreign=SERVICES),
     "QuenstalQt": Room("QuenstalApp", "QuenstalCore", "QuenstalFreedesktop", "QuenstalPlatform", foreign=TOOLKIT),
     "QuenstalSimulation": Room("QuenstalPlatform", foreign=WAITING),

@@ -2,6 +2,7 @@
 //
 //   audio_session_card monitor   a monitor on HDMI: fixed volume
 //   audio_session_card monitor2  another one
+//   audio_session_card socket    a monitor on a card of the computer: the server makes its volume, the card keeps it
 //   audio_session_card surround  one with six speakers
 //   audio_session_card usb       a USB card with a volume of its own, carried out by its hardware
 //   audio_session_card builtin   built-in loudspeakers
@@ -40,6 +41,8 @@ struct Output {
     Properties node;
     /// Empty for an output without a card.
     Properties card = {};
+    /// The card's hardware carries the volume out, not the server.
+    bool hardware = true;
 };
 
 const std::map<std::string_view, Output> outputs{
@@ -67,6 +70,27 @@ const std::map<std::string_view, Output> outputs{
             {"priority.session", "600"},
             {"priority.driver", "600"},
         }}},
+    {"socket",
+        {{
+             {"node.name", "alsa_output.pci-0000_02_00.1.hdmi-stereo"},
+             {"node.description", "Monitor on a Card"},
+             {"audio.position", "FL,FR"},
+             {"device.api", "alsa"},
+             {"api.alsa.path", "hdmi:2"},
+             {"device.profile.name", "hdmi-stereo"},
+             {"card.profile.device", "0"},
+             {"device.routes", "1"},
+             {"priority.session", "750"},
+             {"priority.driver", "750"},
+         },
+            {
+                {"device.name", "alsa_card.pci-0000_02_00.1"},
+                {"device.description", "Simulated Graphics Card"},
+                {"device.api", "alsa"},
+                {"device.bus", "pci"},
+                {"media.class", "Audio/Device"},
+            },
+            false}},
     {"surround",
         {{
             {"node.name", "alsa_output.pci-0000_01_00.1.hdmi-surround"},
@@ -171,12 +195,31 @@ public:
         pw_properties* const all = toProperties(properties);
         pw_properties_set(all, "factory.name", "support.null-audio-sink");
         pw_properties_set(all, "media.class", "Audio/Sink");
+        // Who records it hears what its loudspeakers would play.
+        pw_properties_set(all, "monitor.channel-volumes", "true");
         if (card != SPA_ID_INVALID)
             pw_properties_setf(all, "device.id", "%u", card);
         proxy_ = static_cast<pw_proxy*>(
             pw_core_create_object(core, "adapter", PW_TYPE_INTERFACE_Node, PW_VERSION_NODE, &all->dict, 0));
         pw_properties_free(all);
         pw_proxy_add_listener(proxy_, &hook_, &events, nullptr);
+    }
+
+    bool isPluggedIn() const { return proxy_ != nullptr; }
+    /// The samples are scaled from now on.
+    void setVolume(const std::array<float, 2>& factors, bool muted)
+    {
+        std::array<std::uint8_t, 512> bytes{};
+        spa_pod_builder builder{};
+        spa_pod_builder_init(&builder, bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+        spa_pod_frame frame;
+        spa_pod_builder_push_object(&builder, &frame, SPA_TYPE_OBJECT_Props, SPA_PARAM_Props);
+        spa_pod_builder_prop(&builder, SPA_PROP_mute, 0);
+        spa_pod_builder_bool(&builder, muted);
+        spa_pod_builder_prop(&builder, SPA_PROP_channelVolumes, 0);
+        spa_pod_builder_array(&builder, sizeof(float), SPA_TYPE_Float, 2, factors.data());
+        const auto* const props = static_cast<const spa_pod*>(spa_pod_builder_pop(&builder, &frame));
+        pw_node_set_param(reinterpret_cast<pw_node*>(proxy_), SPA_PARAM_Props, 0, props);
     }
 
 private:
@@ -270,6 +313,9 @@ private:
         }
         if (const auto* const mute = spa_pod_object_find_prop(wanted, nullptr, SPA_PROP_mute))
             spa_pod_get_bool(&mute->value, &card.muted_);
+        // As a session manager does with what a card tells it.
+        if (!card.output_.hardware && card.node_.isPluggedIn())
+            card.node_.setVolume(card.factors_, card.muted_);
         std::printf("volume %.2f%s\n", static_cast<double>(std::cbrt(card.factors_[0])), card.muted_ ? " muted" : "");
         std::fflush(stdout);
         card.parameters_[1].flags ^= SPA_PARAM_INFO_SERIAL;
@@ -313,9 +359,10 @@ private:
             spa_pod_builder_int(&builder, 0);
             property(SPA_PARAM_ROUTE_props);
             spa_pod_builder_push_object(&builder, &frames[1], SPA_TYPE_OBJECT_Props, id);
-            property(SPA_PROP_mute, SPA_POD_PROP_FLAG_HARDWARE);
+            const std::uint32_t flags = output_.hardware ? SPA_POD_PROP_FLAG_HARDWARE : 0;
+            property(SPA_PROP_mute, flags);
             spa_pod_builder_bool(&builder, muted_);
-            property(SPA_PROP_channelVolumes, SPA_POD_PROP_FLAG_HARDWARE);
+            property(SPA_PROP_channelVolumes, flags);
             spa_pod_builder_array(&builder, sizeof(float), SPA_TYPE_Float, 2, factors_.data());
             const std::array<std::uint32_t, 2> positions{SPA_AUDIO_CHANNEL_FL, SPA_AUDIO_CHANNEL_FR};
             property(SPA_PROP_channelMap);
@@ -355,8 +402,8 @@ int main(int argc, char** argv)
 {
     const auto output = outputs.find(argc == 2 ? argv[1] : "");
     if (output == outputs.end()) {
-        std::fputs(
-            "usage: audio_session_card monitor|monitor2|surround|usb|builtin|theatre|talkative|endless\n", stderr);
+        std::fputs("usage: audio_session_card monitor|monitor2|socket|surround|usb|builtin|theatre|talkative|endless\n",
+            stderr);
         return 2;
     }
     pw_init(nullptr, nullptr);

@@ -1,9 +1,9 @@
 // The key service: started by the system's message bus when a program asks for the volume keys, and ended when nobody
 // has wanted them for a while.
 
-#include "QuenstalKeyService/EventLoop.hpp"
 #include "QuenstalKeyService/KeyService.hpp"
 #include "QuenstalLinux/Bus/DBusConnection.hpp"
+#include "QuenstalLinux/Bus/EventLoop.hpp"
 #include "QuenstalLinux/Keyboards/EvdevKeyCapture.hpp"
 #include "QuenstalLinux/Memory.hpp"
 

@@ -102,6 +102,10 @@ public:
     /// same output returns the reason if trying again is of no use. If that is only temporary, `refusalOver` follows;
     /// once, and not again if the next try fails too.
     virtual PlatformStatus startDevice(AudioObjectID device, AudioIOProcID procedureID) = 0;
+    /// How loud the tapped sound may be on its direct path, 0 to 1, and whether at all, should this program be held up
+    /// and its procedure not be called any more. Nothing of it is heard until this is told. For as long as the tap
+    /// lives.
+    virtual void setDirectGain(AudioObjectID tap, float gain, bool isHeard) = 0;
     /// When this returns, the procedure is not running and will not be called again.
     virtual PlatformStatus stopDevice(AudioObjectID device, AudioIOProcID procedureID) = 0;
 

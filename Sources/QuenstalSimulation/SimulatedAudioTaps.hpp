@@ -41,12 +41,15 @@ public:
     PlatformStatus startDevice(AudioObjectID device, AudioIOProcID procedureID) override;
     PlatformStatus stopDevice(AudioObjectID device, AudioIOProcID procedureID) override;
     [[nodiscard]] Cancellation onTapChanged(std::function<void(AudioObjectID, TapChange)> handler) override;
+    void setDirectGain(AudioObjectID, float gain, bool isHeard) override { directGain_ = isHeard ? gain : 0; }
     void giveSoundBack() override
     {
         if (onGiveSoundBack)
             onGiveSoundBack();
     }
 
+    /// How loud the direct path would be, by what was told last.
+    float directGain() const { return directGain_; }
     /// What happens meanwhile.
     std::function<void()> onGiveSoundBack;
     /// The audio object of this process; 0 makes it unknown.
@@ -92,6 +95,7 @@ private:
     mutable SimulatedAudioJournal journal_;
     Notifier<AudioObjectID, TapChange> tapChanged_;
     AudioObjectID ownProcessObject_ = 700;
+    float directGain_ = 0;
     bool withholdsTapUID_ = false;
     bool withholdsProcedureID_ = false;
     Signal signal_ = [](std::uint32_t, std::uint64_t) { return 0.0F; };

@@ -160,7 +160,7 @@ class Machine:
 
 def main():
     machine = Machine(pathlib.Path(sys.argv[1]))
-    for servers in ((), ("bus",), ("X server",), ("server",), ("bus", "X server")):
+    for servers in ((), ("bus",), ("X server",), ("server",), ("manager",), ("bus", "X server")):
         machine.end_with_frozen(*servers)
     machine.start_with_silent("system bus", "DBUS_SYSTEM_BUS_ADDRESS")
     machine.start_with_silent("session bus", "DBUS_SESSION_BUS_ADDRESS")

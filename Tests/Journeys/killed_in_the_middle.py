@@ -1,4 +1,5 @@
-"""Kills the program while it makes the volume in software, and tells what is left. Within a private audio session.
+"""Stops and kills the program while it makes the volume in software, and tells what is left. Within a private audio
+session.
 
     killed_in_the_middle.py BUILD_FOLDER
 """
@@ -6,15 +7,19 @@
 import json
 import os
 import pathlib
+import signal
 import subprocess
 import sys
 import time
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "Examples" / "PrivateDesktop"))
-from desktop import Desktop, settled, wait_for  # noqa: E402
+from desktop import Desktop, output_of, settled, wait_for  # noqa: E402
+from frozen_servers import Watch  # noqa: E402
 from sound import Sound  # noqa: E402
 
 TONE = -6
+HALF = -6.02
+LONGEST_SILENCE = 2
 
 
 def tell_level(sound, what, expected):
@@ -25,6 +30,26 @@ def tell_level(sound, what, expected):
         return abs(shown - expected) < 0.1
     shown = settled(heard, is_right, limit=5)
     print(f"{what}: {shown:.2f} dB, {'as expected' if is_right(shown) else f'{expected} dB was expected'}")
+
+
+def stop_for_a_while(desktop, sound, quenstal):
+    """Tells what is heard of the tone while the program is stopped, and when it goes on."""
+    watch = Watch(desktop, sound.probe)
+    wait_for(lambda: watch.has_heard(TONE + HALF), "what is heard")
+    quenstal.send_signal(signal.SIGSTOP)
+    began = time.monotonic()
+    wait_for(lambda: watch.heard[-1][1] < -60, "silence")
+    wait_for(lambda: watch.heard[-1][1] > -60, "sound")
+    silence = watch.heard[-1][0] - began
+    print(f"stopped: silent for {silence:.2f} s{'' if silence < LONGEST_SILENCE else ', which is NOT in time'}")
+    tell_level(sound, "stopped", HALF)
+    quenstal.send_signal(signal.SIGCONT)
+    wait_for(lambda: output_of("wpctl", "get-volume", "@DEFAULT_AUDIO_SINK@").strip() == "Volume: 1.00",
+             "the output's own volume")
+    tell_level(sound, "going on", HALF)
+    loudest = max(level for _, level in watch.heard) - TONE
+    print(f"loudest meanwhile: {loudest:.2f} dB{'' if loudest < HALF + 0.2 else ', which is NOT as quiet as it was'}")
+    desktop.stop(watch.child)
 
 
 def key_reaches_another_program(desktop, key):
@@ -61,8 +86,9 @@ def main():
     sound.play((440,), TONE)
     wait_for(lambda: sound.levels("monitor", (440,))[0] is not None, "the tone")
     desktop.press("XF86AudioLowerVolume", 8)
-    tell_level(sound, "halved", -6.02)
+    tell_level(sound, "halved", HALF)
     last_press = time.time()
+    stop_for_a_while(desktop, sound, quenstal)
     print(f"another program sees the key: {key_reaches_another_program(desktop, 'XF86AudioLowerVolume')}")
     before = wait_for(lambda: preferences_saved_since(last_press), "the preferences with the last key")
     quenstal.kill()

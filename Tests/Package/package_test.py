@@ -96,7 +96,7 @@ class Parts(PackageCase):
 
     def test_manual_pages(self):
         pages = [file for file in package.files() if "/man/" in file]
-        self.assertEqual(len(pages), 2, pages)
+        self.assertEqual(len(pages), 3, pages)
         for file in pages:
             page = gzip.decompress((package.root / file).read_bytes()).decode()
             for command in (["groff", "-ww", "-man", "-Tutf8", "-z"], ["mandoc", "-Tlint", "-Wstyle"]):
@@ -109,6 +109,15 @@ class Parts(PackageCase):
         self.assertIn(f"\nName={name}\n", self.text(f"usr/share/dbus-1/services/{ID}.service"))
         self.assertIn(f"\nSystemdService={ID}.service\n", self.text(f"usr/share/dbus-1/services/{ID}.service"))
         self.assertIn(f"\nBusName={name}\n", self.text(f"usr/lib/systemd/user/{ID}.service"))
+
+    def test_the_guard_of_the_sound_is_where_the_program_looks_for_it(self):
+        source = (ROOT / "Sources/QuenstalLinux/Audio/SoundGuard.cpp").read_text()
+        places = re.findall(r'folder / "([^"]+)"', source)
+        guard = [package.root / "usr/bin" / place for place in places if (package.root / "usr/bin" / place).exists()]
+        self.assertEqual(len(guard), 1, places)
+        told = self.tool(guard[0])
+        self.assertEqual((told.returncode, told.stdout),
+                         (1, "The guard of the sound cannot run: it is started by quenstal, and by nobody else.\n"))
 
     def test_the_package_brings_every_module_that_the_views_import(self):
         views = (ROOT / "Sources/QuenstalQt/qml").glob("*.qml")

@@ -1,5 +1,5 @@
-#include "QuenstalKeyService/EventLoop.hpp"
 #include "QuenstalKeyService/ServiceManager.hpp"
+#include "QuenstalLinux/Bus/EventLoop.hpp"
 
 #include <array>
 #include <string>

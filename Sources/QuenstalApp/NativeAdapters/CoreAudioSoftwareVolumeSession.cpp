@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 namespace quenstal {
 
@@ -42,24 +43,50 @@ QSSoftwareEQProfile softwareProfile(const EQProfile& profile)
     return converted;
 }
 
+/// Without the equalizer nothing may be louder than with it, at no frequency: a band that lowers lowers by its gain at
+/// most, and one that raises lowers nowhere.
+float leastGain(const EQProfile& profile)
+{
+    constexpr double lowestDB = -12;
+    if (!profile.enabled)
+        return 1;
+    double decibels = std::clamp(profile.preampDB, lowestDB, 6.0);
+    for (std::size_t k = 0; k < std::min(profile.bands.size(), softwareEQBandCount); ++k)
+        decibels += std::clamp(profile.bands[k].gainDB, lowestDB, 0.0);
+    return static_cast<float>(std::pow(10, std::min(decibels, 0.0) / 20));
+}
+
 } // namespace
 
 CoreAudioSoftwareVolumeSession::CoreAudioSoftwareVolumeSession(
     AudioTaps& taps, const std::string& deviceUID, const VolumeSnapshot& initialVolume)
     : taps_(taps)
+    , volume_(initialVolume)
     , session_(create(taps, deviceUID, initialVolume), Destroy{taps})
 {
+    tellDirectGain();
 }
 
 void CoreAudioSoftwareVolumeSession::setVolume(const VolumeSnapshot& snapshot)
 {
     QSSoftwareVolumeSessionSetGain(session_.get(), softwareGain(snapshot));
+    volume_ = snapshot;
+    tellDirectGain();
 }
 
 void CoreAudioSoftwareVolumeSession::setEQProfile(const EQProfile& profile)
 {
     const QSSoftwareEQProfile converted = softwareProfile(profile);
     QSSoftwareVolumeSessionSetEQProfile(session_.get(), &converted);
+    equalizerGain_ = leastGain(profile);
+    tellDirectGain();
+}
+
+/// The level also while muted: whoever unmutes the output meanwhile is not to hear more than before.
+void CoreAudioSoftwareVolumeSession::tellDirectGain()
+{
+    const float level = softwareGain({volume_.level, false});
+    taps_.setDirectGain(tapID(), level * equalizerGain_, !volume_.isMuted);
 }
 
 SoundLevelSnapshot CoreAudioSoftwareVolumeSession::readLevels() const

@@ -30,7 +30,12 @@ private:
         void operator()(QSSoftwareVolumeSession* session) const { QSSoftwareVolumeSessionDestroy(taps, session); }
     };
 
+    void tellDirectGain();
+
     AudioTaps& taps_;
+    VolumeSnapshot volume_;
+    /// The gain that the equalizer keeps at every frequency; 1 at most.
+    float equalizerGain_ = 1;
     std::unique_ptr<QSSoftwareVolumeSession, Destroy> session_;
 };
 

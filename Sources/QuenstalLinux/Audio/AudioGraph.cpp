@@ -31,4 +31,11 @@ const OutputRoute* AudioGraph::routeOf(const SinkNode& sink) const
     return route == card->outputRoutes.end() ? nullptr : &route->second;
 }
 
+const AudioVolume* AudioGraph::volumeOf(const SinkNode& sink) const
+{
+    const OutputRoute* const route = routeOf(sink);
+    const auto& volume = route && route->volume ? route->volume : sink.volume;
+    return volume ? &*volume : nullptr;
+}
+
 } // namespace quenstal

@@ -103,10 +103,12 @@ struct StreamTarget {
     bool operator==(const StreamTarget&) const = default;
 };
 
-/// Sound flows from one node into another.
+/// Sound flows from a port of one node into a port of another.
 struct NodeLink {
     std::uint32_t outputNode = 0;
     std::uint32_t inputNode = 0;
+    std::uint32_t outputPort = 0;
+    std::uint32_t inputPort = 0;
 };
 
 /// All maps are by the server's global numbers, which are used again after an object has gone.
@@ -115,6 +117,8 @@ struct AudioGraph {
     std::map<std::uint32_t, OtherNode> others;
     std::map<std::uint32_t, CardDevice> devices;
     std::map<std::uint32_t, NodeLink> links;
+    /// Each port's number among those of its node in the same direction: the channel.
+    std::map<std::uint32_t, std::uint32_t> ports;
     /// By stream; most have none.
     std::map<std::uint32_t, StreamTarget> streamTargets;
     /// The name of the output in force; empty while there is none.
@@ -132,6 +136,8 @@ struct AudioGraph {
     /// The card that the sink belongs to, and the route that it plays through. Null when there is none.
     const CardDevice* cardOf(const SinkNode& sink) const;
     const OutputRoute* routeOf(const SinkNode& sink) const;
+    /// Where the sink's volume is kept: with its route, or with the node itself. Null until it was told.
+    const AudioVolume* volumeOf(const SinkNode& sink) const;
 };
 
 } // namespace quenstal

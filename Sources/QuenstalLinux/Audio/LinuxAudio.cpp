@@ -2,15 +2,16 @@
 
 #include "QuenstalLinux/Audio/PipeWireAudioObjects.hpp"
 #include "QuenstalLinux/Audio/PipeWireAudioTaps.hpp"
+#include "QuenstalLinux/Audio/SoundGuard.hpp"
 
 namespace quenstal {
 
 struct LinuxAudio::Parts {
-    explicit Parts(RunLoop& runLoop)
+    Parts(RunLoop& runLoop, const std::string& guardProgram)
         : connection(runLoop)
         , graph(connection, runLoop)
         , objects(connection, graph, runLoop)
-        , taps(connection, graph, runLoop)
+        , taps(connection, graph, runLoop, guardProgram)
     {
     }
     PipeWireConnection connection;
@@ -20,7 +21,12 @@ struct LinuxAudio::Parts {
 };
 
 LinuxAudio::LinuxAudio(RunLoop& runLoop)
-    : parts_(std::make_unique<Parts>(runLoop))
+    : LinuxAudio(runLoop, soundGuardProgram())
+{
+}
+
+LinuxAudio::LinuxAudio(RunLoop& runLoop, const std::string& guardProgram)
+    : parts_(std::make_unique<Parts>(runLoop, guardProgram))
 {
 }
 

@@ -7,6 +7,7 @@
 
 #include <memory>
 #include <optional>
+#include <string>
 
 namespace quenstal {
 
@@ -16,6 +17,8 @@ public:
     /// The run loop outlives it. Works without a server, and connects when one comes. Throws std::runtime_error when
     /// the server's library cannot be used at all.
     explicit LinuxAudio(RunLoop& runLoop);
+    /// With another program as the sound's guard.
+    LinuxAudio(RunLoop& runLoop, const std::string& guardProgram);
     /// Gives the sound of other programs back to its direct path.
     ~LinuxAudio();
     LinuxAudio(const LinuxAudio&) = delete;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <utility>
 
 #include <unistd.h>
@@ -19,6 +20,8 @@ constexpr AudioObjectID firstID = 0x4000'0000;
 constexpr std::uint32_t usualRate = 48000;
 /// The session manager moves a stream within some 50 ms. One that has not by then is not responding.
 constexpr auto farewellTime = 400ms;
+/// It has as long again for streams whose way has gone.
+constexpr auto relinkTime = 200ms;
 /// A session that ended by itself may be started again at once. When that one ends too, not for this time.
 constexpr auto refusalTime = 5s;
 /// Sessions that end within this time of one another have the same cause; the one that is tried after a refusal, too.
@@ -63,10 +66,12 @@ AudioStreamBasicDescription planarFloat(std::uint32_t rate, std::size_t channels
 
 } // namespace
 
-PipeWireAudioTaps::PipeWireAudioTaps(PipeWireConnection& connection, PipeWireGraph& graph, RunLoop& runLoop)
+PipeWireAudioTaps::PipeWireAudioTaps(
+    PipeWireConnection& connection, PipeWireGraph& graph, RunLoop& runLoop, std::string guardProgram)
     : connection_(connection)
     , graph_(graph)
     , runLoop_(runLoop)
+    , guardProgram_(std::move(guardProgram))
     , tapChanged_(runLoop)
     , nextID_(firstID)
 {
@@ -87,7 +92,29 @@ void PipeWireAudioTaps::giveSoundBack()
 {
     const auto isDrained = [](const auto& path) { return path->isDrained(); };
     connection_.runUntil([&] { return std::ranges::all_of(retiring_, isDrained); }, farewellTime);
+    std::vector<DirectLink> links;
+    for (const auto& path : retiring_)
+        std::ranges::copy(path->directLinks(), std::back_inserter(links));
+    // Before anything is linked: nothing is to be heard twice.
     retiring_.clear();
+    linkUnlessOthersDo(links);
+}
+
+void PipeWireAudioTaps::linkUnlessOthersDo(const std::vector<DirectLink>& links)
+{
+    const auto areReplaced = [&] {
+        return std::ranges::all_of(links, [&](const auto& link) { return isReplaced(graph_.graph(), link); });
+    };
+    if (connection_.runUntil(areReplaced, relinkTime))
+        return;
+    // A server that does not respond has not even told that they are silent.
+    std::vector<DirectLink> wanted;
+    std::ranges::copy_if(
+        links, std::back_inserter(wanted), [&](const auto& link) { return isSilent(graph_.graph(), link); });
+    for (const DirectLink& link : wanted)
+        graph_.link(link.outputPort, link.inputPort);
+    if (!wanted.empty())
+        connection_.runUntil(areReplaced, relinkTime);
 }
 
 PlatformStatus PipeWireAudioTaps::translateProcessID(std::int32_t processID, AudioObjectID& processObject) const
@@ -160,7 +187,7 @@ PlatformStatus PipeWireAudioTaps::createAggregateDevice(
     made->targetName = memberUID(description, AggregateDeviceKey::subdevices);
     made->tap = tap;
     SoftwarePath::Setup setup{std::string(softwareNodePrefix) + uniquePart(description), made->targetName,
-        taps_.at(tap).description.excludedProcesses};
+        taps_.at(tap).description.excludedProcesses, guardProgram_};
     SoftwarePath::Events events{
         [this, tap] { tapChanged_.notify(tap, TapChange::format); },
         [this, id = device](int status) { ended(id, status); },
@@ -222,6 +249,14 @@ PlatformStatus PipeWireAudioTaps::stopDevice(AudioObjectID device, AudioIOProcID
     if (found->path)
         found->path->stop();
     return 0;
+}
+
+void PipeWireAudioTaps::setDirectGain(AudioObjectID tap, float gain, bool isHeard)
+{
+    for (const auto& [id, device] : devices_) {
+        if (device->tap == tap && device->path)
+            device->path->setDirectGain(gain, isHeard);
+    }
 }
 
 Cancellation PipeWireAudioTaps::onTapChanged(std::function<void(AudioObjectID, TapChange)> handler)

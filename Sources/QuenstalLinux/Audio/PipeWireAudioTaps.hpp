@@ -17,8 +17,9 @@ namespace quenstal {
 /// in one, and exists while the device is started. A tap's `deviceUID` is the output's name at the server.
 class PipeWireAudioTaps final : public AudioTaps, private PipeWireGraph::Observer {
 public:
-    /// All outlive it.
-    PipeWireAudioTaps(PipeWireConnection& connection, PipeWireGraph& graph, RunLoop& runLoop);
+    /// All outlive it. The program is that of the sound's guard; an empty one stands for none.
+    PipeWireAudioTaps(
+        PipeWireConnection& connection, PipeWireGraph& graph, RunLoop& runLoop, std::string guardProgram = {});
     /// Gives back what has not been given back.
     ~PipeWireAudioTaps() override;
 
@@ -35,6 +36,7 @@ public:
     PlatformStatus startDevice(AudioObjectID device, AudioIOProcID procedureID) override;
     PlatformStatus stopDevice(AudioObjectID device, AudioIOProcID procedureID) override;
     [[nodiscard]] Cancellation onTapChanged(std::function<void(AudioObjectID, TapChange)> handler) override;
+    void setDirectGain(AudioObjectID tap, float gain, bool isHeard) override;
     void giveSoundBack() override;
 
     /// Cycles of all running procedures; for tests and diagnostics.
@@ -75,10 +77,13 @@ private:
     /// The status that creating a tap on the output would only lead to again; 0 when it is worth trying.
     PlatformStatus refusalOf(const std::string& targetName) const;
     void retire(std::unique_ptr<SoftwarePath> path);
+    /// Makes those whose streams the session manager leaves without one, so that what is silent is heard again.
+    void linkUnlessOthersDo(const std::vector<DirectLink>& links);
 
     PipeWireConnection& connection_;
     PipeWireGraph& graph_;
     RunLoop& runLoop_;
+    const std::string guardProgram_;
     Notifier<AudioObjectID, TapChange> tapChanged_;
     AudioObjectID nextID_;
     std::map<AudioObjectID, Tap> taps_;

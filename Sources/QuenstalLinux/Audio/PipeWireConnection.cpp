@@ -20,9 +20,11 @@ constexpr auto slowRetry = 2s;
 constexpr int quickAttempts = 50;
 
 /// The settings with which the data thread gets real-time priority: in the plain ones only since version 1.
-const char* configurationName()
+const char* configurationName(PipeWireConnection::Purpose purpose)
 {
-    return std::string_view(pw_get_library_version()).starts_with("0.") ? "client-rt.conf" : "client.conf";
+    const bool needsPriority = purpose == PipeWireConnection::Purpose::streams;
+    return needsPriority && std::string_view(pw_get_library_version()).starts_with("0.") ? "client-rt.conf"
+                                                                                         : "client.conf";
 }
 
 } // namespace
@@ -42,22 +44,33 @@ struct PipeWireConnection::Events {
             listener->refused(id, status);
     }
 
+    static void done(void* data, std::uint32_t id, int sequence)
+    {
+        PipeWireConnection& connection = self(data);
+        if (id == PW_ID_CORE && sequence == connection.servedSequence_ && connection.served_)
+            connection.pendingService_ = connection.runLoop_.after({}, std::exchange(connection.served_, {}));
+    }
+
     static constexpr pw_core_events table = [] {
         pw_core_events events{};
         events.version = PW_VERSION_CORE_EVENTS;
         events.error = error;
+        events.done = done;
         return events;
     }();
 };
 
-PipeWireConnection::PipeWireConnection(RunLoop& runLoop)
+PipeWireConnection::PipeWireConnection(RunLoop& runLoop, Purpose purpose)
     : runLoop_(runLoop)
     , loop_(pw_loop_new(nullptr))
 {
     if (!loop_)
         throw std::runtime_error("PipeWire's loop could not be created.");
     pw_properties* const properties
-        = pw_properties_new(PW_KEY_APP_NAME, "Quenstal", PW_KEY_CONFIG_NAME, configurationName(), nullptr);
+        = pw_properties_new(PW_KEY_APP_NAME, "Quenstal", PW_KEY_CONFIG_NAME, configurationName(purpose), nullptr);
+    // Newer plain settings ask for the priority, unless told not to.
+    if (purpose == Purpose::questions)
+        pw_properties_set(properties, "module.rt", "false");
     context_.reset(pw_context_new(loop_.get(), properties, 0));
     if (!context_)
         throw std::runtime_error("PipeWire's context could not be created.");
@@ -99,6 +112,13 @@ std::optional<std::uint32_t> PipeWireConnection::clientNumber() const
     return number == SPA_ID_INVALID ? std::nullopt : std::optional(number);
 }
 
+void PipeWireConnection::whenServed(RunLoop::Task task)
+{
+    served_ = std::move(task);
+    if (core_)
+        servedSequence_ = pw_core_sync(core_.get(), PW_ID_CORE, 0);
+}
+
 bool PipeWireConnection::runUntil(const std::function<bool()>& holds, RunLoop::Duration limit)
 {
     const auto end = std::chrono::steady_clock::now() + limit;
@@ -130,6 +150,7 @@ void PipeWireConnection::tryToConnect()
 void PipeWireConnection::lose()
 {
     pendingLoss_.reset();
+    served_ = {};
     const std::vector listeners(listeners_);
     std::for_each(listeners.rbegin(), listeners.rend(), [](Listener* listener) { listener->disconnected(); });
     core_.reset();

@@ -34,8 +34,10 @@ public:
         ~Listener() = default;
     };
 
+    /// A program with streams needs real-time priority, and asks for it over the system's message bus.
+    enum class Purpose { streams, questions };
     /// The run loop outlives it.
-    explicit PipeWireConnection(RunLoop& runLoop);
+    explicit PipeWireConnection(RunLoop& runLoop, Purpose purpose = Purpose::streams);
     ~PipeWireConnection();
     PipeWireConnection(const PipeWireConnection&) = delete;
     PipeWireConnection& operator=(const PipeWireConnection&) = delete;
@@ -51,6 +53,9 @@ public:
     PipeWireCore connectAgain() const;
     /// The number that the server gave this program; none until it is known.
     std::optional<std::uint32_t> clientNumber() const;
+    /// Called on the run loop when the server has dealt with all that was asked of it up to now: what it has not read
+    /// when the connection ends is lost. The later of two replaces the earlier; never called when the server has gone.
+    void whenServed(RunLoop::Task task);
     /// Serves the connection without the run loop until it holds, or until the limit: for the last words of the program
     /// only.
     bool runUntil(const std::function<bool()>& holds, RunLoop::Duration limit);
@@ -70,6 +75,9 @@ private:
     PipeWireCore core_;
     std::vector<Listener*> listeners_;
     Cancellation loopWatch_;
+    RunLoop::Task served_;
+    int servedSequence_ = 0;
+    Cancellation pendingService_;
     Cancellation pendingLoss_;
     Cancellation retry_;
     int attempts_ = 0;

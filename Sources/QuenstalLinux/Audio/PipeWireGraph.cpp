@@ -179,9 +179,13 @@ void PipeWireGraph::added(std::uint32_t id, std::string_view type, const AudioPr
     } else if (type == PW_TYPE_INTERFACE_Device) {
         addCard(id, properties);
     } else if (type == PW_TYPE_INTERFACE_Link && hasRoom(graph_.links.size(), ServerLimits::streams)) {
-        graph_.links[id] = {numberOf(properties, "link.output.node", SPA_ID_INVALID),
-            numberOf(properties, "link.input.node", SPA_ID_INVALID)};
+        graph_.links[id] = {numberOf(properties, PW_KEY_LINK_OUTPUT_NODE, SPA_ID_INVALID),
+            numberOf(properties, PW_KEY_LINK_INPUT_NODE, SPA_ID_INVALID),
+            numberOf(properties, PW_KEY_LINK_OUTPUT_PORT, SPA_ID_INVALID),
+            numberOf(properties, PW_KEY_LINK_INPUT_PORT, SPA_ID_INVALID)};
         changed(GraphChange::streams);
+    } else if (type == PW_TYPE_INTERFACE_Port && hasRoom(graph_.ports.size(), ServerLimits::ports)) {
+        graph_.ports[id] = numberOf(properties, PW_KEY_PORT_ID, SPA_ID_INVALID);
     } else if (type == PW_TYPE_INTERFACE_Metadata) {
         addMetadata(id, valueOf(properties, "metadata.name"));
     } else if (type == PW_TYPE_INTERFACE_Client) {
@@ -251,6 +255,8 @@ void PipeWireGraph::removed(std::uint32_t id)
     } else if (graph_.links.erase(id) == 1 || graph_.others.erase(id) == 1) {
         graph_.streamTargets.erase(id);
         changed(GraphChange::streams);
+    } else if (graph_.ports.erase(id) == 1) {
+        return;
     } else if (settings_ && settings_->id == id) {
         settings_.reset();
     } else if (defaults_ && defaults_->id == id) {
@@ -338,7 +344,27 @@ void PipeWireGraph::tellOfExcess()
         pw_log_warn("Quenstal: the sound server tells of more, or at greater length, than is taken from it");
 }
 
-bool PipeWireGraph::writeVolume(std::uint32_t sink, const AudioVolume& volume)
+void PipeWireGraph::destroy(std::uint32_t id)
+{
+    if (registry_)
+        pw_registry_destroy(registry_.get(), id);
+}
+
+void PipeWireGraph::link(std::uint32_t outputPort, std::uint32_t inputPort)
+{
+    if (!connection_.core())
+        return;
+    const std::string output = std::to_string(outputPort);
+    const std::string input = std::to_string(inputPort);
+    const spa_dict_item items[] = {{PW_KEY_LINK_OUTPUT_PORT, output.c_str()}, {PW_KEY_LINK_INPUT_PORT, input.c_str()},
+        {PW_KEY_OBJECT_LINGER, "true"}};
+    const spa_dict properties{0, std::size(items), items};
+    // The link is not the proxy's: it stays.
+    PipeWireProxy<pw_link>(static_cast<pw_link*>(pw_core_create_object(
+        connection_.core(), "link-factory", PW_TYPE_INTERFACE_Link, PW_VERSION_LINK, &properties, 0)));
+}
+
+bool PipeWireGraph::writeVolume(std::uint32_t sink, const AudioVolume& volume, Keep keep)
 {
     const auto node = graph_.sinks.find(sink);
     if (node == graph_.sinks.end())
@@ -346,7 +372,7 @@ bool PipeWireGraph::writeVolume(std::uint32_t sink, const AudioVolume& volume)
     const OutputRoute* const route = graph_.routeOf(node->second);
     if (route && route->volume) {
         const auto card = graph_.cardNumberOf(node->second);
-        const auto pod = BuiltPod::routeVolume(route->index, node->second.profileDevice(), volume);
+        const auto pod = BuiltPod::routeVolume(route->index, node->second.profileDevice(), volume, keep == Keep::yes);
         return pw_device_set_param(cards_.at(*card)->object.get(), SPA_PARAM_Route, 0, pod.get()) >= 0;
     }
     const auto pod = BuiltPod::nodeVolume(volume);

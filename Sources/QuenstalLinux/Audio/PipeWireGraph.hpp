@@ -42,8 +42,14 @@ public:
 
     const AudioGraph& graph() const { return graph_; }
 
+    /// Whether the session manager is to restore a volume when the output comes again.
+    enum class Keep { yes, no };
     /// Through the card's route when the sink has one. False when the sink has gone.
-    bool writeVolume(std::uint32_t sink, const AudioVolume& volume);
+    bool writeVolume(std::uint32_t sink, const AudioVolume& volume, Keep keep = Keep::yes);
+    /// Ends an object of the server: a link, or a program's connection.
+    void destroy(std::uint32_t id);
+    /// Leads sound from a port to another, until one of them has gone: also when this program has.
+    void link(std::uint32_t outputPort, std::uint32_t inputPort);
     /// Whether requests for the sink's volume travel through the object with that number on this connection.
     bool writesVolumeThrough(std::uint32_t sink, std::uint32_t proxyID) const;
     /// Whether requests about streams' targets travel through the object with that number on this connection.

@@ -28,6 +28,7 @@ inline constexpr std::size_t outputs = 64;
 inline constexpr std::size_t routes = 256;
 /// Nodes that are no outputs, and links between nodes.
 inline constexpr std::size_t streams = 16384;
+inline constexpr std::size_t ports = 4 * streams;
 
 // --- Numbers ---
 

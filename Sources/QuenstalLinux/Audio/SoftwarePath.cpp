@@ -1,5 +1,7 @@
 #include "QuenstalLinux/Audio/SoftwarePath.hpp"
 
+#include "QuenstalLinux/Audio/ChannelVolumes.hpp"
+
 #include <algorithm>
 #include <cerrno>
 #include <utility>
@@ -34,6 +36,7 @@ SoftwarePath::SoftwarePath(
     , setup_(std::move(setup))
     , events_(std::move(events))
     , router_(graph, setup_.targetName, setup_.excludedClients)
+    , guard_(runLoop, setup_.guardProgram, setup_.nodeName, setup_.targetName)
 {
     graph_.addObserver(*this);
     connection_.addListener(*this);
@@ -61,6 +64,14 @@ void SoftwarePath::stop()
     pendingEnd_.reset();
     pendingFormat_.reset();
     router_.release();
+    // What ends now ends as it was asked to, and the direct path is as loud as ever.
+    if (const auto lowered = guard_.lowered())
+        takeVolumeBack(*lowered);
+}
+
+void SoftwarePath::setDirectGain(float gain, bool isHeard)
+{
+    guard_.setDirectGain(gain, isHeard);
 }
 
 void SoftwarePath::whenDrained(std::function<void()> task)
@@ -75,6 +86,13 @@ bool SoftwarePath::isDrained() const
     return !streams_ || std::ranges::none_of(graph_.graph().links, leadsHere);
 }
 
+std::vector<DirectLink> SoftwarePath::directLinks() const
+{
+    if (!streams_)
+        return {};
+    return quenstal::directLinks(graph_.graph(), streams_->captureNode(), streams_->playbackNode());
+}
+
 void SoftwarePath::buildWhenPossible()
 {
     const auto target = graph_.graph().sinkNamed(setup_.targetName);
@@ -82,6 +100,7 @@ void SoftwarePath::buildWhenPossible()
         return;
     targetSeen_ = true;
     positions_ = positionsOf(graph_.graph().sinks.at(*target));
+    guard_.pathBegins();
     StreamPair::Owner& owner = *this;
     try {
         streams_ = std::make_unique<StreamPair>(
@@ -95,6 +114,42 @@ void SoftwarePath::dropStreams()
 {
     router_.forget();
     streams_.reset();
+}
+
+bool SoftwarePath::carriesEverything() const
+{
+    const AudioGraph& graph = graph_.graph();
+    const auto target = graph.sinkNamed(setup_.targetName);
+    if (!streams_ || streams_->captureNode() == SPA_ID_INVALID || !target)
+        return false;
+    bool isCarried = false;
+    for (const auto& [id, link] : graph.links) {
+        if (link.inputNode != *target)
+            continue;
+        if (link.outputNode != streams_->playbackNode())
+            return false;
+        isCarried = true;
+    }
+    return isCarried;
+}
+
+void SoftwarePath::takeVolumeBackIfPossible()
+{
+    if (const auto lowered = guard_.lowered(); lowered && carriesEverything())
+        takeVolumeBack(*lowered);
+}
+
+void SoftwarePath::takeVolumeBack(const SoundGuard::Lowered& lowered)
+{
+    const AudioGraph& graph = graph_.graph();
+    const auto target = graph.sinkNamed(setup_.targetName);
+    const AudioVolume* const now = target ? graph.volumeOf(graph.sinks.at(*target)) : nullptr;
+    // Not known yet, or not any more.
+    if (!now)
+        return;
+    if (isSameVolume(*now, lowered.lowered))
+        graph_.writeVolume(*target, lowered.before, PipeWireGraph::Keep::no);
+    guard_.forgetLowered();
 }
 
 void SoftwarePath::endLater(int status)
@@ -131,6 +186,7 @@ void SoftwarePath::graphChanged(GraphChange change)
         break;
     }
     buildWhenPossible();
+    takeVolumeBackIfPossible();
 }
 
 void SoftwarePath::disconnected()

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "QuenstalLinux/Audio/DirectLinks.hpp"
 #include "QuenstalLinux/Audio/PipeWireGraph.hpp"
 #include "QuenstalLinux/Audio/SoftwareCycle.hpp"
+#include "QuenstalLinux/Audio/SoundGuard.hpp"
 #include "QuenstalLinux/Audio/StreamPair.hpp"
 #include "QuenstalLinux/Audio/StreamRouter.hpp"
 
@@ -23,6 +25,8 @@ public:
         std::string nodeName;
         std::string targetName;
         std::vector<std::uint32_t> excludedClients;
+        /// Of the sound's guard; empty for none.
+        std::string guardProgram;
     };
     /// Called on a later turn; the path may be destroyed within the call.
     struct Events {
@@ -39,11 +43,15 @@ public:
     /// The procedure is not called any more when this returns. The streams are asked back to their direct path; until
     /// they are there, their sound keeps flowing unchanged.
     void stop();
+    /// See `AudioTaps::setDirectGain`.
+    void setDirectGain(float gain, bool isHeard);
     /// Calls when the path can be destroyed without a gap in the sound; not before the next turn.
     void whenDrained(std::function<void()> task);
 
     /// Nothing is led through the streams any more.
     bool isDrained() const;
+    /// From what is still led through the streams, past them.
+    std::vector<DirectLink> directLinks() const;
 
     /// Frames a second; 0 until the first cycle.
     std::uint32_t rate() const { return cycle_.rate(); }
@@ -60,6 +68,11 @@ private:
 
     void buildWhenPossible();
     void dropStreams();
+    /// Everything that plays on the output goes through the streams.
+    bool carriesEverything() const;
+    void takeVolumeBackIfPossible();
+    /// The volume that the guard lowered is what it was, unless others have changed it since.
+    void takeVolumeBack(const SoundGuard::Lowered& lowered);
     /// The first reason of a turn holds, unless it is `unknownReason`.
     void endLater(int status);
 
@@ -70,6 +83,7 @@ private:
     const Events events_;
     SoftwareCycle cycle_;
     StreamRouter router_;
+    SoundGuard guard_;
     std::unique_ptr<StreamPair> streams_;
     /// Positions that the streams were made for.
     std::vector<std::uint32_t> positions_;

@@ -3,9 +3,17 @@
 #include "QuenstalLinux/Audio/SoftwareNodes.hpp"
 
 #include <algorithm>
+#include <set>
 #include <utility>
 
 namespace quenstal {
+
+namespace {
+
+/// A target by its node's serial number, which is never used again.
+constexpr const char* serialType = "Spa:Id";
+
+} // namespace
 
 StreamRouter::StreamRouter(PipeWireGraph& graph, std::string targetName, std::vector<std::uint32_t> excludedClients)
     : graph_(graph)
@@ -21,16 +29,47 @@ void StreamRouter::route(std::uint32_t captureNode)
     std::erase_if(moved_, [&](const auto& entry) { return !graph.others.contains(entry.first); });
     const auto capture = graph.others.find(captureNode);
     const auto target = graph.sinkNamed(targetName_);
-    if (capture == graph.others.end() || !target || graph.insertsSmartFilters)
+    if (capture == graph.others.end() || !target)
+        return;
+    unlinkBeside(captureNode, *target);
+    if (graph.insertsSmartFilters)
         return;
     for (const auto& [id, link] : graph.links) {
         if (link.inputNode != *target || !isToBeMoved(link.outputNode))
             continue;
-        const auto earlier = graph.streamTargets.find(link.outputNode);
-        moved_.emplace(
-            link.outputNode, earlier == graph.streamTargets.end() ? std::nullopt : std::optional(earlier->second));
-        graph_.setStreamTarget(link.outputNode, StreamTarget{"Spa:Id", std::to_string(capture->second.serial)});
+        moved_.emplace(link.outputNode, earlierTarget(link.outputNode));
+        graph_.setStreamTarget(link.outputNode, StreamTarget{serialType, std::to_string(capture->second.serial)});
     }
+}
+
+void StreamRouter::unlinkBeside(std::uint32_t captureNode, std::uint32_t target)
+{
+    std::set<std::uint32_t> captured;
+    for (const auto& [id, link] : graph_.graph().links) {
+        if (link.inputNode == captureNode)
+            captured.insert(link.outputNode);
+    }
+    for (const auto& [id, link] : graph_.graph().links) {
+        if (link.inputNode == target && captured.contains(link.outputNode))
+            graph_.destroy(id);
+    }
+}
+
+std::optional<StreamTarget> StreamRouter::earlierTarget(std::uint32_t stream) const
+{
+    const AudioGraph& graph = graph_.graph();
+    const auto target = graph.streamTargets.find(stream);
+    if (target == graph.streamTargets.end())
+        return std::nullopt;
+    if (target->second.type != serialType)
+        return target->second;
+    const auto serial = numberOf(std::string_view(target->second.value), std::uint64_t{0});
+    const bool isThere
+        = std::ranges::any_of(graph.others, [serial](const auto& entry) { return entry.second.serial == serial; })
+        || std::ranges::any_of(graph.sinks, [serial](const auto& entry) {
+               return numberOf(entry.second.properties, "object.serial", std::uint64_t{0}) == serial;
+           });
+    return isThere ? std::optional(target->second) : std::nullopt;
 }
 
 void StreamRouter::release()

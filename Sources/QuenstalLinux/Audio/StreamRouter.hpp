@@ -27,7 +27,11 @@ public:
     void forget() { moved_.clear(); }
 
 private:
+    /// A link that the session manager has not made stays when it moves the stream, which would be heard twice.
+    void unlinkBeside(std::uint32_t captureNode, std::uint32_t target);
     bool isToBeMoved(std::uint32_t stream) const;
+    /// None where there was none, or a node that has gone: a session that ended all at once leaves its own.
+    std::optional<StreamTarget> earlierTarget(std::uint32_t stream) const;
 
     PipeWireGraph& graph_;
     const std::string targetName_;

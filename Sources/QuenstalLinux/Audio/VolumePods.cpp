@@ -142,7 +142,8 @@ BuiltPod BuiltPod::nodeVolume(const AudioVolume& volume)
     return built;
 }
 
-BuiltPod BuiltPod::routeVolume(std::int32_t routeIndex, std::int32_t profileDevice, const AudioVolume& volume)
+BuiltPod BuiltPod::routeVolume(
+    std::int32_t routeIndex, std::int32_t profileDevice, const AudioVolume& volume, bool isKept)
 {
     BuiltPod built;
     built.bytes_.resize(maximumPodBytes);
@@ -159,7 +160,7 @@ BuiltPod BuiltPod::routeVolume(std::int32_t routeIndex, std::int32_t profileDevi
     addVolume(builder, volume);
     spa_pod_builder_pop(&builder, &frames[1]);
     spa_pod_builder_prop(&builder, SPA_PARAM_ROUTE_save, 0);
-    spa_pod_builder_bool(&builder, true);
+    spa_pod_builder_bool(&builder, isKept);
     spa_pod_builder_pop(&builder, &frames[0]);
     return built;
 }

@@ -28,8 +28,9 @@ public:
 
     /// Sets factors and mute of a node.
     static BuiltPod nodeVolume(const AudioVolume& volume);
-    /// Sets factors and mute of a route, and has them remembered, as the desktop's own mixers do.
-    static BuiltPod routeVolume(std::int32_t routeIndex, std::int32_t profileDevice, const AudioVolume& volume);
+    /// Sets factors and mute of a route. Kept: the session manager restores them, as it does for the desktop's mixers.
+    static BuiltPod routeVolume(
+        std::int32_t routeIndex, std::int32_t profileDevice, const AudioVolume& volume, bool isKept);
 
 private:
     std::vector<std::uint8_t> bytes_;

@@ -174,6 +174,29 @@ TEST_F(CoreAudioTapSoftwareVolumeControllerTest, missingBandsAreTheStandardOnesA
     EXPECT_NEAR(taps.runCycles(40)[0].back(), 0.5F, 1e-4F);
 }
 
+TEST_F(CoreAudioTapSoftwareVolumeControllerTest, theDirectPathWouldBeNoLouderAtAnyFrequency)
+{
+    controller.setVolume({0.5, false}, first);
+    EXPECT_FLOAT_EQ(taps.directGain(), 0.5F);
+    EQProfile profile(true, EQPresetName::flat, 0);
+    profile.preampDB = -6;
+    profile.bands[0].gainDB = 12;
+    profile.bands[1].gainDB = -4;
+    profile.bands[4].gainDB = -10;
+    controller.setEQProfile(profile, first);
+    EXPECT_FLOAT_EQ(taps.directGain(), 0.05F) << "20 dB below the half";
+    profile.bands[1].gainDB = profile.bands[4].gainDB = 3;
+    profile.preampDB = 6;
+    controller.setEQProfile(profile, first);
+    EXPECT_FLOAT_EQ(taps.directGain(), 0.5F) << "what the equalizer raises is not raised";
+    controller.setVolume({0.25, true}, first);
+    EXPECT_EQ(taps.directGain(), 0);
+    controller.setVolume({0.25, false}, first);
+    profile.enabled = false;
+    controller.setEQProfile(profile, first);
+    EXPECT_FLOAT_EQ(taps.directGain(), 0.25F);
+}
+
 TEST_F(CoreAudioTapSoftwareVolumeControllerTest, theMetersAreTheSessions)
 {
     taps.play([](std::uint32_t channel, std::uint64_t) { return channel == 0 ? 0.5F : -0.25F; });

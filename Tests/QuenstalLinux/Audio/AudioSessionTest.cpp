@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 
 #include <unistd.h>
 
@@ -12,7 +13,7 @@ namespace quenstal {
 namespace {
 
 constexpr const char* outputs[]
-    = {"monitor", "monitor2", "surround", "usb", "builtin", "theatre", "talkative", "endless"};
+    = {"monitor", "monitor2", "socket", "surround", "usb", "builtin", "theatre", "talkative", "endless"};
 
 } // namespace
 
@@ -88,6 +89,38 @@ bool AudioSessionTest::waitForSilence(ProbeRecorder& recorder)
         const auto heard = recorder.take(4000);
         return !heard[0].empty() && std::ranges::all_of(heard[0], [](float sample) { return sample == 0; });
     });
+}
+
+pid_t AudioSessionTest::startHolder(const char* level, const char* uid)
+{
+    int ends[2];
+    if (pipe(ends) != 0)
+        return -1;
+    const pid_t child = fork();
+    if (child == 0) {
+        dup2(ends[1], STDOUT_FILENO);
+        close(ends[0]);
+        close(ends[1]);
+        execl(AUDIO_SESSION_HOLDER, AUDIO_SESSION_HOLDER, uid, level, nullptr);
+        _exit(127);
+    }
+    close(ends[1]);
+    ssize_t bytes = -1;
+    std::string text(7, '\0');
+    auto watch = loop.watchReadable(ends[0], [&] { bytes = read(ends[0], text.data(), text.size()); });
+    EXPECT_TRUE(loop.runUntil([&] { return bytes >= 0; }));
+    EXPECT_EQ(text, "running");
+    watch.reset();
+    close(ends[0]);
+    return child;
+}
+
+pid_t AudioSessionTest::processOf(const char* part)
+{
+    std::ifstream file(std::string(std::getenv("QUENSTAL_AUDIO_SESSION")) + "/" + part + ".pid");
+    pid_t process = -1;
+    file >> process;
+    return file ? process : -1;
 }
 
 std::string AudioSessionTest::errorOf(const std::function<void()>& command)

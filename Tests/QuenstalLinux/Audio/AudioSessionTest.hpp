@@ -12,11 +12,13 @@
 #include <string>
 
 #include <gtest/gtest.h>
+#include <sys/types.h>
 
 namespace quenstal {
 
 inline constexpr const char* monitorUID = "alsa_output.pci-0000_01_00.1.hdmi-stereo";
 inline constexpr const char* secondMonitorUID = "alsa_output.pci-0000_01_00.1.hdmi-stereo-extra1";
+inline constexpr const char* socketUID = "alsa_output.pci-0000_02_00.1.hdmi-stereo";
 inline constexpr const char* surroundUID = "alsa_output.pci-0000_01_00.1.hdmi-surround";
 inline constexpr const char* talkativeUID = "alsa_output.\"B&O\" }";
 inline constexpr const char* theatreUID = "alsa_output.usb-Simulated_Theatre-00.analog-surround-51";
@@ -42,6 +44,10 @@ struct AudioSessionTest : testing::Test {
     /// Waits until the counted signal is heard at that gain, a power of two.
     static bool waitForSound(ProbeRecorder& recorder, float gain);
     bool waitForSilence(ProbeRecorder& recorder);
+    /// Starts the program that holds a session at that level, a muted one without, and waits until it does.
+    pid_t startHolder(const char* level = nullptr, const char* uid = monitorUID);
+    /// Of the session's server, manager, or a card ("card-monitor").
+    static pid_t processOf(const char* part);
     /// What the panel would say of the command; empty when it works.
     static std::string errorOf(const std::function<void()>& command);
 

@@ -1,6 +1,7 @@
 #include "AudioSessionTest.hpp"
 
 #include <algorithm>
+#include <cmath>
 #include <csignal>
 #include <string>
 #include <vector>
@@ -14,30 +15,6 @@ namespace {
 using namespace std::chrono_literals;
 
 struct FailureTest : AudioSessionTest {
-    /// Starts the program that holds a muted session, and waits until it does.
-    pid_t startHolder()
-    {
-        int ends[2];
-        if (pipe(ends) != 0)
-            return -1;
-        const pid_t child = fork();
-        if (child == 0) {
-            dup2(ends[1], STDOUT_FILENO);
-            close(ends[0]);
-            close(ends[1]);
-            execl(AUDIO_SESSION_HOLDER, AUDIO_SESSION_HOLDER, monitorUID, nullptr);
-            _exit(127);
-        }
-        close(ends[1]);
-        ssize_t bytes = -1;
-        std::string text(7, '\0');
-        auto watch = loop.watchReadable(ends[0], [&] { bytes = read(ends[0], text.data(), text.size()); });
-        EXPECT_TRUE(loop.runUntil([&] { return bytes >= 0; }));
-        EXPECT_EQ(text, "running");
-        watch.reset();
-        close(ends[0]);
-        return child;
-    }
     void stopEverything()
     {
         for (const char* const part : {"unplug monitor", "stop pulse", "stop manager", "stop server"})
@@ -161,6 +138,41 @@ TEST_F(FailureTest, aProgramThatIsKilledLeavesTheSoundPlaying)
         waitpid(holder, nullptr, 0);
         EXPECT_EQ(outputOf("pw-metadata -n default | grep configured || true"), "");
     }
+}
+
+TEST_F(FailureTest, aProgramThatEndsWhileTheSessionManagerIsFrozenLeavesTheSoundPlaying)
+{
+    plugInDefault("monitor", monitorUID);
+    ProbeRecorder recorder(loop, monitorUID);
+    ProbePlayer player(loop, countedSample);
+    ASSERT_TRUE(waitForSound(recorder, 1));
+    const pid_t holder = startHolder("0.25");
+    ASSERT_GT(holder, 0);
+    ASSERT_TRUE(waitForSound(recorder, 0.25F));
+    const pid_t manager = processOf("manager");
+    ASSERT_GT(manager, 0);
+    kill(manager, SIGSTOP);
+    const auto before = loop.steadyNow();
+    kill(holder, SIGTERM);
+    EXPECT_TRUE(loop.runUntil([&] { return waitpid(holder, nullptr, WNOHANG) == holder; }));
+    EXPECT_LT(loop.steadyNow() - before, 1s);
+    EXPECT_TRUE(waitForSound(recorder, 1)) << "and nothing twice";
+    kill(manager, SIGCONT);
+    EXPECT_TRUE(
+        loop.runUntil([this] { return outputOf("pw-metadata -n default | grep target.object || true").empty(); }));
+    // Linked by the session manager, which has caught up by then.
+    ProbeRecorder later(loop, monitorUID);
+    EXPECT_TRUE(waitForSound(later, 1));
+
+    const pid_t next = startHolder("0.25");
+    ASSERT_TRUE(waitForSound(later, 0.25F));
+    later.clear();
+    const auto heard = later.take(20'000);
+    for (const float sample : heard[0])
+        ASSERT_LE(std::abs(sample), 0.126F) << "also beside the software path";
+    kill(next, SIGTERM);
+    waitpid(next, nullptr, 0);
+    EXPECT_TRUE(waitForSound(later, 1));
 }
 
 TEST_F(FailureTest, manySessionsLeaveNothingBehind)

@@ -28,7 +28,7 @@ int main(int argc, char** argv)
     EpollRunLoop loop;
     bool ending = false;
     const auto watch = loop.watchReadable(signalfd(-1, &signals, SFD_CLOEXEC), [&] { ending = true; });
-    LinuxAudio audio(loop);
+    LinuxAudio audio(loop, SOUND_GUARD);
     CoreAudioDeviceProvider provider(audio.objects());
     CoreAudioTapSoftwareVolumeController controller(audio.taps());
     const AudioOutputDevice device{"1", "", AudioTransport::hdmi, false, argv[1]};

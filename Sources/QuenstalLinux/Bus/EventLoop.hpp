@@ -11,8 +11,9 @@
 
 namespace quenstal {
 
-/// The service's run loop, over libsystemd's. The thread that makes it is the main thread. It ends when it is told to
-/// or when the process is asked to end, and feeds the watchdog of the system's service manager where there is one.
+/// A run loop over libsystemd's, for programs without a toolkit. The thread that makes it is the main thread. It ends
+/// when it is told to or when the process is asked to end, and feeds the watchdog of the system's service manager where
+/// there is one.
 class EventLoop final : public RunLoop {
 public:
     /// Before anything that starts a thread: every thread must leave SIGTERM and SIGINT to the loop.

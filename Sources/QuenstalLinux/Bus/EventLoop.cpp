@@ -1,4 +1,4 @@
-#include "QuenstalKeyService/EventLoop.hpp"
+#include "QuenstalLinux/Bus/EventLoop.hpp"
 
 #include <cstdlib>
 #include <string>
