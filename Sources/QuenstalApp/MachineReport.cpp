@@ -96,7 +96,7 @@ std::string description(const DisplayBusProblem& problem)
 {
     std::string words;
     std::string_view statement = MonitorStatements::about(problem);
-    for (std::size_t gap = statement.find('%'); gap != statement.npos; gap = statement.find('%')) {
+    for (std::size_t gap = statement.find('%'); gap != std::string_view::npos; gap = statement.find('%')) {
         words += statement.substr(0, gap);
         words += statement[gap + 1] == '1' ? problem.monitor : problem.device;
         statement.remove_prefix(gap + 2);
