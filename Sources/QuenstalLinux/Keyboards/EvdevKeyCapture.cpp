@@ -205,7 +205,7 @@ Cancellation EvdevKeyCapture::waitAfter(const std::string& node, Keyboard& keybo
     }
     const bool isSudden = loss == KeyGrabber::Loss::gone || loss == KeyGrabber::Loss::stalled;
     const auto duration = isSudden ? keyboard.backoff.lost(runLoop_.steadyNow()) : pause;
-    return duration > duration.zero() ? runLoop_.after(duration, end) : nullptr;
+    return duration > RunLoop::Duration::zero() ? runLoop_.after(duration, end) : nullptr;
 }
 
 /// Notifies those who wait for the keyboards: nothing else reports that they may be available.

@@ -146,7 +146,7 @@ bool GrabbedKeyboard::passUntilOthersHear()
 /// release only when the key is down: it goes down again while nobody hears it, to come up when they do.
 GrabbedKeyboard::Keys GrabbedKeyboard::pressOwedReleases()
 {
-    const Keys keys = std::exchange(owedReleases_, {});
+    Keys keys = std::exchange(owedReleases_, {});
     for (const std::uint16_t key : keys)
         inject(key, true);
     if (keys.empty())

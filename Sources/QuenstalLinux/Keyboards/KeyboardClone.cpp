@@ -79,7 +79,7 @@ void KeyboardClone::matchState()
 void KeyboardClone::matchState(std::uint16_t type, Bits& state) const
 {
     const Bits before = state;
-    for (std::uint16_t code = 0; code < state.size(); ++code) {
+    for (std::uint16_t code = 0; code < KEY_CNT; ++code) {
         state[code] = libevdev_get_event_value(&keyboard_, type, code) != 0;
         if (state[code] != before[code])
             write(type, code, state[code] ? 1 : 0);

@@ -74,7 +74,7 @@ void PatientKeyCapture::captureLost()
 void PatientKeyCapture::noteLoss()
 {
     const auto pause = backoff_.lost(runLoop_.steadyNow());
-    if (pause == pause.zero() || !way_.isPossible())
+    if (pause == RunLoop::Duration::zero() || !way_.isPossible())
         return;
     pause_ = runLoop_.after(pause, [this] {
         pause_.reset();
