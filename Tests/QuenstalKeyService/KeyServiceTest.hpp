@@ -62,6 +62,8 @@ struct KeyServiceTest : testing::Test {
         return client->error();
     }
     bool eventually(const std::function<bool()>& holds) { return quenstal::eventually(loop, holds); }
+    /// Whoever had the keyboard before has read its last: the emulation has one stream for all.
+    bool isCapturedAgain() { return eventually([&] { return keyboard->isGrabbed() && keyboard->clones() == 1; }); }
     /// A key that the desktop must get, and does.
     bool desktopGetsKeys()
     {

@@ -170,7 +170,7 @@ TEST_F(KeyServiceTest, aSwitchToAnotherSessionFreesTheKeyboardsAndTheWayBackTake
     machine->switchTo("other");
     ASSERT_TRUE(eventually([&] { return !keyboard->isGrabbed(); }));
     machine->switchTo("mine");
-    ASSERT_TRUE(eventually([&] { return keyboard->isGrabbed(); }));
+    ASSERT_TRUE(isCapturedAgain());
     keyboard->type({{KEY_VOLUMEUP, 1}});
     ASSERT_TRUE(eventually([&] { return !client->presses().empty(); }));
     EXPECT_THAT(client->presses(), ElementsAre(VolumeKeyPress{AuxiliaryButton::soundUp, false}));
@@ -185,11 +185,13 @@ TEST_F(KeyServiceTest, eachSessionsClientGetsTheKeysThatArePressedInIt)
     machine->switchTo("second");
     ASSERT_TRUE(eventually([&] { return !keyboard->isGrabbed(); }));
     const auto second = capturingClient();
+    ASSERT_TRUE(isCapturedAgain());
     keyboard->type({{KEY_MUTE, 1}});
     ASSERT_TRUE(eventually([&] { return !second->presses().empty(); }));
     EXPECT_THAT(first->presses(), IsEmpty());
     machine->switchTo("mine");
     ASSERT_TRUE(eventually([&] { return keyboard->grabs() == 3; }));
+    ASSERT_TRUE(isCapturedAgain());
     keyboard->type({{KEY_VOLUMEDOWN, 1}});
     ASSERT_TRUE(eventually([&] { return !first->presses().empty(); }));
     EXPECT_EQ(second->presses().size(), 1U);
