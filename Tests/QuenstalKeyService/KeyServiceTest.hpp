@@ -63,7 +63,11 @@ struct KeyServiceTest : testing::Test {
     }
     bool eventually(const std::function<bool()>& holds) { return quenstal::eventually(loop, holds); }
     /// Whoever had the keyboard before has read its last: the emulation has one stream for all.
-    bool isCapturedAgain() { return eventually([&] { return keyboard->isGrabbed() && keyboard->clones() == 1; }); }
+    bool isCapturedAgain()
+    {
+        return eventually(
+            [&] { return keyboard->isGrabbed() && keyboard->clones() == 1 && keyboard->hasAnsweredAll(); });
+    }
     /// A key that the desktop must get, and does.
     bool desktopGetsKeys()
     {
